@@ -1,0 +1,62 @@
+# One place for what every Marovin target gets: the language level, warnings as errors,
+# hidden symbols by default, and the sanitizer switches.
+
+function(marovin_apply_defaults target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Werror)
+  set_target_properties(${target} PROPERTIES
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  if(MAROVIN_SANITIZE)
+    target_compile_options(${target} PRIVATE
+      -fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+    target_link_options(${target} PRIVATE -fsanitize=address,undefined)
+  endif()
+endfunction()
+
+# marovin_add_library(name SOURCES ... [PUBLIC_LIBS ...] [PRIVATE_LIBS ...])
+# Static libraries; public headers live under include/marovin.
+function(marovin_add_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_LIBS;PRIVATE_LIBS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  marovin_apply_defaults(${name})
+  target_include_directories(${name}
+    PUBLIC ${PROJECT_SOURCE_DIR}/include
+    PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC_LIBS} PRIVATE ${ARG_PRIVATE_LIBS})
+endfunction()
+
+# marovin_add_executable(name SOURCES ... [LIBS ...])
+function(marovin_add_executable name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  marovin_apply_defaults(${name})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+endfunction()
+
+# marovin_add_test(name SOURCES ... [LIBS ...] [GUI])
+# Pass GTest::gtest_main in LIBS unless the test has its own main(). A GoogleTest program whose cases are registered with CTest one by one. GUI tests run on the
+# offscreen platform plugin, so no display is needed.
+function(marovin_add_test name)
+  cmake_parse_arguments(ARG "GUI" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  marovin_apply_defaults(${name})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock)
+  set(env "MAROVIN_SOURCE_DIR=${PROJECT_SOURCE_DIR}" "MAROVIN_BINARY_DIR=${PROJECT_BINARY_DIR}")
+  if(ARG_GUI)
+    list(APPEND env "QT_QPA_PLATFORM=offscreen")
+  endif()
+  gtest_discover_tests(${name}
+    DISCOVERY_MODE PRE_TEST
+    WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
+    PROPERTIES ENVIRONMENT "${env}")
+endfunction()
+
+# marovin_add_benchmark(name SOURCES ... [LIBS ...])
+function(marovin_add_benchmark name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  marovin_apply_defaults(${name})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} benchmark::benchmark)
+endfunction()

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace marovin {
+
+// The query model shows one message of its own (a refused sort entry). It goes through this
+// sink, which a user interface replaces; without one the text goes to standard error.
+class iModelMessageSink {
+public:
+    virtual ~iModelMessageSink() = default;
+    // A critical-error message with only an OK button.
+    virtual void ShowCritical(const std::string& strText) = 0;
+};
+
+// Installs the sink for the whole process; nullptr restores the standard-error default.
+void SetModelMessageSink(std::shared_ptr<iModelMessageSink> sink);
+// Shows the text through the installed sink.
+void ShowModelCritical(const std::string& strText);
+
+} // namespace marovin
