@@ -1,0 +1,112 @@
+#pragma once
+
+#include "marovin/DbSession.h"
+#include "marovin/cRecordset.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace marovin {
+
+// The connection settings of one database and the services that reach it: the catalogue of
+// tables and views, the columns of one table, a syntax check and a row-limited query. Every
+// service opens a connection of its own and keeps none open. Services never throw; they answer
+// with empty strings, null results or error texts.
+//
+// Providers (strProvider, compared without regard to case):
+//  - "SQLServer" (default; "sqloledb" is accepted as well): Microsoft SQL Server through unixODBC
+//    and an ODBC driver (strDriver; default the environment variable MAROVIN_ODBC_DRIVER, else
+//    "FreeTDS"). strServer is host, host,port or host\instance.
+//  - "ODBC": any ODBC data source; strConnectionString holds a DSN=... or DRIVER=... string,
+//    or strServer names a DSN; strDatabase, strUserName and strPassword are added when set.
+//  - "SQLite": an SQLite file (strDatabase is its path), opened read-only and attached as the
+//    schema "dbo".
+class cDbConnection {
+public:
+    static constexpr const char* kProviderSqlServer = "SQLServer";
+    static constexpr const char* kProviderOdbc = "ODBC";
+    static constexpr const char* kProviderSqlite = "SQLite";
+    static constexpr const char* kDefaultDriver = "FreeTDS";
+    static constexpr const char* kDriverEnvironmentVariable = "MAROVIN_ODBC_DRIVER";
+    static constexpr std::int32_t kCommandTimeout = 600;
+    static constexpr std::int32_t kDefaultLoginTimeout = 15;
+
+    cDbConnection() = default;
+
+    bool blnExcludeSystemTables() const { return m_blnExcludeSystemTables; }
+    void setBlnExcludeSystemTables(bool value) { m_blnExcludeSystemTables = value; }
+    bool blnExcludeSystemViews() const { return m_blnExcludeSystemViews; }
+    void setBlnExcludeSystemViews(bool value) { m_blnExcludeSystemViews = value; }
+    bool blnIncludeViews() const { return m_blnIncludeViews; }
+    void setBlnIncludeViews(bool value) { m_blnIncludeViews = value; }
+    // Write-only.
+    void setBlnIncludeUserTables(bool value) { m_blnIncludeUserTables = value; }
+    bool blnWindowsAuthentication() const { return m_blnWindowsAuthentication; }
+    void setBlnWindowsAuthentication(bool value) { m_blnWindowsAuthentication = value; }
+
+    const std::string& strDatabase() const { return m_strDatabase; }
+    void setStrDatabase(const std::string& value) { m_strDatabase = value; }
+    const std::string& strUserName() const { return m_strUserName; }
+    void setStrUserName(const std::string& value) { m_strUserName = value; }
+    const std::string& strPassword() const { return m_strPassword; }
+    void setStrPassword(const std::string& value) { m_strPassword = value; }
+    const std::string& strServer() const { return m_strServer; }
+    void setStrServer(const std::string& value) { m_strServer = value; }
+
+    // For the host's own use; never read here.
+    std::int32_t lngId() const { return m_lngId; }
+    void setLngId(std::int32_t value) { m_lngId = value; }
+
+    const std::string& strProvider() const { return m_strProvider; }
+    void setStrProvider(const std::string& value) { m_strProvider = value; }
+    // The ODBC driver for SQL Server; empty means the environment variable, else FreeTDS.
+    const std::string& strDriver() const { return m_strDriver; }
+    void setStrDriver(const std::string& value) { m_strDriver = value; }
+    // The connection string of the "ODBC" provider.
+    const std::string& strConnectionString() const { return m_strConnectionString; }
+    void setStrConnectionString(const std::string& value) { m_strConnectionString = value; }
+    // Seconds allowed for opening a connection (ODBC providers).
+    std::int32_t lngLoginTimeout() const { return m_lngLoginTimeout; }
+    void setLngLoginTimeout(std::int32_t value) { m_lngLoginTimeout = value; }
+
+    // The ODBC connection string the ODBC providers open, every value brace-escaped; empty for
+    // SQLite.
+    std::string strOdbcConnectionString() const;
+    // The driver actually used for SQL Server (strDriver, else the environment, else FreeTDS).
+    std::string strEffectiveDriver() const;
+
+    std::string GetListOfFields(const std::string& strTableName, bool blnIncludeTableName) const;
+    std::string GetListOfTables() const;
+    // An open connection, or nullptr when none could be opened.
+    std::unique_ptr<DbSession> GetConnection() const;
+    std::string CheckSQLSyntax(const std::string& strSQLQuery) const;
+    std::shared_ptr<cRecordset> FireQuery(const std::string& strSQLQuery, std::string& strErrorMsg,
+                                          std::int32_t lngMaxNrRecords) const;
+    bool Check(bool blnSilent) const;
+    // Copies the settings onto the target, except blnIncludeUserTables, which the target keeps.
+    void CopyTo(cDbConnection& SQLConnectInfoCopy) const;
+    bool IsTheFieldInTheTable(const std::string& strField, const std::string& strTable) const;
+
+    // The description of the last failure to open a connection in this thread (for tools that
+    // want to say why; the services themselves answer with their fixed texts).
+    static std::string LastConnectionError();
+
+private:
+    bool m_blnExcludeSystemTables = true;
+    bool m_blnExcludeSystemViews = true;
+    bool m_blnIncludeViews = true;
+    bool m_blnIncludeUserTables = true;
+    bool m_blnWindowsAuthentication = false;
+    std::string m_strServer;
+    std::string m_strUserName;
+    std::string m_strPassword;
+    std::string m_strDatabase;
+    std::int32_t m_lngId = 0;
+    std::string m_strProvider = kProviderSqlServer;
+    std::string m_strDriver;
+    std::string m_strConnectionString;
+    std::int32_t m_lngLoginTimeout = kDefaultLoginTimeout;
+};
+
+} // namespace marovin
