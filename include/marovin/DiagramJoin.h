@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QString>
+
+namespace marovin {
+
+// The four kinds of join a diagram line can stand for. Left and right refer to the order of the
+// two tables in the join: the table the user dragged from is the left one.
+enum class JoinType { Inner, Left, Right, Full };
+
+// One join line of the tables-and-joins diagram: a column of one box joined to a column of
+// another box.
+struct DiagramJoin {
+    QString strLeftAlias;
+    QString strLeftColumn;
+    QString strRightAlias;
+    QString strRightColumn;
+    JoinType type = JoinType::Inner;
+
+    // The five lines of the join (left alias, left column, right alias, right column, type name)
+    // separated by line feeds, without a trailing line feed.
+    QString joinText() const;
+
+    friend bool operator==(const DiagramJoin&, const DiagramJoin&) = default;
+};
+
+// "Inner Join", "Left Join", "Right Join" or "Full Join".
+QString joinTypeName(JoinType type);
+
+// Reads one of the four display names (exact, case-sensitive). Returns false for any other text
+// and leaves *type untouched.
+bool joinTypeFromName(const QString& name, JoinType* type);
+
+} // namespace marovin

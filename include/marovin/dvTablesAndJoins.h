@@ -1,0 +1,151 @@
+#pragma once
+
+#include <QList>
+#include <QPoint>
+#include <QRectF>
+#include <QString>
+#include <QStringList>
+#include <QWidget>
+#include <marovin/DiagramJoin.h>
+
+class QGraphicsScene;
+class QGraphicsView;
+
+namespace marovin {
+
+class DiagramView;
+class JoinLineItem;
+class TableBoxItem;
+
+// The tables-and-joins diagram: one box per table with its columns, and join lines drawn by
+// dragging a column of one box onto a column of another.
+//
+// The host drives it through a small text interface: Clear, AddTable with a table-definition
+// text (see TableDefinition), the read-only JoinsList, and AddJoin to restore stored joins.
+// The user's actions come back as signals.
+//
+// Signals with pointer out-parameters (joinRequest, tableRemovalRequest) must be handled with
+// direct connections (the default for objects on the same thread): the diagram reads the flag
+// as soon as the emission returns.
+//
+// Join indexes are 1-based positions in the joins list.
+class dvTablesAndJoins : public QWidget {
+    Q_OBJECT
+public:
+    // AddTable's left and top are multiplied by kPositionScale, its width and height by
+    // kSizeScale, to give device-independent pixels. With the host's placement
+    // (left = 160 n + 50, width = 5 * alias length + 120) this leaves room for the join lines
+    // between neighbouring boxes.
+    static constexpr double kPositionScale = 1.5;
+    static constexpr double kSizeScale = 1.25;
+
+    explicit dvTablesAndJoins(QWidget* parent = nullptr);
+    ~dvTablesAndJoins() override;
+
+    // Removes every box and every join; raises no signals.
+    void Clear();
+
+    // Adds a box from the table-definition text (LF-separated) at left/top with width/height in
+    // the diagram's units. Returns false and sets *error for a malformed definition or an alias
+    // that is already in the diagram (nothing is added then).
+    bool AddTable(const QString& definition, int left, int top, int width, int height,
+                  QString* error = nullptr);
+
+    // All joins in the order they were drawn: the count, then five lines per join (left alias,
+    // left column, right alias, right column, join type name), separated by line feeds.
+    QString JoinsList() const;
+
+    // Draws a join programmatically (used when a stored query is loaded): raises joinAdded but
+    // not joinRequest. Returns false when an alias or column is unknown, both aliases are the
+    // same, or the type name is not one of "Inner Join", "Left Join", "Right Join", "Full Join".
+    bool AddJoin(const QString& leftAlias, const QString& leftColumn, const QString& rightAlias,
+                 const QString& rightColumn, const QString& joinType);
+
+    // --- Tables -------------------------------------------------------------------------------
+    QStringList tableAliases() const; // in the order the boxes were added
+    bool hasTable(const QString& alias) const;
+    QStringList tableColumns(const QString& alias) const; // empty for an unknown alias
+    // Box geometry in scene coordinates (null rectangle for an unknown alias).
+    QRectF tableSceneRect(const QString& alias) const;
+    // Asks for the removal of a box exactly as its close button does: raises
+    // tableRemovalRequest and, when allowed, removes the box and its joins (joinRemoved for
+    // each) and raises tableRemoved. Returns true when the box was removed.
+    bool requestTableRemoval(const QString& alias);
+
+    // --- Joins --------------------------------------------------------------------------------
+    QList<DiagramJoin> joins() const; // in joins-list order
+    int joinCount() const;
+    // Changes the type of join `index` (what the join's context menu does); raises joinChanged
+    // when the type actually changes. Returns false for a bad index or type name.
+    bool setJoinType(int index, const QString& joinType);
+    // Removes join `index` and raises joinRemoved with its text. False for a bad index.
+    bool removeJoin(int index);
+
+    // --- Selection and keyboard position --------------------------------------------------------
+    // One box or one join is selected at a time. Selecting a box makes it the keyboard's box.
+    void selectTable(const QString& alias);
+    QString selectedTable() const; // empty when no box is selected
+    void selectJoin(int index);
+    int selectedJoin() const; // 0 when no join is selected
+    void clearSelection();
+    // The keyboard row of the selected box: a column name, "*" for the all-columns row, or an
+    // empty text when no box is selected.
+    QString currentColumn() const;
+
+    // --- Points for real mouse events, in viewport coordinates ----------------------------------
+    // Each scrolls the box's column list and the view as needed so that the point is visible.
+    // A point of (-1, -1) means the alias, column or join is unknown.
+    QGraphicsView* view() const;
+    QPoint columnPoint(const QString& alias, const QString& column);
+    QPoint allColumnsPoint(const QString& alias);
+    QPoint titlePoint(const QString& alias);
+    QPoint closeButtonPoint(const QString& alias);
+    QPoint resizeGripPoint(const QString& alias); // bottom-right corner of the box
+    QPoint joinPoint(int index);                  // the badge in the middle of the line
+
+signals:
+    // The user dropped a column onto a column of another box. joinText is the five-line join
+    // without the count; *accept is preset to 1, setting it to 0 refuses the join (nothing is
+    // drawn). Direct connection only.
+    void joinRequest(const QString& joinText, int* accept);
+    // Raised before a box is removed by the user; *allow is preset to false and must be set to
+    // true to remove the box. Direct connection only.
+    void tableRemovalRequest(const QString& alias, bool* allow);
+    void tableRemoved(const QString& alias);
+    // Raised after a change of the joins with the five-line text of the join concerned and its
+    // 1-based index (for joinRemoved, the index it had).
+    void joinAdded(const QString& joinText, int index);
+    void joinChanged(const QString& joinText, int index);
+    void joinRemoved(const QString& joinText, int index);
+    // Double-click or Enter on the "*" row of a box; reserved is always 0.
+    void allColumns(const QString& alias, int reserved);
+    // Double-click or Enter on a column row (or a click on its add button); reserved is always 0.
+    void columnChosen(const QString& alias, const QString& column, int reserved);
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    TableBoxItem* box(const QString& alias) const;
+    int joinIndex(const JoinLineItem* join) const; // 1-based, 0 when unknown
+    void addJoinItem(const DiagramJoin& join);
+    void removeJoinItem(int index, bool notify);
+    void removeBox(TableBoxItem* box);
+    void requestJoinFromDrag(TableBoxItem* from, int fromRow, TableBoxItem* to, int toRow);
+    void activateRow(TableBoxItem* box, int row);
+    void deleteSelection();
+    void showJoinMenu(JoinLineItem* join, const QPoint& globalPos);
+    void showTableMenu(TableBoxItem* box, const QPoint& globalPos);
+    void selectItem(QObject* item);
+    void updateSceneRect();
+    void applyPalette();
+
+    QGraphicsScene* m_scene;       // Owned through Qt parent.
+    DiagramView* m_view;           // Owned through Qt parent.
+    QList<TableBoxItem*> m_boxes;  // Owned by m_scene.
+    QList<JoinLineItem*> m_joins;  // Owned by m_scene.
+    QObject* m_selected = nullptr; // Not owned: a box or join of m_boxes / m_joins, or null.
+    qreal m_nextZ = 1;
+};
+
+} // namespace marovin
