@@ -16,7 +16,8 @@ class cTables;
 
 inline constexpr std::string_view kCrLf = "\r\n";
 // The one list of aggregation names.
-inline constexpr std::string_view kAggregationFunctions = "AVG,COUNT,MAX,MIN,STDEV,STDEVP,SUM,VAR,VARP";
+inline constexpr std::string_view kAggregationFunctions =
+    "AVG,COUNT,MAX,MIN,STDEV,STDEVP,SUM,VAR,VARP";
 // The stored form of a line break typed inside a condition or expression.
 inline constexpr std::string_view kNewlineToken = "{newline}";
 
@@ -40,7 +41,8 @@ std::string StripBrackets(std::string_view text);
 // The last dot-separated piece of the name ("" for an empty name).
 std::string LastNamePart(std::string_view name);
 // True when the collection has an entry under the key; never throws.
-template <class Collection> bool IsInCollection(const Collection& collection, const std::string& key) {
+template <class Collection>
+bool IsInCollection(const Collection& collection, const std::string& key) {
     try {
         collection.Item(key);
         return true;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "marovin/cSelectedItem.h"
 #include "marovin/cKeyedCollection.h"
+#include "marovin/cSelectedItem.h"
 
 namespace marovin {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "marovin/cTable.h"
 #include "marovin/cKeyedCollection.h"
+#include "marovin/cTable.h"
 
 namespace marovin {
 

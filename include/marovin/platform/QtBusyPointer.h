@@ -1,0 +1,14 @@
+#pragma once
+
+#include "marovin/platform/iBusyPointer.h"
+
+namespace marovin {
+
+// The wait cursor as the application's override cursor.
+class QtBusyPointer : public iBusyPointer {
+public:
+    void Begin() override;
+    void End() override;
+};
+
+} // namespace marovin

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+namespace marovin {
+
+// The system clipboard, as far as the control and the dialogs use it: plain text.
+class iClipboard {
+public:
+    virtual ~iClipboard() = default;
+    virtual void Clear() = 0;
+    virtual void SetText(const QString& strText) = 0;
+    virtual QString Text() const = 0;
+};
+
+} // namespace marovin

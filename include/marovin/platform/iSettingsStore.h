@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+namespace marovin {
+
+// The per-user settings store: texts by section and key under the host application's name.
+class iSettingsStore {
+public:
+    virtual ~iSettingsStore() = default;
+    // The stored text, or strDefault when there is none.
+    virtual QString GetSetting(const QString& strSection, const QString& strKey,
+                               const QString& strDefault) const = 0;
+    virtual void SaveSetting(const QString& strSection, const QString& strKey,
+                             const QString& strValue) = 0;
+};
+
+} // namespace marovin

@@ -1,0 +1,186 @@
+// The commands that only need the query model: render and xml.
+
+#include "Commands.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <marovin/ModelError.h>
+#include <marovin/cSQLQuery.h>
+#include <sstream>
+
+namespace marovin::cli {
+
+std::string SourceName(const std::string& file) {
+    return (file.empty() || file == "-") ? std::string("<stdin>") : file;
+}
+
+void PrintError(std::ostream& err, const std::string& where, const std::string& message) {
+    std::string line = message;
+    for (char& c : line) {
+        if (c == '\n' || c == '\r')
+            c = ' ';
+    }
+    err << "marovin: " << where << ": " << line << '\n';
+}
+
+bool ReadDocumentText(const std::string& file, std::istream& in, std::string& text,
+                      std::ostream& err) {
+    if (file.empty() || file == "-") {
+        text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        if (in.bad()) {
+            PrintError(err, SourceName(file), "cannot read standard input");
+            return false;
+        }
+        return true;
+    }
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) {
+        PrintError(err, file, std::string("cannot open: ") + std::strerror(errno));
+        return false;
+    }
+    std::ostringstream buffer;
+    buffer << stream.rdbuf();
+    if (stream.bad()) {
+        PrintError(err, file, "cannot read the file");
+        return false;
+    }
+    text = buffer.str();
+    return true;
+}
+
+namespace {
+
+// Loads a document into the query; on failure writes one line and returns false.
+bool loadQuery(const std::string& file, std::istream& in, cSQLQuery& query, std::ostream& err) {
+    std::string text;
+    if (!ReadDocumentText(file, in, text, err))
+        return false;
+    try {
+        query.LoadXmlText(text);
+        return true;
+    } catch (const std::exception& e) {
+        PrintError(err, SourceName(file), e.what());
+        return false;
+    }
+}
+
+// Splits the arguments into options and at most one file; reports usage errors.
+bool oneFile(const std::vector<std::string>& rest, std::string& file, std::ostream& err,
+             const char* usage) {
+    if (rest.size() > 1) {
+        err << "marovin: too many arguments\n" << usage;
+        return false;
+    }
+    file = rest.empty() ? std::string() : rest.front();
+    return true;
+}
+
+constexpr const char* kRenderUsage =
+    "usage: marovin render [--clause select|from|where|groupby|having|orderby] [FILE|-]\n";
+constexpr const char* kXmlUsage = "usage: marovin xml [--indent] [FILE|-]\n";
+
+} // namespace
+
+int RunRenderCommand(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
+                     std::ostream& err) {
+    std::string clause;
+    std::vector<std::string> rest;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        if (arg == "--clause") {
+            if (i + 1 >= args.size()) {
+                err << "marovin: --clause needs a value\n" << kRenderUsage;
+                return kExitUsage;
+            }
+            clause = args[++i];
+        } else if (arg.rfind("--clause=", 0) == 0) {
+            clause = arg.substr(9);
+        } else if (arg == "--help" || arg == "-h") {
+            out << kRenderUsage;
+            return kExitOk;
+        } else if (arg.size() > 1 && arg[0] == '-') {
+            err << "marovin: unknown option " << arg << '\n' << kRenderUsage;
+            return kExitUsage;
+        } else {
+            rest.push_back(arg);
+        }
+    }
+    static const char* const kClauses[] = {"select",  "from",   "where",
+                                           "groupby", "having", "orderby"};
+    if (!clause.empty() &&
+        std::find(std::begin(kClauses), std::end(kClauses), clause) == std::end(kClauses)) {
+        err << "marovin: unknown clause \"" << clause << "\"\n" << kRenderUsage;
+        return kExitUsage;
+    }
+    std::string file;
+    if (!oneFile(rest, file, err, kRenderUsage))
+        return kExitUsage;
+
+    cSQLQuery query;
+    if (!loadQuery(file, in, query, err))
+        return kExitFailure;
+    std::string text;
+    try {
+        if (clause.empty())
+            text = query.strSQL();
+        else if (clause == "select")
+            text = query.strSelect();
+        else if (clause == "from")
+            text = query.strFrom();
+        else if (clause == "where")
+            text = query.strWhere();
+        else if (clause == "groupby")
+            text = query.strGroupBy();
+        else if (clause == "having")
+            text = query.strHaving();
+        else
+            text = query.strOrderBy();
+    } catch (const std::exception& e) {
+        PrintError(err, SourceName(file), std::string("cannot render: ") + e.what());
+        return kExitFailure;
+    }
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    out.flush();
+    return kExitOk;
+}
+
+int RunXmlCommand(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
+                  std::ostream& err) {
+    bool indent = false;
+    std::vector<std::string> rest;
+    for (const auto& arg : args) {
+        if (arg == "--indent") {
+            indent = true;
+        } else if (arg == "--help" || arg == "-h") {
+            out << kXmlUsage;
+            return kExitOk;
+        } else if (arg.size() > 1 && arg[0] == '-') {
+            err << "marovin: unknown option " << arg << '\n' << kXmlUsage;
+            return kExitUsage;
+        } else {
+            rest.push_back(arg);
+        }
+    }
+    std::string file;
+    if (!oneFile(rest, file, err, kXmlUsage))
+        return kExitUsage;
+    cSQLQuery query;
+    if (!loadQuery(file, in, query, err))
+        return kExitFailure;
+    std::string text;
+    try {
+        text = query.ToXmlText(indent);
+    } catch (const std::exception& e) {
+        PrintError(err, SourceName(file), std::string("cannot write the document: ") + e.what());
+        return kExitFailure;
+    }
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    out.flush();
+    return kExitOk;
+}
+
+} // namespace marovin::cli

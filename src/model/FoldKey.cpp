@@ -1,0 +1,74 @@
+#include "marovin/cKeyedCollection.h"
+
+namespace marovin {
+namespace {
+
+// Lower-case partner of a code point for the scripts hosts name tables and fields in.
+char32_t foldCodePoint(char32_t c) {
+    if (c >= U'A' && c <= U'Z')
+        return c + 0x20;
+    if (c < 0x80)
+        return c;
+    if ((c >= 0xC0 && c <= 0xDE && c != 0xD7) || (c >= 0x391 && c <= 0x3AB && c != 0x3A2) ||
+        (c >= 0x410 && c <= 0x42F))
+        return c + 0x20;
+    if (c >= 0x400 && c <= 0x40F)
+        return c + 0x50;
+    if (c == 0x178)
+        return 0xFF;
+    // Latin Extended-A pairs upper/lower case on even/odd code points, shifted by one in two runs.
+    if ((c >= 0x100 && c <= 0x12F) || (c >= 0x132 && c <= 0x137) || (c >= 0x14A && c <= 0x177))
+        return (c % 2 == 0) ? c + 1 : c;
+    if ((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E))
+        return (c % 2 == 1) ? c + 1 : c;
+    return c;
+}
+
+void appendUtf8(std::string& out, char32_t c) {
+    if (c < 0x80) {
+        out += static_cast<char>(c);
+    } else if (c < 0x800) {
+        out += static_cast<char>(0xC0 | (c >> 6));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        out += static_cast<char>(0xE0 | (c >> 12));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (c >> 18));
+        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    }
+}
+
+} // namespace
+
+std::string FoldKey(const std::string& key) {
+    std::string out;
+    out.reserve(key.size());
+    const auto* s = reinterpret_cast<const unsigned char*>(key.data());
+    const size_t n = key.size();
+    size_t i = 0;
+    while (i < n) {
+        const unsigned char b = s[i];
+        if (b < 0x80) {
+            out += static_cast<char>((b >= 'A' && b <= 'Z') ? b + 0x20 : b);
+            ++i;
+            continue;
+        }
+        // Two- and three-byte sequences cover every letter that folds; anything else, including
+        // malformed bytes, is copied unchanged.
+        if ((b & 0xE0) == 0xC0 && i + 1 < n && (s[i + 1] & 0xC0) == 0x80) {
+            char32_t c = (char32_t(b & 0x1F) << 6) | (s[i + 1] & 0x3F);
+            appendUtf8(out, foldCodePoint(c));
+            i += 2;
+            continue;
+        }
+        out += static_cast<char>(b);
+        ++i;
+    }
+    return out;
+}
+
+} // namespace marovin
