@@ -1,0 +1,25 @@
+#include "marovin/platform/ScriptedMessageBox.h"
+
+namespace marovin {
+
+MessageAnswer ScriptedMessageBox::Show(const QString& strCaption, const QString& strText,
+                                       MessageIcon icon, MessageButtons buttons) {
+    MessageAnswer answer = MessageAnswer::Ok;
+    if (buttons != MessageButtons::Ok) {
+        if (!m_answers.empty()) {
+            answer = m_answers.front();
+            m_answers.pop_front();
+        } else {
+            answer = m_defaultAnswer;
+        }
+        // An answer the box does not offer falls back to its safe choice.
+        if (answer == MessageAnswer::Ok)
+            answer = MessageAnswer::Yes;
+        if (answer == MessageAnswer::Cancel && buttons == MessageButtons::YesNo)
+            answer = MessageAnswer::No;
+    }
+    m_shown.push_back(Shown{strCaption, strText, icon, buttons, answer});
+    return answer;
+}
+
+} // namespace marovin

@@ -1,0 +1,91 @@
+#include "marovin/platform/SqlTextView.h"
+
+#include "marovin/platform/SqlHighlighter.h"
+
+#include <QFontInfo>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextLayout>
+#include <gtest/gtest.h>
+
+using namespace marovin;
+using Kind = SqlHighlighter::Kind;
+
+namespace {
+
+// The kind of the first character of `needle` in the line.
+Kind kindOf(const QString& line, const QString& needle) {
+    const auto at = line.indexOf(needle);
+    EXPECT_GE(at, 0) << needle.toStdString();
+    return SqlHighlighter::KindAt(line, static_cast<int>(at));
+}
+
+} // namespace
+
+TEST(SqlHighlighterTest, ColoursTheKindsOfTSqlText) {
+    const QString line = "SELECT TOP 10 [Order Details].Quantity AS Qty, 'it''s' FROM dbo.Orders1 "
+                         "where Freight > 12.5 -- cheap";
+    EXPECT_EQ(kindOf(line, "SELECT"), Kind::Keyword);
+    EXPECT_EQ(kindOf(line, "TOP"), Kind::Keyword);
+    EXPECT_EQ(kindOf(line, "10"), Kind::Number);
+    EXPECT_EQ(kindOf(line, "[Order Details]"), Kind::BracketedName);
+    EXPECT_EQ(kindOf(line, "Details]"), Kind::BracketedName);
+    EXPECT_EQ(kindOf(line, "Quantity"), Kind::Plain);
+    EXPECT_EQ(kindOf(line, "AS Qty"), Kind::Keyword);
+    EXPECT_EQ(kindOf(line, "s'"), Kind::String); // the doubled quote stays inside the literal
+    EXPECT_EQ(kindOf(line, "FROM"), Kind::Keyword);
+    EXPECT_EQ(kindOf(line, "1 "), Kind::Plain); // the digit ending Orders1 is part of the name
+    EXPECT_EQ(kindOf(line, "where"), Kind::Keyword);
+    EXPECT_EQ(kindOf(line, "12.5"), Kind::Number);
+    EXPECT_EQ(kindOf(line, "cheap"), Kind::Comment);
+}
+
+TEST(SqlHighlighterTest, ParameterMarkersKeepTheirColourInsideLiterals) {
+    const QString line = "WHERE Country = <[Country]> AND City LIKE '%<[City]>%'";
+    EXPECT_EQ(kindOf(line, "<[Country]>"), Kind::Parameter);
+    EXPECT_EQ(kindOf(line, "Country]>"), Kind::Parameter);
+    EXPECT_EQ(kindOf(line, "<[City]>"), Kind::Parameter);
+    EXPECT_EQ(kindOf(line, "%<"), Kind::String);
+    EXPECT_EQ(kindOf(line, "%'"), Kind::String);
+    // An unclosed marker is an ordinary bracketed name after the "<".
+    EXPECT_EQ(kindOf("x < [a b", "[a"), Kind::BracketedName);
+}
+
+TEST(SqlTextViewTest, KeepsTheTextByteForByteAndShowsOneLinePerCrLf) {
+    SqlTextView view;
+    const std::string sql = "SELECT Orders.Freight\r\nFROM Orders\r\nWHERE Freight > 10";
+    view.setStrText(sql);
+    EXPECT_EQ(view.strText(), sql);
+    EXPECT_TRUE(view.isReadOnly());
+    EXPECT_EQ(view.document()->blockCount(), 3);
+    EXPECT_EQ(view.document()->findBlockByNumber(1).text(), "FROM Orders");
+    EXPECT_FALSE(view.toPlainText().contains(QChar('\r')));
+    EXPECT_TRUE(QFontInfo(view.font()).fixedPitch());
+
+    // Typing does not change a read-only view.
+    view.show();
+    QTest::keyClicks(&view, "DROP");
+    EXPECT_EQ(view.strText(), sql);
+    EXPECT_FALSE(view.toPlainText().contains("DROP"));
+}
+
+TEST(SqlTextViewTest, AppliesTheColoursToTheShownDocument) {
+    SqlTextView view;
+    view.setStrText("SELECT 'x'");
+    const QTextBlock block = view.document()->firstBlock();
+    const auto formats = block.layout()->formats();
+    bool keyword = false;
+    bool literal = false;
+    for (const auto& range : formats) {
+        if (range.start == 0 && range.length == 6)
+            keyword =
+                range.format.foreground() == view.highlighter()->format(Kind::Keyword).foreground();
+        if (range.start == 7 && range.length == 3)
+            literal =
+                range.format.foreground() == view.highlighter()->format(Kind::String).foreground();
+    }
+    EXPECT_TRUE(keyword);
+    EXPECT_TRUE(literal);
+    EXPECT_NE(view.highlighter()->format(Kind::Keyword).foreground(),
+              view.highlighter()->format(Kind::String).foreground());
+}
