@@ -1,0 +1,364 @@
+#include "OdbcSession.h"
+
+#include "marovin/DbError.h"
+#include "marovin/cRecordset.h"
+
+#include <cstring>
+#include <optional>
+
+namespace marovin {
+
+namespace {
+
+bool ok(SQLRETURN rc) {
+    return rc == SQL_SUCCESS || rc == SQL_SUCCESS_WITH_INFO;
+}
+
+std::string describeFailure(SQLSMALLINT handleType, SQLHANDLE handle, const char* what) {
+    std::string d = OdbcSession::Diagnostics(handleType, handle);
+    return d.empty() ? std::string(what) + " failed" : d;
+}
+
+enum class FetchAs { Integer, Real, Binary, Text };
+
+FetchAs fetchKind(SQLSMALLINT sqlType) {
+    switch (sqlType) {
+    case SQL_TINYINT:
+    case SQL_SMALLINT:
+    case SQL_INTEGER:
+    case SQL_BIGINT:
+    case SQL_BIT:
+        return FetchAs::Integer;
+    case SQL_REAL:
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+        return FetchAs::Real;
+    case SQL_BINARY:
+    case SQL_VARBINARY:
+    case SQL_LONGVARBINARY:
+        return FetchAs::Binary;
+    default:
+        // Decimal and money stay exact as text, and so do dates, times and strings.
+        return FetchAs::Text;
+    }
+}
+
+} // namespace
+
+// Owns one statement handle with the command time-out set.
+class OdbcSession::Stmt {
+public:
+    explicit Stmt(OdbcSession& session) {
+        if (!session.m_connected)
+            throw DbError("The connection is closed");
+        if (!ok(SQLAllocHandle(SQL_HANDLE_STMT, session.m_dbc, &m_h)))
+            throw DbError(describeFailure(SQL_HANDLE_DBC, session.m_dbc, "SQLAllocHandle"));
+        // Some drivers do not support a time-out; that is not a reason to fail.
+        SQLSetStmtAttr(m_h, SQL_ATTR_QUERY_TIMEOUT,
+                       reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(session.m_commandTimeout)),
+                       SQL_IS_UINTEGER);
+    }
+    ~Stmt() {
+        SQLFreeStmt(m_h, SQL_CLOSE);
+        SQLFreeHandle(SQL_HANDLE_STMT, m_h);
+    }
+    Stmt(const Stmt&) = delete;
+    Stmt& operator=(const Stmt&) = delete;
+
+    SQLHSTMT get() const { return m_h; }
+    // Raises DbError unless rc is a success (or "no data" when allowed).
+    SQLRETURN check(SQLRETURN rc, const char* what, bool noDataOk = false) const {
+        if (ok(rc) || (noDataOk && rc == SQL_NO_DATA))
+            return rc;
+        throw DbError(describeFailure(SQL_HANDLE_STMT, m_h, what));
+    }
+    // The column as text, or nothing for NULL.
+    std::optional<std::string> text(SQLUSMALLINT col) const {
+        std::string out;
+        char buf[1024];
+        for (;;) {
+            SQLLEN ind = 0;
+            SQLRETURN rc = SQLGetData(m_h, col, SQL_C_CHAR, buf, sizeof buf, &ind);
+            if (rc == SQL_NO_DATA)
+                break;
+            check(rc, "SQLGetData");
+            if (ind == SQL_NULL_DATA)
+                return std::nullopt;
+            // A chunk that did not fit is cut one byte short for its terminating zero.
+            std::size_t got = (ind == SQL_NO_TOTAL || ind >= static_cast<SQLLEN>(sizeof buf))
+                                  ? sizeof buf - 1
+                                  : static_cast<std::size_t>(ind);
+            out.append(buf, got);
+            if (rc == SQL_SUCCESS)
+                break;
+        }
+        return out;
+    }
+
+private:
+    SQLHSTMT m_h = SQL_NULL_HSTMT;
+};
+
+std::string OdbcSession::Diagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
+    std::string out;
+    for (SQLSMALLINT i = 1;; ++i) {
+        SQLCHAR state[6] = {};
+        SQLINTEGER native = 0;
+        SQLCHAR message[2048] = {};
+        SQLSMALLINT length = 0;
+        SQLRETURN rc =
+            SQLGetDiagRec(handleType, handle, i, state, &native, message, sizeof message, &length);
+        if (!ok(rc))
+            break;
+        std::string text(reinterpret_cast<const char*>(message));
+        if (text.empty() || out.find(text) != std::string::npos)
+            continue;
+        if (!out.empty())
+            out += "\r\n";
+        out += text;
+    }
+    return out;
+}
+
+OdbcSession::OdbcSession(const std::string& connectionString, std::int32_t loginTimeout,
+                         std::int32_t commandTimeout)
+    : m_commandTimeout(commandTimeout) {
+    if (!ok(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &m_env)))
+        throw DbError("Cannot allocate an ODBC environment");
+    SQLSetEnvAttr(m_env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    if (!ok(SQLAllocHandle(SQL_HANDLE_DBC, m_env, &m_dbc))) {
+        std::string d = describeFailure(SQL_HANDLE_ENV, m_env, "SQLAllocHandle");
+        Close();
+        throw DbError(d);
+    }
+    if (loginTimeout > 0) {
+        auto t = reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(loginTimeout));
+        SQLSetConnectAttr(m_dbc, SQL_ATTR_LOGIN_TIMEOUT, t, SQL_IS_UINTEGER);
+        SQLSetConnectAttr(m_dbc, SQL_ATTR_CONNECTION_TIMEOUT, t, SQL_IS_UINTEGER);
+    }
+    SQLCHAR out[1024];
+    SQLSMALLINT outLength = 0;
+    SQLRETURN rc = SQLDriverConnect(
+        m_dbc, nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(connectionString.c_str())),
+        static_cast<SQLSMALLINT>(connectionString.size()), out, sizeof out, &outLength,
+        SQL_DRIVER_NOPROMPT);
+    if (!ok(rc)) {
+        std::string d = describeFailure(SQL_HANDLE_DBC, m_dbc, "SQLDriverConnect");
+        Close();
+        throw DbError(d);
+    }
+    m_connected = true;
+    char info[256] = {};
+    SQLSMALLINT infoLength = 0;
+    if (ok(SQLGetInfo(m_dbc, SQL_DBMS_NAME, info, sizeof info, &infoLength)))
+        m_dbmsName = info;
+    std::memset(info, 0, sizeof info);
+    if (ok(SQLGetInfo(m_dbc, SQL_SEARCH_PATTERN_ESCAPE, info, sizeof info, &infoLength)))
+        m_searchEscape = info;
+}
+
+OdbcSession::~OdbcSession() {
+    Close();
+}
+
+void OdbcSession::Close() {
+    if (m_connected) {
+        SQLDisconnect(m_dbc);
+        m_connected = false;
+    }
+    if (m_dbc != SQL_NULL_HDBC) {
+        SQLFreeHandle(SQL_HANDLE_DBC, m_dbc);
+        m_dbc = SQL_NULL_HDBC;
+    }
+    if (m_env != SQL_NULL_HENV) {
+        SQLFreeHandle(SQL_HANDLE_ENV, m_env);
+        m_env = SQL_NULL_HENV;
+    }
+}
+
+bool OdbcSession::SupportsParseOnly() const {
+    return m_dbmsName.find("SQL Server") != std::string::npos;
+}
+
+// The catalogue functions take patterns; "_" and "%" in a real name must not act as wildcards.
+std::string OdbcSession::searchPattern(const std::string& value) const {
+    if (m_searchEscape.empty())
+        return value;
+    std::string out;
+    for (char c : value) {
+        if (c == '_' || c == '%' || m_searchEscape.find(c) != std::string::npos)
+            out += m_searchEscape;
+        out += c;
+    }
+    return out;
+}
+
+std::vector<DbSession::TableRow> OdbcSession::Tables() {
+    Stmt stmt(*this);
+    stmt.check(SQLTables(stmt.get(), nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0), "SQLTables");
+    std::vector<TableRow> rows;
+    SQLRETURN rc;
+    while ((rc = SQLFetch(stmt.get())) != SQL_NO_DATA) {
+        stmt.check(rc, "SQLFetch");
+        rows.push_back(
+            {stmt.text(2).value_or(""), stmt.text(3).value_or(""), stmt.text(4).value_or("")});
+    }
+    return rows;
+}
+
+std::vector<std::string> OdbcSession::Columns(const std::string& schema, const std::string& table) {
+    Stmt stmt(*this);
+    std::string s = searchPattern(schema), t = searchPattern(table);
+    auto arg = [](std::string& v) {
+        return v.empty() ? nullptr : reinterpret_cast<SQLCHAR*>(v.data());
+    };
+    auto len = [](const std::string& v) {
+        return v.empty() ? SQLSMALLINT{0} : static_cast<SQLSMALLINT>(v.size());
+    };
+    stmt.check(SQLColumns(stmt.get(), nullptr, 0, arg(s), len(s), arg(t), len(t), nullptr, 0),
+               "SQLColumns");
+    std::vector<std::string> columns;
+    SQLRETURN rc;
+    while ((rc = SQLFetch(stmt.get())) != SQL_NO_DATA) {
+        stmt.check(rc, "SQLFetch");
+        columns.push_back(stmt.text(4).value_or(""));
+    }
+    return columns;
+}
+
+void OdbcSession::Execute(const std::string& sql) {
+    Stmt stmt(*this);
+    std::string text = sql;
+    SQLRETURN rc = stmt.check(SQLExecDirect(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()),
+                                            static_cast<SQLINTEGER>(text.size())),
+                              "SQLExecDirect", true);
+    // Every result of the batch is read, so that an error raised by a later statement of the
+    // batch is seen too.
+    while (rc != SQL_NO_DATA) {
+        SQLSMALLINT cols = 0;
+        SQLNumResultCols(stmt.get(), &cols);
+        if (cols > 0) {
+            while ((rc = SQLFetch(stmt.get())) != SQL_NO_DATA)
+                stmt.check(rc, "SQLFetch");
+        }
+        rc = stmt.check(SQLMoreResults(stmt.get()), "SQLMoreResults", true);
+    }
+}
+
+void OdbcSession::Prepare(const std::string& sql) {
+    Stmt stmt(*this);
+    std::string text = sql;
+    stmt.check(SQLPrepare(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()),
+                          static_cast<SQLINTEGER>(text.size())),
+               "SQLPrepare");
+    // Drivers that prepare lazily send the statement to the server when asked for its columns.
+    SQLSMALLINT cols = 0;
+    stmt.check(SQLNumResultCols(stmt.get(), &cols), "SQLNumResultCols");
+}
+
+std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int32_t maxRows) {
+    Stmt stmt(*this);
+    if (maxRows > 0) {
+        // Not every driver honours the attribute; the fetch loop stops at the limit anyway.
+        SQLSetStmtAttr(stmt.get(), SQL_ATTR_MAX_ROWS,
+                       reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(maxRows)),
+                       SQL_IS_UINTEGER);
+    }
+    std::string text = sql;
+    SQLRETURN rc = stmt.check(SQLExecDirect(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()),
+                                            static_cast<SQLINTEGER>(text.size())),
+                              "SQLExecDirect", true);
+    // Skip results without columns (row counts of statements before the query).
+    SQLSMALLINT nCols = 0;
+    while (rc != SQL_NO_DATA) {
+        stmt.check(SQLNumResultCols(stmt.get(), &nCols), "SQLNumResultCols");
+        if (nCols > 0)
+            break;
+        rc = stmt.check(SQLMoreResults(stmt.get()), "SQLMoreResults", true);
+    }
+    std::vector<cRecordset::Column> columns;
+    std::vector<FetchAs> kinds;
+    for (SQLUSMALLINT c = 1; c <= static_cast<SQLUSMALLINT>(nCols); ++c) {
+        SQLCHAR name[512] = {};
+        SQLSMALLINT nameLength = 0, sqlType = 0, decimals = 0, nullable = 0;
+        SQLULEN size = 0;
+        stmt.check(SQLDescribeCol(stmt.get(), c, name, sizeof name, &nameLength, &sqlType, &size,
+                                  &decimals, &nullable),
+                   "SQLDescribeCol");
+        char typeName[256] = {};
+        SQLSMALLINT typeLength = 0;
+        SQLColAttribute(stmt.get(), c, SQL_DESC_TYPE_NAME, typeName, sizeof typeName, &typeLength,
+                        nullptr);
+        columns.push_back({reinterpret_cast<const char*>(name), typeName});
+        kinds.push_back(fetchKind(sqlType));
+    }
+    std::vector<DbValue> cells;
+    std::int64_t rows = 0;
+    while (nCols > 0 && (maxRows <= 0 || rows < maxRows)) {
+        rc = SQLFetch(stmt.get());
+        if (rc == SQL_NO_DATA)
+            break;
+        stmt.check(rc, "SQLFetch");
+        ++rows;
+        for (SQLUSMALLINT c = 1; c <= static_cast<SQLUSMALLINT>(nCols); ++c) {
+            SQLLEN ind = 0;
+            switch (kinds[c - 1]) {
+            case FetchAs::Integer: {
+                SQLBIGINT v = 0;
+                stmt.check(SQLGetData(stmt.get(), c, SQL_C_SBIGINT, &v, 0, &ind), "SQLGetData");
+                if (ind == SQL_NULL_DATA)
+                    cells.emplace_back();
+                else
+                    cells.emplace_back(static_cast<std::int64_t>(v));
+                break;
+            }
+            case FetchAs::Real: {
+                double v = 0;
+                stmt.check(SQLGetData(stmt.get(), c, SQL_C_DOUBLE, &v, 0, &ind), "SQLGetData");
+                if (ind == SQL_NULL_DATA)
+                    cells.emplace_back();
+                else
+                    cells.emplace_back(v);
+                break;
+            }
+            case FetchAs::Binary: {
+                DbValue::Blob bytes;
+                unsigned char buf[4096];
+                bool isNull = false;
+                for (;;) {
+                    SQLRETURN r = SQLGetData(stmt.get(), c, SQL_C_BINARY, buf, sizeof buf, &ind);
+                    if (r == SQL_NO_DATA)
+                        break;
+                    stmt.check(r, "SQLGetData");
+                    if (ind == SQL_NULL_DATA) {
+                        isNull = true;
+                        break;
+                    }
+                    std::size_t got = (ind == SQL_NO_TOTAL || ind > static_cast<SQLLEN>(sizeof buf))
+                                          ? sizeof buf
+                                          : static_cast<std::size_t>(ind);
+                    bytes.insert(bytes.end(), buf, buf + got);
+                    if (r == SQL_SUCCESS)
+                        break;
+                }
+                if (isNull)
+                    cells.emplace_back();
+                else
+                    cells.emplace_back(std::move(bytes));
+                break;
+            }
+            case FetchAs::Text: {
+                auto v = stmt.text(c);
+                if (v)
+                    cells.emplace_back(std::move(*v));
+                else
+                    cells.emplace_back();
+                break;
+            }
+            }
+        }
+    }
+    return std::make_shared<cRecordset>(std::move(columns), std::move(cells));
+}
+
+} // namespace marovin

@@ -1,0 +1,20 @@
+#pragma once
+
+struct sqlite3;
+
+namespace marovin {
+
+// Registers on an SQLite connection the Transact-SQL functions that generated queries use and
+// SQLite lacks or spells differently: the aggregates STDEV, STDEVP, VAR and VARP; the string
+// functions LEFT, RIGHT, REVERSE and STR; the mathematical functions of the expression builder
+// (LOG is the natural logarithm as in T-SQL, not SQLite's base 10); RAND; and the date functions
+// GETDATE, GETUTCDATE, DAY, MONTH, YEAR, DATEADD, DATEDIFF, DATEPART and DATENAME.
+//
+// Differences from SQL Server: SQLite has no date types, so dates are texts
+// "YYYY-MM-DD[ HH:MM:SS[.fff]]" and results are such texts; the date part of DATEADD, DATEDIFF,
+// DATEPART and DATENAME must be written as a string ('day', 'mm', ...) because SQLite would read
+// a bare day as a column name; weeks start on Sunday (SET DATEFIRST 7); an unreadable date is an
+// error rather than an implicit conversion. Returns false when SQLite refused a registration.
+bool registerSqlServerFunctions(sqlite3* db);
+
+} // namespace marovin

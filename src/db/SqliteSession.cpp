@@ -1,0 +1,317 @@
+#include "SqliteSession.h"
+
+#include "SqliteFunctions.h"
+#include "marovin/DbError.h"
+#include "marovin/cRecordset.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+namespace marovin {
+
+namespace {
+
+// The schema name under which the file is attached, so that dbo.Orders resolves.
+constexpr const char* kSchema = "dbo";
+
+bool equalsNoCase(const std::string& a, const std::string& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return std::tolower(static_cast<unsigned char>(x)) ==
+               std::tolower(static_cast<unsigned char>(y));
+    });
+}
+
+std::string lower(std::string s) {
+    for (char& c : s)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+// A file URI for the path: characters that mean something in a URI are percent-encoded.
+std::string fileUri(const std::string& path) {
+    static const char kHex[] = "0123456789ABCDEF";
+    std::string uri = "file:";
+    for (unsigned char c : path) {
+        if (c == '%' || c == '?' || c == '#' || c <= ' ' || c >= 0x7F) {
+            uri += '%';
+            uri += kHex[c >> 4];
+            uri += kHex[c & 15];
+        } else {
+            uri += static_cast<char>(c);
+        }
+    }
+    return uri + "?mode=ro";
+}
+
+// Owns one prepared statement.
+class Statement {
+public:
+    Statement() = default;
+    ~Statement() { sqlite3_finalize(m_stmt); }
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+    sqlite3_stmt** out() {
+        sqlite3_finalize(m_stmt);
+        m_stmt = nullptr;
+        return &m_stmt;
+    }
+    sqlite3_stmt* get() const { return m_stmt; }
+
+private:
+    sqlite3_stmt* m_stmt = nullptr;
+};
+
+} // namespace
+
+SqliteSession::SqliteSession(const std::string& path, std::int32_t commandTimeoutSeconds)
+    : m_timeout(commandTimeoutSeconds) {
+    struct stat st {};
+    if (path.empty())
+        throw DbError("No database file given");
+    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
+        throw DbError("unable to open database file: " + path);
+    // The main database is an empty in-memory one; the file is attached read-only as "dbo".
+    // Attached files inherit the read-only open flag.
+    int rc = sqlite3_open_v2(":memory:", &m_db, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
+    if (rc != SQLITE_OK) {
+        std::string msg = m_db ? sqlite3_errmsg(m_db) : sqlite3_errstr(rc);
+        Close();
+        throw DbError(msg);
+    }
+    sqlite3_extended_result_codes(m_db, 1);
+    sqlite3_busy_timeout(m_db, 5000);
+    Statement attach;
+    std::string uri = fileUri(path);
+    if (sqlite3_prepare_v2(m_db, "ATTACH DATABASE ?1 AS dbo", -1, attach.out(), nullptr) !=
+            SQLITE_OK ||
+        sqlite3_bind_text(attach.get(), 1, uri.c_str(), -1, SQLITE_TRANSIENT) != SQLITE_OK ||
+        sqlite3_step(attach.get()) != SQLITE_DONE) {
+        std::string msg = sqlite3_errmsg(m_db);
+        Close();
+        throw DbError(msg + ": " + path);
+    }
+    // Reading the schema proves that the file is a database.
+    char* err = nullptr;
+    if (sqlite3_exec(m_db, "SELECT count(*) FROM dbo.sqlite_schema; PRAGMA query_only = 1;",
+                     nullptr, nullptr, &err) != SQLITE_OK) {
+        std::string msg = err ? err : sqlite3_errmsg(m_db);
+        sqlite3_free(err);
+        Close();
+        throw DbError(msg + ": " + path);
+    }
+    if (!registerSqlServerFunctions(m_db)) {
+        std::string msg = sqlite3_errmsg(m_db);
+        Close();
+        throw DbError(msg);
+    }
+    sqlite3_progress_handler(m_db, 10000, &SqliteSession::progress, this);
+}
+
+SqliteSession::~SqliteSession() {
+    Close();
+}
+
+void SqliteSession::Close() {
+    if (m_db) {
+        sqlite3_close_v2(m_db);
+        m_db = nullptr;
+    }
+}
+
+sqlite3* SqliteSession::handle() const {
+    if (!m_db)
+        throw DbError("The connection is closed");
+    return m_db;
+}
+
+void SqliteSession::fail() const {
+    throw DbError(sqlite3_errmsg(m_db));
+}
+
+void SqliteSession::startClock() {
+    m_deadline = std::chrono::steady_clock::now() + m_timeout;
+}
+
+// Interrupts a statement that has run longer than the command time-out.
+int SqliteSession::progress(void* self) {
+    auto* session = static_cast<SqliteSession*>(self);
+    return std::chrono::steady_clock::now() > session->m_deadline ? 1 : 0;
+}
+
+std::vector<DbSession::TableRow> SqliteSession::Tables() {
+    sqlite3* db = handle();
+    startClock();
+    Statement stmt;
+    if (sqlite3_prepare_v2(db,
+                           "SELECT type, name FROM dbo.sqlite_schema "
+                           "WHERE type IN ('table', 'view')",
+                           -1, stmt.out(), nullptr) != SQLITE_OK)
+        fail();
+    // The schema table itself is not listed in itself.
+    std::vector<TableRow> rows{{kSchema, "sqlite_schema", "SYSTEM TABLE"}};
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+        std::string type = reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0));
+        const auto* nameText = sqlite3_column_text(stmt.get(), 1);
+        std::string name = nameText ? reinterpret_cast<const char*>(nameText) : "";
+        if (lower(name).starts_with("sqlite_"))
+            type = "SYSTEM TABLE";
+        else
+            type = type == "view" ? "VIEW" : "TABLE";
+        rows.push_back({kSchema, std::move(name), std::move(type)});
+    }
+    if (rc != SQLITE_DONE)
+        fail();
+    // The catalogue order of SQL Server: by type, then by name (case-insensitive first).
+    std::stable_sort(rows.begin(), rows.end(), [](const TableRow& a, const TableRow& b) {
+        if (a.strType != b.strType)
+            return a.strType < b.strType;
+        std::string la = lower(a.strName), lb = lower(b.strName);
+        return la != lb ? la < lb : a.strName < b.strName;
+    });
+    return rows;
+}
+
+std::vector<std::string> SqliteSession::Columns(const std::string& schema,
+                                                const std::string& table) {
+    sqlite3* db = handle();
+    std::vector<std::string> columns;
+    if (!schema.empty() && !equalsNoCase(schema, kSchema))
+        return columns;
+    std::vector<std::string> tables;
+    if (table.empty()) {
+        for (const TableRow& row : Tables())
+            tables.push_back(row.strName);
+    } else {
+        tables.push_back(table);
+    }
+    startClock();
+    Statement stmt;
+    if (sqlite3_prepare_v2(db, "SELECT name FROM pragma_table_info(?1, 'dbo') ORDER BY cid", -1,
+                           stmt.out(), nullptr) != SQLITE_OK)
+        fail();
+    for (const std::string& name : tables) {
+        sqlite3_reset(stmt.get());
+        sqlite3_bind_text(stmt.get(), 1, name.data(), static_cast<int>(name.size()),
+                          SQLITE_TRANSIENT);
+        int rc;
+        while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+            const auto* text = sqlite3_column_text(stmt.get(), 0);
+            columns.emplace_back(text ? reinterpret_cast<const char*>(text) : "");
+        }
+        if (rc != SQLITE_DONE)
+            fail();
+    }
+    return columns;
+}
+
+void SqliteSession::Execute(const std::string& sql) {
+    sqlite3* db = handle();
+    startClock();
+    const char* tail = sql.c_str();
+    const char* end = tail + sql.size();
+    while (tail < end) {
+        Statement stmt;
+        if (sqlite3_prepare_v2(db, tail, static_cast<int>(end - tail), stmt.out(), &tail) !=
+            SQLITE_OK)
+            fail();
+        if (!stmt.get())
+            break; // only blanks or comments left
+        int rc;
+        while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+        }
+        if (rc != SQLITE_DONE)
+            fail();
+    }
+}
+
+void SqliteSession::Prepare(const std::string& sql) {
+    sqlite3* db = handle();
+    startClock();
+    const char* tail = sql.c_str();
+    const char* end = tail + sql.size();
+    while (tail < end) {
+        Statement stmt;
+        if (sqlite3_prepare_v2(db, tail, static_cast<int>(end - tail), stmt.out(), &tail) !=
+            SQLITE_OK)
+            fail();
+        if (!stmt.get())
+            break;
+    }
+}
+
+std::shared_ptr<cRecordset> SqliteSession::Query(const std::string& sql, std::int32_t maxRows) {
+    sqlite3* db = handle();
+    startClock();
+    const char* tail = sql.c_str();
+    const char* end = tail + sql.size();
+    // Statements before the first one that returns columns are run for their effect (which
+    // query-only mode confines to settings); the first one with columns gives the rows.
+    while (tail < end) {
+        Statement stmt;
+        if (sqlite3_prepare_v2(db, tail, static_cast<int>(end - tail), stmt.out(), &tail) !=
+            SQLITE_OK)
+            fail();
+        sqlite3_stmt* s = stmt.get();
+        if (!s)
+            break;
+        int nCols = sqlite3_column_count(s);
+        if (nCols == 0) {
+            int rc;
+            while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
+            }
+            if (rc != SQLITE_DONE)
+                fail();
+            continue;
+        }
+        std::vector<cRecordset::Column> columns;
+        columns.reserve(static_cast<std::size_t>(nCols));
+        for (int c = 0; c < nCols; ++c) {
+            const char* name = sqlite3_column_name(s, c);
+            const char* type = sqlite3_column_decltype(s, c);
+            columns.push_back({name ? name : "", type ? type : ""});
+        }
+        std::vector<DbValue> cells;
+        std::int64_t rows = 0;
+        int rc = SQLITE_DONE;
+        while (maxRows <= 0 || rows < maxRows) {
+            rc = sqlite3_step(s);
+            if (rc != SQLITE_ROW)
+                break;
+            ++rows;
+            for (int c = 0; c < nCols; ++c) {
+                switch (sqlite3_column_type(s, c)) {
+                case SQLITE_INTEGER:
+                    cells.emplace_back(static_cast<std::int64_t>(sqlite3_column_int64(s, c)));
+                    break;
+                case SQLITE_FLOAT:
+                    cells.emplace_back(sqlite3_column_double(s, c));
+                    break;
+                case SQLITE_TEXT: {
+                    const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(s, c));
+                    cells.emplace_back(
+                        std::string(p, static_cast<std::size_t>(sqlite3_column_bytes(s, c))));
+                    break;
+                }
+                case SQLITE_BLOB: {
+                    const auto* p = static_cast<const unsigned char*>(sqlite3_column_blob(s, c));
+                    auto n = static_cast<std::size_t>(sqlite3_column_bytes(s, c));
+                    cells.emplace_back(p ? DbValue::Blob(p, p + n) : DbValue::Blob());
+                    break;
+                }
+                default:
+                    cells.emplace_back();
+                }
+            }
+        }
+        if (rc != SQLITE_ROW && rc != SQLITE_DONE)
+            fail();
+        return std::make_shared<cRecordset>(std::move(columns), std::move(cells));
+    }
+    return std::make_shared<cRecordset>(std::vector<cRecordset::Column>{}, std::vector<DbValue>{});
+}
+
+} // namespace marovin

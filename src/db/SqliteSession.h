@@ -1,0 +1,41 @@
+#pragma once
+
+#include "marovin/DbSession.h"
+
+#include <chrono>
+#include <string>
+
+struct sqlite3;
+
+namespace marovin {
+
+// An SQLite file opened read-only and attached under the schema name "dbo", with the
+// Transact-SQL functions registered. Nothing sent through it can change the file: the file is
+// opened read-only and the connection is in query-only mode.
+class SqliteSession : public DbSession {
+public:
+    // Opens the file; raises DbError when it is missing or not a database.
+    explicit SqliteSession(const std::string& path, std::int32_t commandTimeoutSeconds);
+    ~SqliteSession() override;
+
+    std::vector<TableRow> Tables() override;
+    std::vector<std::string> Columns(const std::string& schema, const std::string& table) override;
+    bool SupportsParseOnly() const override { return false; }
+    void Execute(const std::string& sql) override;
+    void Prepare(const std::string& sql) override;
+    std::shared_ptr<cRecordset> Query(const std::string& sql, std::int32_t maxRows) override;
+    void Close() override;
+    std::string strDbmsName() const override { return "SQLite"; }
+
+private:
+    sqlite3* handle() const;
+    [[noreturn]] void fail() const;
+    void startClock();
+    static int progress(void* self);
+
+    sqlite3* m_db = nullptr;
+    std::chrono::seconds m_timeout;
+    std::chrono::steady_clock::time_point m_deadline;
+};
+
+} // namespace marovin

@@ -1,0 +1,321 @@
+#include "marovin/cDbConnection.h"
+
+#include "OdbcSession.h"
+#include "SqliteSession.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <exception>
+
+namespace marovin {
+
+namespace {
+
+constexpr const char* kProblemsConnecting = "Problems connecting to database";
+constexpr const char* kSyntaxCorrect = "Syntax SQL Query correct";
+constexpr const char* kCrLf = "\r\n";
+
+thread_local std::string t_lastConnectionError;
+
+enum class Provider { SqlServer, Odbc, Sqlite, Unknown };
+
+std::string lower(std::string s) {
+    for (char& c : s)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+std::string upper(std::string s) {
+    for (char& c : s)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return s;
+}
+
+Provider providerOf(const std::string& name) {
+    std::string p = lower(name);
+    if (p == "sqlserver" || p == "sql server" || p == "sqloledb" || p == "mssql")
+        return Provider::SqlServer;
+    if (p == "odbc")
+        return Provider::Odbc;
+    if (p == "sqlite")
+        return Provider::Sqlite;
+    return Provider::Unknown;
+}
+
+// A value of an ODBC connection string in braces, a closing brace doubled, so that no value can
+// end early and add keys of its own.
+std::string braced(const std::string& value) {
+    std::string out = "{";
+    for (char c : value) {
+        out += c;
+        if (c == '}')
+            out += '}';
+    }
+    return out + "}";
+}
+
+// Blanks removed at both ends (only the blank character, not tabs).
+std::string trimBlanks(const std::string& s) {
+    std::size_t b = s.find_first_not_of(' ');
+    if (b == std::string::npos)
+        return {};
+    std::size_t e = s.find_last_not_of(' ');
+    return s.substr(b, e - b + 1);
+}
+
+std::vector<std::string> split(const std::string& s, char sep) {
+    std::vector<std::string> parts;
+    std::size_t start = 0;
+    for (;;) {
+        std::size_t pos = s.find(sep, start);
+        parts.push_back(
+            s.substr(start, pos == std::string::npos ? std::string::npos : pos - start));
+        if (pos == std::string::npos)
+            break;
+        start = pos + 1;
+    }
+    return parts;
+}
+
+} // namespace
+
+std::string cDbConnection::strEffectiveDriver() const {
+    if (!m_strDriver.empty())
+        return m_strDriver;
+    const char* env = std::getenv(kDriverEnvironmentVariable);
+    if (env && *env)
+        return env;
+    return kDefaultDriver;
+}
+
+std::string cDbConnection::strOdbcConnectionString() const {
+    std::string cs;
+    auto add = [&cs](const char* key, const std::string& value) {
+        if (!cs.empty() && cs.back() != ';')
+            cs += ';';
+        cs += key;
+        cs += '=';
+        cs += braced(value);
+    };
+    switch (providerOf(m_strProvider)) {
+    case Provider::SqlServer: {
+        std::string driver = strEffectiveDriver();
+        add("DRIVER", driver);
+        add("SERVER", m_strServer);
+        add("DATABASE", m_strDatabase);
+        if (m_blnWindowsAuthentication) {
+            add("Trusted_Connection", "Yes");
+        } else {
+            add("UID", m_strUserName);
+            add("PWD", m_strPassword);
+        }
+        // FreeTDS hands out text in the client character set; ours is UTF-8.
+        std::string d = lower(driver);
+        if (d.find("freetds") != std::string::npos || d.find("tdsodbc") != std::string::npos)
+            add("ClientCharset", "UTF-8");
+        break;
+    }
+    case Provider::Odbc:
+        cs = m_strConnectionString;
+        if (cs.empty() && !m_strServer.empty())
+            add("DSN", m_strServer);
+        if (!m_strDatabase.empty())
+            add("DATABASE", m_strDatabase);
+        if (m_blnWindowsAuthentication) {
+            add("Trusted_Connection", "Yes");
+        } else {
+            if (!m_strUserName.empty())
+                add("UID", m_strUserName);
+            if (!m_strPassword.empty())
+                add("PWD", m_strPassword);
+        }
+        break;
+    case Provider::Sqlite:
+    case Provider::Unknown:
+        break;
+    }
+    return cs;
+}
+
+std::string cDbConnection::LastConnectionError() {
+    return t_lastConnectionError;
+}
+
+std::unique_ptr<DbSession> cDbConnection::GetConnection() const {
+    t_lastConnectionError.clear();
+    try {
+        switch (providerOf(m_strProvider)) {
+        case Provider::Sqlite:
+            return std::make_unique<SqliteSession>(m_strDatabase, kCommandTimeout);
+        case Provider::SqlServer:
+        case Provider::Odbc:
+            return std::make_unique<OdbcSession>(strOdbcConnectionString(), m_lngLoginTimeout,
+                                                 kCommandTimeout);
+        case Provider::Unknown:
+            t_lastConnectionError = "Unknown provider: " + m_strProvider;
+            return nullptr;
+        }
+    } catch (const std::exception& e) {
+        t_lastConnectionError = e.what();
+    } catch (...) {
+        t_lastConnectionError = "Unknown failure";
+    }
+    return nullptr;
+}
+
+std::string cDbConnection::GetListOfTables() const {
+    std::string list;
+    try {
+        auto conn = GetConnection();
+        if (!conn)
+            return {};
+        for (const DbSession::TableRow& row : conn->Tables()) {
+            std::string type = upper(row.strType);
+            bool take = (type == "TABLE" && m_blnIncludeUserTables) ||
+                        (type == "VIEW" && m_blnIncludeViews) ||
+                        (type == "SYSTEM TABLE" && !m_blnExcludeSystemTables) ||
+                        (type == "SYSTEM VIEW" && !m_blnExcludeSystemViews);
+            if (!take)
+                continue;
+            std::string name = row.strSchema + "." + row.strName;
+            list = list.empty() ? name : list + "," + name;
+        }
+    } catch (...) {
+        return {};
+    }
+    return list;
+}
+
+std::string cDbConnection::GetListOfFields(const std::string& strTableName,
+                                           bool blnIncludeTableName) const {
+    std::string prefix = blnIncludeTableName ? strTableName + "." : std::string();
+    std::string list;
+    try {
+        auto conn = GetConnection();
+        if (!conn)
+            return {};
+        std::vector<std::string> parts = split(strTableName, '.');
+        std::string schema, table;
+        if (parts.size() >= 2) {
+            schema = trimBlanks(parts[0]);
+            table = trimBlanks(parts[1]);
+        } else {
+            table = trimBlanks(strTableName);
+        }
+        for (const std::string& column : conn->Columns(schema, table)) {
+            if (!list.empty())
+                list += ",";
+            list += prefix;
+            list += column;
+        }
+    } catch (...) {
+        return {};
+    }
+    return list;
+}
+
+bool cDbConnection::IsTheFieldInTheTable(const std::string& strField,
+                                         const std::string& strTable) const {
+    try {
+        std::size_t dot = strField.rfind('.');
+        std::string field = dot == std::string::npos ? strField : strField.substr(dot + 1);
+        std::string list = GetListOfFields(strTable, false);
+        if (trimBlanks(list).empty())
+            return false;
+        for (const std::string& column : split(list, ',')) {
+            if (column == field)
+                return true;
+        }
+    } catch (...) {
+    }
+    return false;
+}
+
+std::string cDbConnection::CheckSQLSyntax(const std::string& strSQLQuery) const {
+    std::unique_ptr<DbSession> conn;
+    try {
+        conn = GetConnection();
+    } catch (...) {
+    }
+    if (!conn)
+        return {};
+    bool parseOnly = false;
+    try {
+        parseOnly = conn->SupportsParseOnly();
+        if (parseOnly) {
+            conn->Execute("SET PARSEONLY ON " + strSQLQuery);
+            conn->Execute("SET PARSEONLY OFF");
+        } else {
+            conn->Prepare(strSQLQuery);
+        }
+        return kSyntaxCorrect;
+    } catch (const std::exception& e) {
+        std::string message = std::string("Syntax error:") + kCrLf + e.what();
+        // Leave parse-only mode even though the connection is dropped right after; a failure
+        // here changes nothing for the caller.
+        if (parseOnly) {
+            try {
+                conn->Execute("SET PARSEONLY OFF");
+            } catch (...) {
+            }
+        }
+        return message;
+    } catch (...) {
+        return std::string("Syntax error:") + kCrLf;
+    }
+}
+
+std::shared_ptr<cRecordset> cDbConnection::FireQuery(const std::string& strSQLQuery,
+                                                     std::string& strErrorMsg,
+                                                     std::int32_t lngMaxNrRecords) const {
+    strErrorMsg.clear();
+    std::unique_ptr<DbSession> conn;
+    try {
+        conn = GetConnection();
+    } catch (...) {
+    }
+    if (!conn) {
+        strErrorMsg = kProblemsConnecting;
+        return nullptr;
+    }
+    try {
+        return conn->Query(strSQLQuery, lngMaxNrRecords > 0 ? lngMaxNrRecords : 0);
+    } catch (const std::exception& e) {
+        strErrorMsg = std::string("Error") + kCrLf + kCrLf + e.what();
+    } catch (...) {
+        strErrorMsg = std::string("Error") + kCrLf + kCrLf;
+    }
+    return nullptr;
+}
+
+bool cDbConnection::Check(bool /*blnSilent: accepted, deliberately without effect*/) const {
+    try {
+        auto conn = GetConnection();
+        if (!conn)
+            return false;
+        conn->Close();
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+void cDbConnection::CopyTo(cDbConnection& SQLConnectInfoCopy) const {
+    SQLConnectInfoCopy.setBlnExcludeSystemTables(m_blnExcludeSystemTables);
+    SQLConnectInfoCopy.setBlnExcludeSystemViews(m_blnExcludeSystemViews);
+    SQLConnectInfoCopy.setBlnIncludeViews(m_blnIncludeViews);
+    SQLConnectInfoCopy.setLngId(m_lngId);
+    SQLConnectInfoCopy.setStrServer(m_strServer);
+    SQLConnectInfoCopy.setStrDatabase(m_strDatabase);
+    SQLConnectInfoCopy.setBlnWindowsAuthentication(m_blnWindowsAuthentication);
+    SQLConnectInfoCopy.setStrUserName(m_strUserName);
+    SQLConnectInfoCopy.setStrPassword(m_strPassword);
+    // How the database is reached travels with the settings, so that a copy reaches the same
+    // database. blnIncludeUserTables deliberately stays the target's own.
+    SQLConnectInfoCopy.setStrProvider(m_strProvider);
+    SQLConnectInfoCopy.setStrDriver(m_strDriver);
+    SQLConnectInfoCopy.setStrConnectionString(m_strConnectionString);
+    SQLConnectInfoCopy.setLngLoginTimeout(m_lngLoginTimeout);
+}
+
+} // namespace marovin
