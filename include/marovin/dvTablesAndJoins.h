@@ -7,12 +7,14 @@
 #include <QStringList>
 #include <QWidget>
 #include <marovin/DiagramJoin.h>
+#include <memory>
 
 class QGraphicsScene;
 class QGraphicsView;
 
 namespace marovin {
 
+class DiagramStyle;
 class DiagramView;
 class JoinLineItem;
 class TableBoxItem;
@@ -126,25 +128,37 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    friend class DiagramView;
+
     TableBoxItem* box(const QString& alias) const;
+    TableBoxItem* selectedBox() const;
+    JoinLineItem* selectedJoinItem() const;
+    JoinLineItem* joinItem(int index) const;       // 1-based; null for a bad index
     int joinIndex(const JoinLineItem* join) const; // 1-based, 0 when unknown
-    void addJoinItem(const DiagramJoin& join);
-    void removeJoinItem(int index, bool notify);
-    void removeBox(TableBoxItem* box);
+    // A join between the same two columns, drawn in either direction.
+    JoinLineItem* findSameColumns(const DiagramJoin& join) const;
+    JoinLineItem* addJoinItem(const DiagramJoin& join, TableBoxItem* left, int leftRow,
+                              TableBoxItem* right, int rightRow);
+    void deleteJoinItem(JoinLineItem* join);
+    void deleteBoxItem(TableBoxItem* box);
     void requestJoinFromDrag(TableBoxItem* from, int fromRow, TableBoxItem* to, int toRow);
     void activateRow(TableBoxItem* box, int row);
     void deleteSelection();
     void showJoinMenu(JoinLineItem* join, const QPoint& globalPos);
     void showTableMenu(TableBoxItem* box, const QPoint& globalPos);
-    void selectItem(QObject* item);
+    void selectItem(QObject* item); // a box, a join or null
+    void raiseBox(TableBoxItem* box);
     void updateSceneRect();
-    void applyPalette();
+    void extendSceneRect(const QRectF& sceneRect);
+    QPoint viewportPoint(const QRectF& visibleSceneRect, const QPointF& scenePoint);
+    void applyStyle();
 
+    std::unique_ptr<DiagramStyle> m_style;
     QGraphicsScene* m_scene;       // Owned through Qt parent.
     DiagramView* m_view;           // Owned through Qt parent.
     QList<TableBoxItem*> m_boxes;  // Owned by m_scene.
     QList<JoinLineItem*> m_joins;  // Owned by m_scene.
-    QObject* m_selected = nullptr; // Not owned: a box or join of m_boxes / m_joins, or null.
+    QObject* m_selected = nullptr; // Not owned: a box of m_boxes, a line of m_joins, or null.
     qreal m_nextZ = 1;
 };
 

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QPalette>
+
+namespace marovin {
+
+// Colours, fonts and metrics shared by the boxes, the join lines and the view. Everything is
+// derived from the widget's palette and font, so the diagram follows light and dark themes and
+// the user's font size; sizes are in device-independent pixels, which keeps it sharp on
+// high-DPI screens.
+class DiagramStyle {
+public:
+    static DiagramStyle fromWidget(const QPalette& palette, const QFont& font);
+
+    // Linear blend of two colours: t = 0 gives a, t = 1 gives b.
+    static QColor mix(const QColor& a, const QColor& b, qreal t);
+
+    QFont font;
+    QFont titleFont;
+    QFont markFont; // the "*" of the all-columns row
+
+    qreal titleHeight = 26;
+    qreal rowHeight = 20;
+    qreal cornerRadius = 6;
+    qreal padding = 8;
+    qreal scrollBarWidth = 6;
+    qreal resizeMargin = 6;
+    qreal closeSize = 16;
+    qreal minWidth = 110;
+    qreal joinStub = 14;
+
+    QColor canvas;
+    QColor gridDot;
+    QColor boxFill;
+    QColor boxBorder;
+    QColor shadow;
+    QColor titleFill;
+    QColor titleText;
+    QColor text;
+    QColor mutedText;
+    QColor accent;
+    QColor accentText;
+    QColor rowHover;
+    QColor rowCurrentInactive;
+    QColor joinLine;
+    QColor scrollThumb;
+    QColor dropTarget;
+};
+
+} // namespace marovin

@@ -1,0 +1,624 @@
+#include "DiagramView.h"
+
+#include "DiagramStyle.h"
+#include "JoinLineItem.h"
+
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QGraphicsPathItem>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QWheelEvent>
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <marovin/dvTablesAndJoins.h>
+
+namespace marovin {
+
+namespace {
+constexpr qreal kGridStep = 20;
+constexpr qreal kMinZoom = 0.5;
+constexpr qreal kMaxZoom = 2.0;
+} // namespace
+
+DiagramView::DiagramView(dvTablesAndJoins* owner, QGraphicsScene* scene, const DiagramStyle* style)
+    : QGraphicsView(scene, owner), m_owner(owner), m_style(style) {
+    setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+    setViewportUpdateMode(SmartViewportUpdate);
+    setFocusPolicy(Qt::StrongFocus);
+    setFrameShape(QFrame::NoFrame);
+    setDragMode(NoDrag);
+    setTransformationAnchor(AnchorUnderMouse);
+    viewport()->setMouseTracking(true);
+}
+
+void DiagramView::cancelInteraction() {
+    if (m_rubber) {
+        delete m_rubber;
+        m_rubber = nullptr;
+    }
+    if (m_dropBox)
+        m_dropBox->setDropRow(-1);
+    m_dropBox = nullptr;
+    m_dropRow = -1;
+    m_box = nullptr;
+    m_row = -1;
+    m_mode = Mode::Idle;
+    viewport()->unsetCursor();
+}
+
+void DiagramView::forgetItem(QObject* item) {
+    if (item == m_box || item == m_dropBox)
+        cancelInteraction();
+    if (item == m_hoverBox)
+        m_hoverBox = nullptr;
+    if (item == m_hoverJoin)
+        m_hoverJoin = nullptr;
+}
+
+DiagramView::Target DiagramView::targetAt(const QPoint& viewportPos) const {
+    Target target;
+    const QPointF scenePos = mapToScene(viewportPos);
+    const QList<QGraphicsItem*> hits =
+        scene()->items(scenePos, Qt::IntersectsItemShape, Qt::DescendingOrder, transform());
+    for (QGraphicsItem* item : hits) {
+        if (item == m_rubber)
+            continue;
+        if (auto* box = dynamic_cast<TableBoxItem*>(item)) {
+            target.box = box;
+            target.hit = box->hitTest(box->mapFromScene(scenePos));
+            return target;
+        }
+        if (auto* join = dynamic_cast<JoinLineItem*>(item)) {
+            target.join = join;
+            return target;
+        }
+    }
+    return target;
+}
+
+void DiagramView::clearHover() {
+    if (m_hoverBox) {
+        m_hoverBox->setHoverRow(-1);
+        m_hoverBox->setHoverClose(false);
+    }
+    if (m_hoverJoin)
+        m_hoverJoin->setHovered(false);
+    m_hoverBox = nullptr;
+    m_hoverJoin = nullptr;
+}
+
+void DiagramView::updateHover(const QPoint& viewportPos) {
+    const Target t = targetAt(viewportPos);
+    if (t.box != m_hoverBox || t.join != m_hoverJoin)
+        clearHover();
+    m_hoverBox = t.box;
+    m_hoverJoin = t.join;
+    Qt::CursorShape cursor = Qt::ArrowCursor;
+    if (t.box) {
+        const bool onRow =
+            t.hit.part == TableBoxItem::Part::Row || t.hit.part == TableBoxItem::Part::AddButton;
+        t.box->setHoverRow(onRow ? t.hit.row : -1);
+        t.box->setHoverClose(t.hit.part == TableBoxItem::Part::Close);
+        switch (t.hit.part) {
+        case TableBoxItem::Part::Title:
+            cursor = Qt::SizeAllCursor;
+            break;
+        case TableBoxItem::Part::ResizeRight:
+            cursor = Qt::SizeHorCursor;
+            break;
+        case TableBoxItem::Part::ResizeBottom:
+            cursor = Qt::SizeVerCursor;
+            break;
+        case TableBoxItem::Part::ResizeCorner:
+            cursor = Qt::SizeFDiagCursor;
+            break;
+        case TableBoxItem::Part::Close:
+        case TableBoxItem::Part::AddButton:
+            cursor = Qt::PointingHandCursor;
+            break;
+        default:
+            break;
+        }
+    } else if (t.join) {
+        t.join->setHovered(true);
+        cursor = Qt::PointingHandCursor;
+    }
+    viewport()->setCursor(cursor);
+}
+
+bool DiagramView::event(QEvent* event) {
+    if (event->type() == QEvent::KeyPress) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        const bool tab = key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab;
+        if (tab && !(key->modifiers() & (Qt::ControlModifier | Qt::AltModifier))) {
+            const bool forward =
+                key->key() == Qt::Key_Tab && !(key->modifiers() & Qt::ShiftModifier);
+            // Tab walks through the boxes; past the last one it leaves the diagram as usual.
+            if (!tabBetweenBoxes(forward))
+                QAbstractScrollArea::focusNextPrevChild(forward);
+            event->accept();
+            return true;
+        }
+    }
+    return QGraphicsView::event(event);
+}
+
+bool DiagramView::viewportEvent(QEvent* event) {
+    if (event->type() == QEvent::Leave && m_mode == Mode::Idle)
+        clearHover();
+    return QGraphicsView::viewportEvent(event);
+}
+
+void DiagramView::mousePressEvent(QMouseEvent* event) {
+    const QPoint pos = event->position().toPoint();
+    m_pressPos = pos;
+    if (event->button() == Qt::MiddleButton) {
+        m_mode = Mode::Panning;
+        viewport()->setCursor(Qt::ClosedHandCursor);
+        event->accept();
+        return;
+    }
+    if (event->button() != Qt::LeftButton && event->button() != Qt::RightButton) {
+        event->ignore();
+        return;
+    }
+    const Target t = targetAt(pos);
+    if (t.join) {
+        m_owner->selectItem(t.join);
+        event->accept();
+        return;
+    }
+    if (!t.box) {
+        m_owner->selectItem(nullptr);
+        if (event->button() == Qt::LeftButton) {
+            m_mode = Mode::Panning;
+            viewport()->setCursor(Qt::ClosedHandCursor);
+        }
+        event->accept();
+        return;
+    }
+
+    TableBoxItem* box = t.box;
+    m_owner->selectItem(box);
+    if ((t.hit.part == TableBoxItem::Part::Row || t.hit.part == TableBoxItem::Part::AddButton) &&
+        t.hit.row >= 0)
+        box->setCurrentRow(t.hit.row);
+    if (event->button() != Qt::LeftButton) {
+        event->accept();
+        return;
+    }
+
+    m_box = box;
+    m_row = t.hit.row;
+    const QPointF scenePos = mapToScene(pos);
+    switch (t.hit.part) {
+    case TableBoxItem::Part::Title:
+        m_mode = Mode::MovingBox;
+        m_grabOffset = scenePos - box->pos();
+        break;
+    case TableBoxItem::Part::Close:
+        m_mode = Mode::PressedClose;
+        break;
+    case TableBoxItem::Part::Row:
+        m_mode = Mode::PressedRow;
+        break;
+    case TableBoxItem::Part::AddButton:
+        m_mode = Mode::PressedAdd;
+        break;
+    case TableBoxItem::Part::ScrollBar: {
+        const QRectF thumb = box->scrollThumbRect();
+        const QPointF local = box->mapFromScene(scenePos);
+        if (local.y() < thumb.top() || local.y() > thumb.bottom()) {
+            // A click beside the thumb pages the list.
+            const qreal page = (box->visibleRowCount() - 1) * m_style->rowHeight;
+            box->setScrollOffset(box->scrollOffset() + (local.y() < thumb.top() ? -page : page));
+            m_mode = Mode::Idle;
+        } else {
+            m_mode = Mode::ScrollThumb;
+            m_startScroll = box->scrollOffset();
+        }
+        break;
+    }
+    case TableBoxItem::Part::ResizeRight:
+    case TableBoxItem::Part::ResizeBottom:
+    case TableBoxItem::Part::ResizeCorner:
+        m_mode = Mode::Resizing;
+        m_resizePart = t.hit.part;
+        m_startSize = box->size();
+        break;
+    case TableBoxItem::Part::None:
+        m_mode = Mode::Idle;
+        break;
+    }
+    event->accept();
+}
+
+void DiagramView::mouseMoveEvent(QMouseEvent* event) {
+    const QPoint pos = event->position().toPoint();
+    const QPointF scenePos = mapToScene(pos);
+    if (m_mode == Mode::Idle || !(event->buttons() & (Qt::LeftButton | Qt::MiddleButton))) {
+        if (m_mode != Mode::Idle)
+            cancelInteraction();
+        updateHover(pos);
+        event->accept();
+        return;
+    }
+    if (m_mode == Mode::Panning) {
+        const QPoint delta = pos - m_pressPos;
+        m_pressPos = pos;
+        horizontalScrollBar()->setValue(horizontalScrollBar()->value() - delta.x());
+        verticalScrollBar()->setValue(verticalScrollBar()->value() - delta.y());
+        event->accept();
+        return;
+    }
+    if (!m_box) {
+        cancelInteraction();
+        return;
+    }
+    switch (m_mode) {
+    case Mode::MovingBox: {
+        const QPointF target = scenePos - m_grabOffset;
+        m_box->setPos(std::max<qreal>(0, std::round(target.x())),
+                      std::max<qreal>(0, std::round(target.y())));
+        m_owner->extendSceneRect(m_box->sceneBoundingRect());
+        ensureVisible(QRectF(scenePos, QSizeF(1, 1)), 16, 16);
+        break;
+    }
+    case Mode::Resizing: {
+        const QPointF delta = scenePos - mapToScene(m_pressPos);
+        QSizeF size = m_startSize;
+        if (m_resizePart != TableBoxItem::Part::ResizeBottom)
+            size.setWidth(m_startSize.width() + delta.x());
+        if (m_resizePart != TableBoxItem::Part::ResizeRight)
+            size.setHeight(m_startSize.height() + delta.y());
+        m_box->setSize(QSizeF(std::round(size.width()), std::round(size.height())));
+        m_owner->extendSceneRect(m_box->sceneBoundingRect());
+        ensureVisible(QRectF(scenePos, QSizeF(1, 1)), 16, 16);
+        break;
+    }
+    case Mode::ScrollThumb: {
+        const qreal track = m_box->listRect().height() - 6 - m_style->resizeMargin -
+                            m_box->scrollThumbRect().height();
+        const qreal dy = scenePos.y() - mapToScene(m_pressPos).y();
+        if (track > 0)
+            m_box->setScrollOffset(m_startScroll + dy * m_box->maxScrollOffset() / track);
+        break;
+    }
+    case Mode::PressedRow:
+        if (m_row >= 1 &&
+            (pos - m_pressPos).manhattanLength() >= QApplication::startDragDistance()) {
+            m_mode = Mode::DraggingJoin;
+            m_rubber = new QGraphicsPathItem;
+            QPen pen(m_style->accent, 1.8, Qt::DashLine, Qt::RoundCap);
+            m_rubber->setPen(pen);
+            m_rubber->setZValue(std::numeric_limits<qreal>::max());
+            scene()->addItem(m_rubber);
+            clearHover();
+            viewport()->setCursor(Qt::CrossCursor);
+            updateRubberLine(scenePos);
+        }
+        break;
+    case Mode::DraggingJoin:
+        updateRubberLine(scenePos);
+        ensureVisible(QRectF(scenePos, QSizeF(1, 1)), 16, 16);
+        break;
+    case Mode::PressedClose:
+    case Mode::PressedAdd:
+        updateHover(pos);
+        break;
+    default:
+        break;
+    }
+    event->accept();
+}
+
+void DiagramView::updateRubberLine(const QPointF& scenePos) {
+    if (!m_rubber || !m_box)
+        return;
+    const QPointF local = m_box->mapFromScene(scenePos);
+    const bool rightSide = local.x() > m_box->size().width() / 2;
+    const QPointF start =
+        m_box->mapToScene(QPointF(rightSide ? m_box->size().width() : 0, m_box->rowAnchorY(m_row)));
+    QPainterPath path(start);
+    const qreal dir = rightSide ? 1 : -1;
+    const qreal pull = std::max<qreal>(30, std::abs(scenePos.x() - start.x()) / 2);
+    path.cubicTo(start + QPointF(dir * pull, 0), scenePos - QPointF(dir * pull * 0.3, 0), scenePos);
+    m_rubber->setPath(path);
+
+    // Highlight the column under the pointer when it may receive the join.
+    const Target t = targetAt(mapFromScene(scenePos));
+    TableBoxItem* dropBox = nullptr;
+    int dropRow = -1;
+    if (t.box && t.box != m_box &&
+        (t.hit.part == TableBoxItem::Part::Row || t.hit.part == TableBoxItem::Part::AddButton) &&
+        t.hit.row >= 1) {
+        dropBox = t.box;
+        dropRow = t.hit.row;
+    }
+    if (m_dropBox && (m_dropBox != dropBox || m_dropRow != dropRow))
+        m_dropBox->setDropRow(-1);
+    m_dropBox = dropBox;
+    m_dropRow = dropRow;
+    if (dropBox)
+        dropBox->setDropRow(dropRow);
+}
+
+void DiagramView::endJoinDrag(bool drop) {
+    QPointer<TableBoxItem> from = m_box;
+    QPointer<TableBoxItem> to = m_dropBox;
+    const int fromRow = m_row;
+    const int toRow = m_dropRow;
+    cancelInteraction();
+    if (drop && from && to)
+        m_owner->requestJoinFromDrag(from, fromRow, to, toRow);
+}
+
+void DiagramView::mouseReleaseEvent(QMouseEvent* event) {
+    const QPoint pos = event->position().toPoint();
+    const Mode mode = m_mode;
+    QPointer<TableBoxItem> box = m_box;
+    const int row = m_row;
+    if (mode == Mode::DraggingJoin) {
+        endJoinDrag(true);
+    } else {
+        cancelInteraction();
+        if (box) {
+            const Target t = targetAt(pos);
+            if (mode == Mode::PressedClose && t.box == box &&
+                t.hit.part == TableBoxItem::Part::Close) {
+                m_owner->requestTableRemoval(box->alias());
+            } else if (mode == Mode::PressedAdd && t.box == box &&
+                       t.hit.part == TableBoxItem::Part::AddButton && t.hit.row == row) {
+                m_owner->activateRow(box, row);
+            }
+        }
+        if (mode == Mode::MovingBox || mode == Mode::Resizing)
+            m_owner->updateSceneRect();
+    }
+    updateHover(pos);
+    event->accept();
+}
+
+void DiagramView::mouseDoubleClickEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton) {
+        event->ignore();
+        return;
+    }
+    cancelInteraction();
+    const QPoint pos = event->position().toPoint();
+    const Target t = targetAt(pos);
+    if (t.box && t.hit.part == TableBoxItem::Part::Row && t.hit.row >= 0) {
+        m_owner->selectItem(t.box);
+        t.box->setCurrentRow(t.hit.row);
+        m_owner->activateRow(t.box, t.hit.row);
+    } else if (t.join) {
+        m_owner->selectItem(t.join);
+        m_owner->showJoinMenu(t.join, viewport()->mapToGlobal(pos));
+    }
+    event->accept();
+}
+
+void DiagramView::wheelEvent(QWheelEvent* event) {
+    if (event->modifiers() & Qt::ControlModifier) {
+        zoomBy(std::pow(1.0015, event->angleDelta().y()));
+        event->accept();
+        return;
+    }
+    const Target t = targetAt(event->position().toPoint());
+    if (t.box && t.box->maxScrollOffset() > 0 && event->angleDelta().y() != 0) {
+        const qreal before = t.box->scrollOffset();
+        t.box->setScrollOffset(before - event->angleDelta().y() / 120.0 * 3 * m_style->rowHeight);
+        if (t.box->scrollOffset() != before) {
+            updateHover(event->position().toPoint());
+            event->accept();
+            return;
+        }
+    }
+    QGraphicsView::wheelEvent(event);
+}
+
+void DiagramView::contextMenuEvent(QContextMenuEvent* event) {
+    cancelInteraction();
+    if (event->reason() == QContextMenuEvent::Mouse) {
+        const Target t = targetAt(event->pos());
+        if (t.join) {
+            m_owner->selectItem(t.join);
+            m_owner->showJoinMenu(t.join, event->globalPos());
+        } else if (t.box) {
+            m_owner->selectItem(t.box);
+            m_owner->showTableMenu(t.box, event->globalPos());
+        }
+        event->accept();
+        return;
+    }
+    // From the keyboard: the menu of the selected join or box, at that item.
+    if (JoinLineItem* join = m_owner->selectedJoinItem()) {
+        ensureVisible(QRectF(join->badgeCenter(), QSizeF(1, 1)));
+        m_owner->showJoinMenu(join, viewport()->mapToGlobal(mapFromScene(join->badgeCenter())));
+    } else if (TableBoxItem* box = m_owner->selectedBox()) {
+        const QPointF at = box->mapToScene(QPointF(m_style->padding, m_style->titleHeight));
+        ensureVisible(QRectF(at, QSizeF(1, 1)));
+        m_owner->showTableMenu(box, viewport()->mapToGlobal(mapFromScene(at)));
+    }
+    event->accept();
+}
+
+bool DiagramView::tabBetweenBoxes(bool forward) {
+    const QList<TableBoxItem*>& boxes = m_owner->m_boxes;
+    if (boxes.isEmpty())
+        return false;
+    const qsizetype current = boxes.indexOf(m_owner->selectedBox());
+    qsizetype next;
+    if (current < 0)
+        next = forward ? 0 : boxes.size() - 1;
+    else
+        next = current + (forward ? 1 : -1);
+    if (next < 0 || next >= boxes.size())
+        return false;
+    m_owner->selectItem(boxes[next]);
+    ensureVisible(boxes[next]->sceneBoundingRect(), 20, 20);
+    return true;
+}
+
+void DiagramView::moveToNeighbourBox(int dx) {
+    TableBoxItem* current = m_owner->selectedBox();
+    const QList<TableBoxItem*>& boxes = m_owner->m_boxes;
+    if (!current) {
+        if (!boxes.isEmpty()) {
+            m_owner->selectItem(boxes.first());
+            ensureVisible(boxes.first()->sceneBoundingRect(), 20, 20);
+        }
+        return;
+    }
+    // The nearest box in that direction, preferring boxes at about the same height.
+    const QPointF from = current->sceneBoundingRect().center();
+    TableBoxItem* best = nullptr;
+    qreal bestScore = std::numeric_limits<qreal>::max();
+    for (TableBoxItem* box : boxes) {
+        if (box == current)
+            continue;
+        const QPointF to = box->sceneBoundingRect().center();
+        const qreal along = (to.x() - from.x()) * dx;
+        if (along <= 0)
+            continue;
+        const qreal score = along + 2 * std::abs(to.y() - from.y());
+        if (score < bestScore) {
+            bestScore = score;
+            best = box;
+        }
+    }
+    if (best) {
+        m_owner->selectItem(best);
+        ensureVisible(best->sceneBoundingRect(), 20, 20);
+    }
+}
+
+void DiagramView::moveCurrentRow(int delta, bool absolute) {
+    TableBoxItem* box = m_owner->selectedBox();
+    if (!box)
+        return;
+    box->setCurrentRow(absolute ? delta : box->currentRow() + delta);
+    box->ensureRowVisible(box->currentRow());
+    ensureVisible(box->mapRectToScene(box->rowRect(box->currentRow())), 10, 10);
+}
+
+void DiagramView::keyPressEvent(QKeyEvent* event) {
+    TableBoxItem* box = m_owner->selectedBox();
+    const bool ctrl = event->modifiers() & Qt::ControlModifier;
+    switch (event->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+        if (!box)
+            break;
+        if (event->key() == Qt::Key_Up)
+            moveCurrentRow(-1, false);
+        else if (event->key() == Qt::Key_Down)
+            moveCurrentRow(1, false);
+        else if (event->key() == Qt::Key_PageUp)
+            moveCurrentRow(-std::max(1, box->visibleRowCount() - 1), false);
+        else if (event->key() == Qt::Key_PageDown)
+            moveCurrentRow(std::max(1, box->visibleRowCount() - 1), false);
+        else if (event->key() == Qt::Key_Home)
+            moveCurrentRow(0, true);
+        else
+            moveCurrentRow(box->rowCount() - 1, true);
+        event->accept();
+        return;
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+        if (!box && !m_owner->selectedJoinItem() && m_owner->m_boxes.isEmpty())
+            break;
+        moveToNeighbourBox(event->key() == Qt::Key_Left ? -1 : 1);
+        event->accept();
+        return;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (box) {
+            m_owner->activateRow(box, box->currentRow());
+            event->accept();
+            return;
+        }
+        break;
+    case Qt::Key_Delete:
+    case Qt::Key_Backspace:
+        if (m_owner->m_selected) {
+            m_owner->deleteSelection();
+            event->accept();
+            return;
+        }
+        break;
+    case Qt::Key_Escape:
+        if (m_mode != Mode::Idle)
+            cancelInteraction();
+        else
+            m_owner->selectItem(nullptr);
+        event->accept();
+        return;
+    case Qt::Key_Plus:
+    case Qt::Key_Equal:
+    case Qt::Key_Minus:
+    case Qt::Key_0:
+        if (ctrl) {
+            if (event->key() == Qt::Key_0)
+                zoomBy(1.0 / transform().m11());
+            else
+                zoomBy(event->key() == Qt::Key_Minus ? 1 / 1.2 : 1.2);
+            event->accept();
+            return;
+        }
+        break;
+    default:
+        break;
+    }
+    QGraphicsView::keyPressEvent(event);
+}
+
+void DiagramView::zoomBy(qreal factor) {
+    const qreal current = transform().m11();
+    const qreal target = std::clamp(current * factor, kMinZoom, kMaxZoom);
+    if (std::abs(target - current) < 1e-6)
+        return;
+    scale(target / current, target / current);
+}
+
+void DiagramView::setViewFocusOnBoxes(bool focused) {
+    for (TableBoxItem* box : m_owner->m_boxes)
+        box->setViewFocused(focused);
+}
+
+void DiagramView::focusInEvent(QFocusEvent* event) {
+    setViewFocusOnBoxes(true);
+    QGraphicsView::focusInEvent(event);
+}
+
+void DiagramView::focusOutEvent(QFocusEvent* event) {
+    setViewFocusOnBoxes(false);
+    QGraphicsView::focusOutEvent(event);
+}
+
+void DiagramView::drawBackground(QPainter* painter, const QRectF& rect) {
+    painter->fillRect(rect, m_style->canvas);
+    // A quiet dot grid gives the canvas depth without competing with the boxes. It is left out
+    // when zoomed far out, where it would only add noise.
+    if (transform().m11() < 0.75)
+        return;
+    const qreal left = std::floor(rect.left() / kGridStep) * kGridStep;
+    const qreal top = std::floor(rect.top() / kGridStep) * kGridStep;
+    QVector<QPointF> dots;
+    for (qreal y = top; y <= rect.bottom(); y += kGridStep) {
+        for (qreal x = left; x <= rect.right(); x += kGridStep)
+            dots.append(QPointF(x, y));
+    }
+    painter->setPen(QPen(m_style->gridDot, 1.6, Qt::SolidLine, Qt::RoundCap));
+    painter->drawPoints(dots.constData(), static_cast<int>(dots.size()));
+}
+
+} // namespace marovin

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "TableBoxItem.h"
+
+#include <QGraphicsView>
+#include <QPointer>
+
+class QGraphicsPathItem;
+
+namespace marovin {
+
+class DiagramStyle;
+class JoinLineItem;
+class dvTablesAndJoins;
+
+// The view of the diagram scene. It turns mouse and key input into the diagram's gestures:
+// moving and resizing boxes, scrolling their column lists, dragging a column onto another box
+// to ask for a join, choosing columns, selecting and deleting, context menus, Tab and arrow
+// navigation. What a gesture means is decided by the owning dvTablesAndJoins.
+class DiagramView : public QGraphicsView {
+    Q_OBJECT
+public:
+    // owner and style are Not owned; the owner is the view's parent widget.
+    DiagramView(dvTablesAndJoins* owner, QGraphicsScene* scene, const DiagramStyle* style);
+
+    // Forgets a gesture in progress (the diagram is being cleared or an item removed).
+    void cancelInteraction();
+    // Forgets hover and drag references to a box or line that is about to be deleted.
+    void forgetItem(QObject* item);
+
+protected:
+    bool event(QEvent* event) override;
+    bool viewportEvent(QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void drawBackground(QPainter* painter, const QRectF& rect) override;
+
+private:
+    enum class Mode {
+        Idle,
+        PressedRow,
+        DraggingJoin,
+        MovingBox,
+        Resizing,
+        ScrollThumb,
+        PressedClose,
+        PressedAdd,
+        Panning
+    };
+    struct Target {
+        TableBoxItem* box = nullptr;
+        TableBoxItem::Hit hit;
+        JoinLineItem* join = nullptr;
+    };
+
+    Target targetAt(const QPoint& viewportPos) const;
+    void updateHover(const QPoint& viewportPos);
+    void clearHover();
+    void updateRubberLine(const QPointF& scenePos);
+    void endJoinDrag(bool drop);
+    bool tabBetweenBoxes(bool forward);
+    void moveToNeighbourBox(int dx);
+    void moveCurrentRow(int delta, bool absolute);
+    void zoomBy(qreal factor);
+    void setViewFocusOnBoxes(bool focused);
+
+    dvTablesAndJoins* m_owner;   // Not owned.
+    const DiagramStyle* m_style; // Not owned.
+    Mode m_mode = Mode::Idle;
+    QPointer<TableBoxItem> m_box; // the box a gesture started on
+    int m_row = -1;
+    QPoint m_pressPos;
+    QPointF m_grabOffset;
+    QSizeF m_startSize;
+    qreal m_startScroll = 0;
+    TableBoxItem::Part m_resizePart = TableBoxItem::Part::None;
+    QGraphicsPathItem* m_rubber = nullptr; // Owned by the scene while a join is dragged.
+    QPointer<TableBoxItem> m_dropBox;
+    int m_dropRow = -1;
+    QPointer<TableBoxItem> m_hoverBox;
+    QPointer<JoinLineItem> m_hoverJoin;
+};
+
+} // namespace marovin

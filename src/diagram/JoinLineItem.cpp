@@ -1,0 +1,185 @@
+#include "JoinLineItem.h"
+
+#include "DiagramStyle.h"
+#include "TableBoxItem.h"
+
+#include <QPainter>
+#include <QPainterPathStroker>
+#include <algorithm>
+#include <cmath>
+
+namespace marovin {
+
+namespace {
+constexpr qreal kBadgeWidth = 28;
+constexpr qreal kBadgeHeight = 18;
+constexpr qreal kMarkerSize = 8;
+} // namespace
+
+JoinLineItem::JoinLineItem(const DiagramJoin& join, TableBoxItem* left, int leftRow,
+                           TableBoxItem* right, int rightRow, const DiagramStyle* style)
+    : m_join(join), m_left(left), m_right(right), m_style(style), m_leftRow(leftRow),
+      m_rightRow(rightRow) {
+    // Lines lie under the boxes so that a crossing line never hides a column name.
+    setZValue(-1);
+    updateToolTip();
+    updateGeometry();
+}
+
+void JoinLineItem::setJoinType(JoinType type) {
+    m_join.type = type;
+    updateToolTip();
+    update();
+}
+
+void JoinLineItem::setLineSelected(bool selected) {
+    if (selected == m_selected)
+        return;
+    m_selected = selected;
+    setZValue(selected ? -0.5 : -1);
+    update();
+}
+
+void JoinLineItem::setHovered(bool hovered) {
+    if (hovered == m_hovered)
+        return;
+    m_hovered = hovered;
+    update();
+}
+
+void JoinLineItem::updateToolTip() {
+    QString kept;
+    switch (m_join.type) {
+    case JoinType::Inner:
+        kept = QStringLiteral("only matching rows");
+        break;
+    case JoinType::Left:
+        kept = QStringLiteral("all rows of %1").arg(m_join.strLeftAlias);
+        break;
+    case JoinType::Right:
+        kept = QStringLiteral("all rows of %1").arg(m_join.strRightAlias);
+        break;
+    case JoinType::Full:
+        kept = QStringLiteral("all rows of both tables");
+        break;
+    }
+    setToolTip(QStringLiteral("%1.%2 = %3.%4\n%5: %6")
+                   .arg(m_join.strLeftAlias, m_join.strLeftColumn, m_join.strRightAlias,
+                        m_join.strRightColumn, joinTypeName(m_join.type), kept));
+}
+
+void JoinLineItem::updateGeometry() {
+    const QRectF l = m_left->mapRectToScene(m_left->bodyRect());
+    const QRectF r = m_right->mapRectToScene(m_right->bodyRect());
+    const qreal ly = m_left->scenePos().y() + m_left->rowAnchorY(m_leftRow);
+    const qreal ry = m_right->scenePos().y() + m_right->rowAnchorY(m_rightRow);
+    const qreal stub = m_style->joinStub;
+
+    // Leave each box on the side facing the other; boxes that overlap horizontally are both
+    // left on their right side, which gives a loop that stays readable.
+    if (r.left() >= l.right() + stub) {
+        m_startDir = 1;
+        m_endDir = -1;
+    } else if (l.left() >= r.right() + stub) {
+        m_startDir = -1;
+        m_endDir = 1;
+    } else {
+        m_startDir = 1;
+        m_endDir = 1;
+    }
+    m_start = QPointF(m_startDir > 0 ? l.right() : l.left(), ly);
+    m_end = QPointF(m_endDir > 0 ? r.right() : r.left(), ry);
+    const QPointF startOut = m_start + QPointF(m_startDir * stub, 0);
+    const QPointF endOut = m_end + QPointF(m_endDir * stub, 0);
+    const qreal pull = std::max<qreal>(30, std::abs(endOut.x() - startOut.x()) / 2);
+
+    QPainterPath path(m_start);
+    path.lineTo(startOut);
+    path.cubicTo(startOut + QPointF(m_startDir * pull, 0), endOut + QPointF(m_endDir * pull, 0),
+                 endOut);
+    path.lineTo(m_end);
+
+    prepareGeometryChange();
+    m_path = path;
+    m_badge = path.pointAtPercent(0.5);
+    m_bounds = path.boundingRect()
+                   .united(badgeRect())
+                   .adjusted(-kMarkerSize, -kMarkerSize, kMarkerSize, kMarkerSize);
+}
+
+QRectF JoinLineItem::badgeRect() const {
+    return QRectF(m_badge.x() - kBadgeWidth / 2, m_badge.y() - kBadgeHeight / 2, kBadgeWidth,
+                  kBadgeHeight);
+}
+
+QRectF JoinLineItem::boundingRect() const {
+    return m_bounds;
+}
+
+QPainterPath JoinLineItem::shape() const {
+    QPainterPathStroker stroker;
+    stroker.setWidth(9);
+    QPainterPath shape = stroker.createStroke(m_path);
+    shape.addRoundedRect(badgeRect(), kBadgeHeight / 2, kBadgeHeight / 2);
+    return shape;
+}
+
+void JoinLineItem::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWidget*) {
+    const DiagramStyle& s = *m_style;
+    painter->setRenderHint(QPainter::Antialiasing);
+    const QColor color = m_selected ? s.accent : s.joinLine;
+    const qreal width = m_selected ? 2.4 : (m_hovered ? 2.0 : 1.4);
+
+    painter->setBrush(Qt::NoBrush);
+    painter->setPen(QPen(color, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter->drawPath(m_path);
+
+    // End markers: a filled square where all rows of that table are kept, a small dot otherwise.
+    const bool keepLeft = m_join.type == JoinType::Left || m_join.type == JoinType::Full;
+    const bool keepRight = m_join.type == JoinType::Right || m_join.type == JoinType::Full;
+    auto marker = [&](const QPointF& at, qreal dir, bool keep) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(color);
+        if (keep) {
+            const QPointF c = at + QPointF(dir * (kMarkerSize / 2 + 1), 0);
+            painter->drawRoundedRect(
+                QRectF(c.x() - kMarkerSize / 2, c.y() - kMarkerSize / 2, kMarkerSize, kMarkerSize),
+                1.5, 1.5);
+        } else {
+            painter->drawEllipse(at + QPointF(dir * 2.5, 0), 2.6, 2.6);
+        }
+    };
+    marker(m_start, m_startDir, keepLeft);
+    marker(m_end, m_endDir, keepRight);
+
+    // Badge: two overlapping circles; the circle nearer the left box's end stands for it.
+    const QRectF badge = badgeRect();
+    painter->setPen(QPen(color, m_selected ? 1.6 : 1.1));
+    painter->setBrush(s.boxFill);
+    painter->drawRoundedRect(badge, kBadgeHeight / 2, kBadgeHeight / 2);
+
+    const qreal radius = 5.2;
+    const qreal offset = 3.4;
+    const bool leftFirst = m_start.x() <= m_end.x();
+    const QPointF leftCenter = m_badge + QPointF(leftFirst ? -offset : offset, 0);
+    const QPointF rightCenter = m_badge + QPointF(leftFirst ? offset : -offset, 0);
+    QPainterPath leftCircle;
+    leftCircle.addEllipse(leftCenter, radius, radius);
+    QPainterPath rightCircle;
+    rightCircle.addEllipse(rightCenter, radius, radius);
+
+    QPainterPath filled = leftCircle.intersected(rightCircle);
+    if (keepLeft)
+        filled = filled.united(leftCircle);
+    if (keepRight)
+        filled = filled.united(rightCircle);
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(m_selected ? s.accent : DiagramStyle::mix(s.accent, s.joinLine, 0.25));
+    painter->drawPath(filled);
+    painter->setBrush(Qt::NoBrush);
+    painter->setPen(QPen(color, 1.0));
+    painter->drawPath(leftCircle);
+    painter->drawPath(rightCircle);
+}
+
+} // namespace marovin

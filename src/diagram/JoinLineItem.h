@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QGraphicsObject>
+#include <QPainterPath>
+#include <marovin/DiagramJoin.h>
+
+namespace marovin {
+
+class DiagramStyle;
+class TableBoxItem;
+
+// The line of one join between a column row of the left box and a column row of the right
+// box. It leaves each box sideways at the row's height and follows the boxes when they move,
+// scroll or change size. A badge in the middle shows the join type as two overlapping circles
+// (the shaded part is the rows kept); an outer join also marks the box whose rows are all kept
+// with a filled square at its end.
+class JoinLineItem : public QGraphicsObject {
+    Q_OBJECT
+public:
+    // The boxes and style are Not owned; the diagram removes the line before either box.
+    JoinLineItem(const DiagramJoin& join, TableBoxItem* left, int leftRow, TableBoxItem* right,
+                 int rightRow, const DiagramStyle* style);
+
+    const DiagramJoin& join() const { return m_join; }
+    void setJoinType(JoinType type);
+    TableBoxItem* leftBox() const { return m_left; }
+    TableBoxItem* rightBox() const { return m_right; }
+    int leftRow() const { return m_leftRow; }
+    int rightRow() const { return m_rightRow; }
+
+    void setLineSelected(bool selected);
+    bool isLineSelected() const { return m_selected; }
+    void setHovered(bool hovered);
+
+    // Recomputes the path from the current box geometry.
+    void updateGeometry();
+    QPointF badgeCenter() const { return m_badge; }
+
+    QRectF boundingRect() const override;
+    QPainterPath shape() const override;
+    void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget) override;
+
+private:
+    void updateToolTip();
+    QRectF badgeRect() const;
+
+    DiagramJoin m_join;
+    TableBoxItem* m_left;        // Not owned.
+    TableBoxItem* m_right;       // Not owned.
+    const DiagramStyle* m_style; // Not owned.
+    int m_leftRow;
+    int m_rightRow;
+    QPainterPath m_path;
+    QPointF m_start;      // on the left box's edge
+    QPointF m_end;        // on the right box's edge
+    qreal m_startDir = 1; // +1 when the line leaves the left box to the right
+    qreal m_endDir = -1;  // +1 when the line leaves the right box to the right
+    QPointF m_badge;
+    QRectF m_bounds;
+    bool m_selected = false;
+    bool m_hovered = false;
+};
+
+} // namespace marovin

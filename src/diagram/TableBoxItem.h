@@ -1,0 +1,107 @@
+#pragma once
+
+#include <QGraphicsObject>
+#include <QList>
+#include <QString>
+#include <marovin/TableDefinition.h>
+
+namespace marovin {
+
+class DiagramStyle;
+class JoinLineItem;
+
+// The box of one table: a title bar with the alias and a close button, the "*" row for all
+// columns and one row per column. The rows scroll when they do not fit; the box is moved by its
+// title and resized by its right and bottom edges.
+//
+// Row numbers: 0 is the "*" row, 1..N the columns in definition order.
+class TableBoxItem : public QGraphicsObject {
+    Q_OBJECT
+public:
+    enum class Part {
+        None,
+        Title,
+        Close,
+        Row,
+        AddButton,
+        ScrollBar,
+        ResizeRight,
+        ResizeBottom,
+        ResizeCorner
+    };
+    struct Hit {
+        Part part = Part::None;
+        int row = -1; // for Row and AddButton
+    };
+
+    // style is Not owned: the diagram widget keeps it alive for the box's lifetime.
+    TableBoxItem(const TableDefinition& definition, const QSizeF& size, const DiagramStyle* style);
+
+    const QString& alias() const { return m_definition.strAlias; }
+    QStringList columnNames() const;
+    int rowCount() const { return static_cast<int>(m_definition.columns.size()) + 1; }
+    int rowOfColumn(const QString& column) const; // first row with that name, -1 when none
+    QString columnOfRow(int row) const;           // "*" for row 0
+
+    QSizeF size() const { return m_size; }
+    void setSize(const QSizeF& size); // clamped to the minimum size
+    QSizeF minimumSize() const;
+    QRectF bodyRect() const { return QRectF(QPointF(0, 0), m_size); }
+    QRectF listRect() const;
+    QRectF rowRect(int row) const; // in item coordinates; may lie outside listRect when scrolled
+    QRectF closeRect() const;
+    QRectF addButtonRect(int row) const;
+    QRectF scrollThumbRect() const; // null when everything fits
+    // The y (item coordinates) where a join line meets the row: its middle, kept inside the
+    // visible list when the row is scrolled away.
+    qreal rowAnchorY(int row) const;
+
+    Hit hitTest(const QPointF& itemPos) const;
+
+    qreal scrollOffset() const { return m_scroll; }
+    qreal maxScrollOffset() const;
+    void setScrollOffset(qreal offset);
+    void ensureRowVisible(int row);
+    int visibleRowCount() const;
+
+    int currentRow() const { return m_currentRow; }
+    void setCurrentRow(int row);
+    void setHoverRow(int row);
+    void setHoverClose(bool hover);
+    void setDropRow(int row);
+    void setBoxSelected(bool selected);
+    bool isBoxSelected() const { return m_selected; }
+    void setViewFocused(bool focused);
+
+    void attachJoin(JoinLineItem* join);
+    void detachJoin(JoinLineItem* join);
+    const QList<JoinLineItem*>& attachedJoins() const { return m_joins; }
+    void updateJoins();
+    // Repaints after a change of the style (palette or font).
+    void styleChanged();
+
+    QRectF boundingRect() const override;
+    QPainterPath shape() const override;
+    void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget) override;
+
+protected:
+    QVariant itemChange(GraphicsItemChange change, const QVariant& value) override;
+
+private:
+    void paintRow(QPainter* painter, int row) const;
+    bool rowIsJoined(int row) const;
+
+    TableDefinition m_definition;
+    QSizeF m_size;
+    const DiagramStyle* m_style;  // Not owned.
+    QList<JoinLineItem*> m_joins; // Not owned: the scene owns the lines.
+    qreal m_scroll = 0;
+    int m_currentRow = 0;
+    int m_hoverRow = -1;
+    int m_dropRow = -1;
+    bool m_hoverClose = false;
+    bool m_selected = false;
+    bool m_viewFocused = false;
+};
+
+} // namespace marovin

@@ -1,0 +1,527 @@
+#include "DiagramStyle.h"
+#include "DiagramView.h"
+#include "JoinLineItem.h"
+#include "TableBoxItem.h"
+
+#include <QActionGroup>
+#include <QEvent>
+#include <QGraphicsScene>
+#include <QMenu>
+#include <QPointer>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <marovin/TableDefinition.h>
+#include <marovin/dvTablesAndJoins.h>
+
+namespace marovin {
+
+namespace {
+// Free space kept right of and below the outermost box, so there is always room to drag a box
+// further out; the scene grows with the boxes.
+constexpr qreal kSceneMargin = 240;
+} // namespace
+
+dvTablesAndJoins::dvTablesAndJoins(QWidget* parent)
+    : QWidget(parent),
+      m_style(std::make_unique<DiagramStyle>(DiagramStyle::fromWidget(palette(), font()))),
+      m_scene(new QGraphicsScene(this)), m_view(new DiagramView(this, m_scene, m_style.get())) {
+    // Items are few and move one at a time; an index would only cost time on every move.
+    m_scene->setItemIndexMethod(QGraphicsScene::NoIndex);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_view);
+    setFocusProxy(m_view);
+    updateSceneRect();
+}
+
+dvTablesAndJoins::~dvTablesAndJoins() {
+    // The scene deletes the items; make sure no view state points at them meanwhile.
+    m_view->cancelInteraction();
+    m_selected = nullptr;
+    m_joins.clear();
+    m_boxes.clear();
+    m_scene->clear();
+}
+
+void dvTablesAndJoins::Clear() {
+    m_view->cancelInteraction();
+    selectItem(nullptr);
+    for (JoinLineItem* join : m_joins) {
+        m_view->forgetItem(join);
+        delete join;
+    }
+    m_joins.clear();
+    for (TableBoxItem* box : m_boxes) {
+        m_view->forgetItem(box);
+        delete box;
+    }
+    m_boxes.clear();
+    m_nextZ = 1;
+    updateSceneRect();
+}
+
+bool dvTablesAndJoins::AddTable(const QString& definition, int left, int top, int width, int height,
+                                QString* error) {
+    TableDefinition parsed;
+    if (!TableDefinition::parse(definition, &parsed, error))
+        return false;
+    if (box(parsed.strAlias)) {
+        if (error)
+            *error = QStringLiteral("A table with the alias \"%1\" is already in the diagram.")
+                         .arg(parsed.strAlias);
+        return false;
+    }
+    auto* item =
+        new TableBoxItem(parsed, QSizeF(width * kSizeScale, height * kSizeScale), m_style.get());
+    item->setPos(left * kPositionScale, top * kPositionScale);
+    item->setViewFocused(m_view->hasFocus());
+    m_scene->addItem(item);
+    m_boxes.append(item);
+    raiseBox(item);
+    extendSceneRect(item->sceneBoundingRect());
+    return true;
+}
+
+QString dvTablesAndJoins::JoinsList() const {
+    QStringList lines{QString::number(m_joins.size())};
+    for (const JoinLineItem* join : m_joins)
+        lines << join->join().joinText();
+    return lines.join(u'\n');
+}
+
+bool dvTablesAndJoins::AddJoin(const QString& leftAlias, const QString& leftColumn,
+                               const QString& rightAlias, const QString& rightColumn,
+                               const QString& joinType) {
+    DiagramJoin join{leftAlias, leftColumn, rightAlias, rightColumn, JoinType::Inner};
+    if (!joinTypeFromName(joinType, &join.type))
+        return false;
+    TableBoxItem* left = box(leftAlias);
+    TableBoxItem* right = box(rightAlias);
+    if (!left || !right || left == right)
+        return false;
+    const int leftRow = left->rowOfColumn(leftColumn);
+    const int rightRow = right->rowOfColumn(rightColumn);
+    if (leftRow < 1 || rightRow < 1)
+        return false;
+    addJoinItem(join, left, leftRow, right, rightRow);
+    emit joinAdded(join.joinText(), static_cast<int>(m_joins.size()));
+    return true;
+}
+
+QStringList dvTablesAndJoins::tableAliases() const {
+    QStringList aliases;
+    for (const TableBoxItem* b : m_boxes)
+        aliases << b->alias();
+    return aliases;
+}
+
+bool dvTablesAndJoins::hasTable(const QString& alias) const {
+    return box(alias) != nullptr;
+}
+
+QStringList dvTablesAndJoins::tableColumns(const QString& alias) const {
+    const TableBoxItem* b = box(alias);
+    return b ? b->columnNames() : QStringList();
+}
+
+QRectF dvTablesAndJoins::tableSceneRect(const QString& alias) const {
+    const TableBoxItem* b = box(alias);
+    return b ? b->mapRectToScene(b->bodyRect()) : QRectF();
+}
+
+bool dvTablesAndJoins::requestTableRemoval(const QString& alias) {
+    QPointer<TableBoxItem> target = box(alias);
+    if (!target)
+        return false;
+    bool allow = false;
+    emit tableRemovalRequest(alias, &allow);
+    // The handler may have changed the diagram; only a box that is still there is removed.
+    if (!allow || !target || !m_boxes.contains(target.data()))
+        return false;
+    // Its joins go first, last one first, each reported with the index it had.
+    for (qsizetype i = m_joins.size() - 1; i >= 0; --i) {
+        if (i >= m_joins.size())
+            continue;
+        JoinLineItem* join = m_joins[i];
+        if (join->leftBox() != target && join->rightBox() != target)
+            continue;
+        const QString text = join->join().joinText();
+        deleteJoinItem(join);
+        emit joinRemoved(text, static_cast<int>(i) + 1);
+        if (!target)
+            return true;
+    }
+    if (target && m_boxes.contains(target.data())) {
+        deleteBoxItem(target);
+        updateSceneRect();
+        emit tableRemoved(alias);
+    }
+    return true;
+}
+
+QList<DiagramJoin> dvTablesAndJoins::joins() const {
+    QList<DiagramJoin> result;
+    result.reserve(m_joins.size());
+    for (const JoinLineItem* join : m_joins)
+        result << join->join();
+    return result;
+}
+
+int dvTablesAndJoins::joinCount() const {
+    return static_cast<int>(m_joins.size());
+}
+
+bool dvTablesAndJoins::setJoinType(int index, const QString& joinType) {
+    JoinLineItem* join = joinItem(index);
+    JoinType type;
+    if (!join || !joinTypeFromName(joinType, &type))
+        return false;
+    if (join->join().type != type) {
+        join->setJoinType(type);
+        emit joinChanged(join->join().joinText(), index);
+    }
+    return true;
+}
+
+bool dvTablesAndJoins::removeJoin(int index) {
+    JoinLineItem* join = joinItem(index);
+    if (!join)
+        return false;
+    const QString text = join->join().joinText();
+    deleteJoinItem(join);
+    emit joinRemoved(text, index);
+    return true;
+}
+
+void dvTablesAndJoins::selectTable(const QString& alias) {
+    if (TableBoxItem* b = box(alias)) {
+        selectItem(b);
+        m_view->ensureVisible(b->sceneBoundingRect(), 20, 20);
+    }
+}
+
+QString dvTablesAndJoins::selectedTable() const {
+    const TableBoxItem* b = selectedBox();
+    return b ? b->alias() : QString();
+}
+
+void dvTablesAndJoins::selectJoin(int index) {
+    if (JoinLineItem* join = joinItem(index))
+        selectItem(join);
+}
+
+int dvTablesAndJoins::selectedJoin() const {
+    return joinIndex(selectedJoinItem());
+}
+
+void dvTablesAndJoins::clearSelection() {
+    selectItem(nullptr);
+}
+
+QString dvTablesAndJoins::currentColumn() const {
+    const TableBoxItem* b = selectedBox();
+    return b ? b->columnOfRow(b->currentRow()) : QString();
+}
+
+QGraphicsView* dvTablesAndJoins::view() const {
+    return m_view;
+}
+
+QPoint dvTablesAndJoins::viewportPoint(const QRectF& visibleSceneRect, const QPointF& scenePoint) {
+    m_view->ensureVisible(visibleSceneRect, 4, 4);
+    return m_view->mapFromScene(scenePoint);
+}
+
+QPoint dvTablesAndJoins::columnPoint(const QString& alias, const QString& column) {
+    TableBoxItem* b = box(alias);
+    const int row = b ? b->rowOfColumn(column) : -1;
+    if (row < 1)
+        return QPoint(-1, -1);
+    b->ensureRowVisible(row);
+    const QRectF r = b->mapRectToScene(b->rowRect(row));
+    // Left of the middle, away from the add button at the row's end.
+    return viewportPoint(r, QPointF(r.left() + r.width() * 0.35, r.center().y()));
+}
+
+QPoint dvTablesAndJoins::allColumnsPoint(const QString& alias) {
+    TableBoxItem* b = box(alias);
+    if (!b)
+        return QPoint(-1, -1);
+    b->ensureRowVisible(0);
+    const QRectF r = b->mapRectToScene(b->rowRect(0));
+    return viewportPoint(r, QPointF(r.left() + r.width() * 0.35, r.center().y()));
+}
+
+QPoint dvTablesAndJoins::titlePoint(const QString& alias) {
+    TableBoxItem* b = box(alias);
+    if (!b)
+        return QPoint(-1, -1);
+    const QRectF r = b->mapRectToScene(QRectF(0, 0, b->size().width(), m_style->titleHeight));
+    return viewportPoint(r, QPointF(r.left() + r.width() * 0.4, r.center().y()));
+}
+
+QPoint dvTablesAndJoins::closeButtonPoint(const QString& alias) {
+    TableBoxItem* b = box(alias);
+    if (!b)
+        return QPoint(-1, -1);
+    const QRectF r = b->mapRectToScene(b->closeRect());
+    return viewportPoint(r, r.center());
+}
+
+QPoint dvTablesAndJoins::resizeGripPoint(const QString& alias) {
+    TableBoxItem* b = box(alias);
+    if (!b)
+        return QPoint(-1, -1);
+    const QPointF corner = b->mapToScene(b->bodyRect().bottomRight() - QPointF(3, 3));
+    return viewportPoint(QRectF(corner, QSizeF(1, 1)), corner);
+}
+
+QPoint dvTablesAndJoins::joinPoint(int index) {
+    const JoinLineItem* join = joinItem(index);
+    if (!join)
+        return QPoint(-1, -1);
+    const QPointF c = join->badgeCenter();
+    return viewportPoint(QRectF(c - QPointF(20, 20), QSizeF(40, 40)), c);
+}
+
+void dvTablesAndJoins::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange ||
+        event->type() == QEvent::StyleChange)
+        applyStyle();
+    QWidget::changeEvent(event);
+}
+
+void dvTablesAndJoins::applyStyle() {
+    *m_style = DiagramStyle::fromWidget(palette(), font());
+    for (TableBoxItem* b : m_boxes)
+        b->styleChanged();
+    for (JoinLineItem* join : m_joins) {
+        join->updateGeometry();
+        join->update();
+    }
+    m_view->resetCachedContent();
+    m_view->viewport()->update();
+}
+
+TableBoxItem* dvTablesAndJoins::box(const QString& alias) const {
+    for (TableBoxItem* b : m_boxes) {
+        if (b->alias() == alias)
+            return b;
+    }
+    return nullptr;
+}
+
+TableBoxItem* dvTablesAndJoins::selectedBox() const {
+    for (TableBoxItem* b : m_boxes) {
+        if (b == m_selected)
+            return b;
+    }
+    return nullptr;
+}
+
+JoinLineItem* dvTablesAndJoins::selectedJoinItem() const {
+    for (JoinLineItem* join : m_joins) {
+        if (join == m_selected)
+            return join;
+    }
+    return nullptr;
+}
+
+JoinLineItem* dvTablesAndJoins::joinItem(int index) const {
+    if (index < 1 || index > m_joins.size())
+        return nullptr;
+    return m_joins[index - 1];
+}
+
+int dvTablesAndJoins::joinIndex(const JoinLineItem* join) const {
+    const qsizetype i = join ? m_joins.indexOf(const_cast<JoinLineItem*>(join)) : -1;
+    return static_cast<int>(i) + 1;
+}
+
+JoinLineItem* dvTablesAndJoins::findSameColumns(const DiagramJoin& join) const {
+    for (JoinLineItem* item : m_joins) {
+        const DiagramJoin& j = item->join();
+        const bool same =
+            j.strLeftAlias == join.strLeftAlias && j.strLeftColumn == join.strLeftColumn &&
+            j.strRightAlias == join.strRightAlias && j.strRightColumn == join.strRightColumn;
+        const bool mirrored =
+            j.strLeftAlias == join.strRightAlias && j.strLeftColumn == join.strRightColumn &&
+            j.strRightAlias == join.strLeftAlias && j.strRightColumn == join.strLeftColumn;
+        if (same || mirrored)
+            return item;
+    }
+    return nullptr;
+}
+
+JoinLineItem* dvTablesAndJoins::addJoinItem(const DiagramJoin& join, TableBoxItem* left,
+                                            int leftRow, TableBoxItem* right, int rightRow) {
+    auto* item = new JoinLineItem(join, left, leftRow, right, rightRow, m_style.get());
+    m_scene->addItem(item);
+    m_joins.append(item);
+    left->attachJoin(item);
+    right->attachJoin(item);
+    extendSceneRect(item->sceneBoundingRect());
+    return item;
+}
+
+void dvTablesAndJoins::deleteJoinItem(JoinLineItem* join) {
+    if (m_selected == join)
+        selectItem(nullptr);
+    m_view->forgetItem(join);
+    join->leftBox()->detachJoin(join);
+    join->rightBox()->detachJoin(join);
+    m_joins.removeOne(join);
+    delete join;
+}
+
+void dvTablesAndJoins::deleteBoxItem(TableBoxItem* b) {
+    if (m_selected == b)
+        selectItem(nullptr);
+    m_view->forgetItem(b);
+    m_boxes.removeOne(b);
+    delete b;
+}
+
+void dvTablesAndJoins::requestJoinFromDrag(TableBoxItem* from, int fromRow, TableBoxItem* to,
+                                           int toRow) {
+    if (!from || !to || from == to || fromRow < 1 || toRow < 1)
+        return;
+    const DiagramJoin join{from->alias(), from->columnOfRow(fromRow), to->alias(),
+                           to->columnOfRow(toRow), JoinType::Inner};
+    // Dropping onto columns that are already joined just shows that join.
+    if (JoinLineItem* existing = findSameColumns(join)) {
+        selectItem(existing);
+        return;
+    }
+    QPointer<TableBoxItem> fromGuard(from);
+    QPointer<TableBoxItem> toGuard(to);
+    int accept = 1;
+    emit joinRequest(join.joinText(), &accept);
+    if (accept == 0)
+        return;
+    // The handler may have changed the diagram meanwhile; draw only between boxes still there.
+    if (!fromGuard || !toGuard || !m_boxes.contains(from) || !m_boxes.contains(to))
+        return;
+    JoinLineItem* item = addJoinItem(join, from, fromRow, to, toRow);
+    selectItem(item);
+    emit joinAdded(join.joinText(), static_cast<int>(m_joins.size()));
+}
+
+void dvTablesAndJoins::activateRow(TableBoxItem* b, int row) {
+    if (!b || row < 0 || row >= b->rowCount())
+        return;
+    const QString alias = b->alias();
+    if (row == 0)
+        emit allColumns(alias, 0);
+    else
+        emit columnChosen(alias, b->columnOfRow(row), 0);
+}
+
+void dvTablesAndJoins::deleteSelection() {
+    if (JoinLineItem* join = selectedJoinItem())
+        removeJoin(joinIndex(join));
+    else if (TableBoxItem* b = selectedBox())
+        requestTableRemoval(b->alias());
+}
+
+void dvTablesAndJoins::showJoinMenu(JoinLineItem* join, const QPoint& globalPos) {
+    QPointer<JoinLineItem> guard(join);
+    const DiagramJoin current = join->join();
+    QMenu menu(this);
+    menu.setObjectName(QStringLiteral("joinMenu"));
+    auto* group = new QActionGroup(&menu);
+    const JoinType types[] = {JoinType::Inner, JoinType::Left, JoinType::Right, JoinType::Full};
+    for (JoinType type : types) {
+        QString hint;
+        if (type == JoinType::Inner)
+            hint = QStringLiteral("matching rows only");
+        else if (type == JoinType::Left)
+            hint = QStringLiteral("all rows of %1").arg(current.strLeftAlias);
+        else if (type == JoinType::Right)
+            hint = QStringLiteral("all rows of %1").arg(current.strRightAlias);
+        else
+            hint = QStringLiteral("all rows of both");
+        // The text after the tab shows at the right, like a shortcut: the name stays exact.
+        QAction* action = menu.addAction(joinTypeName(type) + u'\t' + hint);
+        action->setObjectName(joinTypeName(type));
+        action->setCheckable(true);
+        action->setChecked(type == current.type);
+        action->setData(static_cast<int>(type));
+        group->addAction(action);
+    }
+    menu.addSeparator();
+    QAction* remove = menu.addAction(QStringLiteral("Remove Join"));
+    remove->setObjectName(QStringLiteral("Remove Join"));
+    remove->setShortcut(QKeySequence::Delete);
+
+    QAction* chosen = menu.exec(globalPos);
+    if (!chosen || !guard)
+        return;
+    const int index = joinIndex(guard);
+    if (chosen == remove)
+        removeJoin(index);
+    else
+        setJoinType(index, joinTypeName(static_cast<JoinType>(chosen->data().toInt())));
+}
+
+void dvTablesAndJoins::showTableMenu(TableBoxItem* b, const QPoint& globalPos) {
+    QPointer<TableBoxItem> guard(b);
+    QMenu menu(this);
+    menu.setObjectName(QStringLiteral("tableMenu"));
+    QAction* all = menu.addAction(QStringLiteral("Add All Columns"));
+    all->setObjectName(QStringLiteral("Add All Columns"));
+    menu.addSeparator();
+    QAction* remove = menu.addAction(QStringLiteral("Remove Table"));
+    remove->setObjectName(QStringLiteral("Remove Table"));
+    remove->setShortcut(QKeySequence::Delete);
+
+    QAction* chosen = menu.exec(globalPos);
+    if (!chosen || !guard || !m_boxes.contains(b))
+        return;
+    if (chosen == all)
+        activateRow(b, 0);
+    else if (chosen == remove)
+        requestTableRemoval(b->alias());
+}
+
+void dvTablesAndJoins::selectItem(QObject* item) {
+    if (item == m_selected)
+        return;
+    if (TableBoxItem* b = selectedBox())
+        b->setBoxSelected(false);
+    if (JoinLineItem* join = selectedJoinItem())
+        join->setLineSelected(false);
+    m_selected = item;
+    if (auto* b = qobject_cast<TableBoxItem*>(item)) {
+        b->setBoxSelected(true);
+        raiseBox(b);
+    } else if (auto* join = qobject_cast<JoinLineItem*>(item)) {
+        join->setLineSelected(true);
+    }
+}
+
+void dvTablesAndJoins::raiseBox(TableBoxItem* b) {
+    if (b->zValue() < m_nextZ - 1 || b->zValue() == 0)
+        b->setZValue(m_nextZ++);
+}
+
+void dvTablesAndJoins::updateSceneRect() {
+    QRectF bounds(0, 0, 1, 1);
+    for (const TableBoxItem* b : m_boxes)
+        bounds |= b->sceneBoundingRect();
+    for (const JoinLineItem* join : m_joins)
+        bounds |= join->sceneBoundingRect();
+    bounds.setLeft(std::min<qreal>(0, bounds.left()));
+    bounds.setTop(std::min<qreal>(0, bounds.top()));
+    bounds.adjust(0, 0, kSceneMargin, kSceneMargin);
+    m_scene->setSceneRect(bounds);
+}
+
+void dvTablesAndJoins::extendSceneRect(const QRectF& sceneRect) {
+    const QRectF wanted = sceneRect.adjusted(0, 0, kSceneMargin, kSceneMargin);
+    const QRectF current = m_scene->sceneRect();
+    if (!current.contains(wanted))
+        m_scene->setSceneRect(current | wanted);
+}
+
+} // namespace marovin
