@@ -43,6 +43,10 @@ function(marovin_add_test name)
   add_executable(${name} ${ARG_SOURCES})
   marovin_apply_defaults(${name})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock)
+  # Test data is found through these, both as compile definitions (test discovery runs the
+  # program without the test environment) and in the environment of the run.
+  target_compile_definitions(${name} PRIVATE
+    MAROVIN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" MAROVIN_BINARY_DIR="${PROJECT_BINARY_DIR}")
   set(env "MAROVIN_SOURCE_DIR=${PROJECT_SOURCE_DIR}" "MAROVIN_BINARY_DIR=${PROJECT_BINARY_DIR}")
   if(ARG_GUI)
     list(APPEND env "QT_QPA_PLATFORM=offscreen")

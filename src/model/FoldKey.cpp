@@ -16,6 +16,15 @@ char32_t foldCodePoint(char32_t c) {
         return c + 0x50;
     if (c == 0x178)
         return 0xFF;
+    // Greek capitals with tonos.
+    if (c == 0x386)
+        return 0x3AC;
+    if (c >= 0x388 && c <= 0x38A)
+        return c + 0x25;
+    if (c == 0x38C)
+        return 0x3CC;
+    if (c == 0x38E || c == 0x38F)
+        return c + 0x3F;
     // Latin Extended-A pairs upper/lower case on even/odd code points, shifted by one in two runs.
     if ((c >= 0x100 && c <= 0x12F) || (c >= 0x132 && c <= 0x137) || (c >= 0x14A && c <= 0x177))
         return (c % 2 == 0) ? c + 1 : c;

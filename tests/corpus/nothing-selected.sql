@@ -1,0 +1,2 @@
+WHERE
+      (Orders.Freight > 10)

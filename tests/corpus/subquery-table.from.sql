@@ -1,0 +1,5 @@
+FROM 
+             (
+        SELECT
+             a
+        ) AS S

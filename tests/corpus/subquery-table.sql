@@ -1,0 +1,7 @@
+SELECT
+     S.a AS a
+FROM 
+             (
+        SELECT
+             a
+        ) AS S

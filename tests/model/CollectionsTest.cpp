@@ -1,0 +1,148 @@
+#include <gtest/gtest.h>
+#include <marovin/ModelError.h>
+#include <marovin/ModelMessages.h>
+#include <marovin/cSQLQuery.h>
+#include <vector>
+
+using namespace marovin;
+
+namespace {
+
+struct RecordingSink : iModelMessageSink {
+    std::vector<std::string> shown;
+    void ShowCritical(const std::string& text) override { shown.push_back(text); }
+};
+
+template <class C> std::vector<std::string> names(const C& c) {
+    std::vector<std::string> out;
+    for (const auto& item : c)
+        out.push_back(item->strName());
+    return out;
+}
+
+} // namespace
+
+TEST(KeyedCollection, PositionsCountFromOneInInsertionOrder) {
+    cTables tables;
+    tables.Add("")->setStrName("A");
+    tables.Add("b")->setStrName("B");
+    tables.Add()->setStrName("C");
+    ASSERT_EQ(tables.Count(), 3);
+    EXPECT_EQ(tables.Item(1)->strName(), "A");
+    EXPECT_EQ(tables.Item(3)->strName(), "C");
+    EXPECT_EQ(tables.Item("b")->strName(), "B");
+    EXPECT_THROW(tables.Item(0), ModelError);
+    EXPECT_THROW(tables.Item(4), ModelError);
+    EXPECT_THROW(tables.Item("missing"), ModelError);
+}
+
+TEST(KeyedCollection, KeysIgnoreLetterCaseIncludingNonAsciiLetters) {
+    cSelectedItems items;
+    items.Add("Orders.Freight")->setStrName("first");
+    EXPECT_EQ(items.Item("ORDERS.freight")->strName(), "first");
+    EXPECT_THROW(items.Add("orders.FREIGHT"), ModelError);
+    EXPECT_EQ(items.Count(), 1) << "a refused duplicate adds nothing";
+
+    items.Add("Straße Ärger")->setStrName("umlaut");
+    EXPECT_EQ(items.Item("STRAßE äRGER")->strName(), "umlaut");
+    items.Add("Ελλάδα")->setStrName("greek");
+    EXPECT_EQ(items.Item("ΕΛΛΆΔΑ")->strName(), "greek");
+    items.Add("Москва")->setStrName("cyrillic");
+    EXPECT_EQ(items.Item("МОСКВА")->strName(), "cyrillic");
+}
+
+TEST(KeyedCollection, EmptyKeysAreNoKeysButBlankKeysAre) {
+    cFilters filters;
+    filters.Add("");
+    filters.Add("");
+    EXPECT_EQ(filters.Count(), 2);
+    filters.Add(" ");
+    EXPECT_THROW(filters.Add(" "), ModelError);
+    EXPECT_EQ(filters.Count(), 3);
+}
+
+TEST(KeyedCollection, RemoveShiftsLaterEntriesAndFreesTheKey) {
+    cCalculatedItems items;
+    items.Add("a")->setStrName("A");
+    items.Add("b")->setStrName("B");
+    items.Add("c")->setStrName("C");
+    items.Remove(1);
+    EXPECT_EQ(items.Item(1)->strName(), "B");
+    items.Remove("C");
+    EXPECT_EQ(names(items), std::vector<std::string>{"B"});
+    EXPECT_THROW(items.Remove(5), ModelError);
+    EXPECT_THROW(items.Remove("a"), ModelError);
+    items.Add("a")->setStrName("again");
+    EXPECT_EQ(items.Item("A")->strName(), "again");
+}
+
+TEST(KeyedCollection, EnumerationAndClear) {
+    cJoinConditions joins;
+    auto first = joins.Add();
+    auto second = joins.Add("k");
+    auto snapshot = joins.NewEnum();
+    ASSERT_EQ(snapshot.size(), 2u);
+    EXPECT_EQ(snapshot[0], first);
+    EXPECT_EQ(snapshot[1], second);
+    joins.Clear();
+    EXPECT_EQ(joins.Count(), 0);
+    EXPECT_FALSE(joins.HasKey("k"));
+    EXPECT_EQ(snapshot[1]->strCondition(), "") << "items handed out stay alive";
+}
+
+TEST(OrderByItems, DuplicateKeyShowsTheMessageAndAddsNothing) {
+    auto sink = std::make_shared<RecordingSink>();
+    SetModelMessageSink(sink);
+    cOrderByItems order;
+    ASSERT_NE(order.Add("Total"), nullptr);
+    EXPECT_EQ(order.Add("TOTAL"), nullptr);
+    EXPECT_EQ(order.Count(), 1);
+    ASSERT_EQ(sink->shown.size(), 1u);
+    EXPECT_EQ(sink->shown[0], "OrderByItems.Add");
+    SetModelMessageSink(nullptr);
+}
+
+TEST(SQLQuery, CollectionsAreSharedReferences) {
+    cSQLQuery query;
+    auto tables = query.Tables();
+    EXPECT_EQ(query.Tables(), tables) << "reading twice gives the same collection";
+    auto own = std::make_shared<cTables>();
+    query.setTables(own);
+    own->Add()->setStrName("dbo.Orders");
+    EXPECT_EQ(query.Tables()->Count(), 1) << "the assigned collection itself is stored";
+}
+
+TEST(SQLQuery, ClearReplacesCollectionsAndKeepsNameFlagsAndSubQuery) {
+    cSQLQuery query;
+    query.setStrName("Q");
+    query.setBlnUniqueRecordsOnly(true);
+    auto sub = std::make_shared<cSQLQuery>();
+    query.setSubQuery(sub);
+    auto before = query.Tables();
+    auto table = before->Add();
+    query.SelectedItems()->Add();
+    query.OrderByItems()->Add();
+    query.Clear();
+    EXPECT_NE(query.Tables(), before);
+    EXPECT_EQ(query.Tables()->Count(), 0);
+    EXPECT_EQ(query.SelectedItems()->Count(), 0);
+    EXPECT_EQ(query.OrderByItems()->Count(), 0);
+    EXPECT_EQ(query.strName(), "Q");
+    EXPECT_TRUE(query.blnUniqueRecordsOnly());
+    EXPECT_EQ(query.SubQuery(), sub);
+    EXPECT_EQ(before->Count(), 1) << "the old collection lives on for its holders";
+}
+
+TEST(SQLQuery, NewQueryIsEmpty) {
+    cSQLQuery query;
+    EXPECT_EQ(query.strName(), "");
+    EXPECT_FALSE(query.blnUniqueRecordsOnly());
+    EXPECT_EQ(query.SubQuery(), nullptr);
+    EXPECT_EQ(query.strSQL(), "");
+    EXPECT_EQ(query.strSelect(), "");
+    EXPECT_EQ(query.strFrom(), "");
+    EXPECT_EQ(query.strWhere(), "");
+    EXPECT_EQ(query.strGroupBy(), "");
+    EXPECT_EQ(query.strHaving(), "");
+    EXPECT_EQ(query.strOrderBy(), "");
+}
