@@ -1,0 +1,171 @@
+#pragma once
+
+#include "marovin/platform/PlatformServices.h"
+
+#include <QStringList>
+#include <QWidget>
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+class QCheckBox;
+class QListWidget;
+class QListWidgetItem;
+class QPushButton;
+class QSplitter;
+class QTableView;
+class QTreeWidget;
+class QTreeWidgetItem;
+
+namespace marovin {
+
+class cDbConnection;
+class cSQLQuery;
+class cTables;
+class dvTablesAndJoins;
+class SelectedItemsModel;
+class SqlTextView;
+
+// The embeddable query builder: a host gives it a database connection and a query, the user
+// places tables in the diagram, joins them, picks the output columns, and the control keeps the
+// query and its SQL text up to date. Every edit raises Changed before the query is rebuilt, so a
+// host reading the query inside its Changed handler sees the state before the edit.
+//
+// Child views carry object names a host or a test can find them by: "lstTables",
+// "dvTablesAndJoins", "jgSelectedFields", "lvConditions", "lvExpressions", "txtSQLQuery",
+// "chkAlsoListSystemTables", "chkAlsoListViews", "chkUniqueRecords", "cmdAddTableToJoiner",
+// "cmdSubQueries", "cmdMoveUp", "cmdMoveDown", "cmdRemoveSelectItem", "cmdRemoveCondition",
+// "cmdRemoveExpression".
+class uscMarovin : public QWidget {
+    Q_OBJECT
+public:
+    // Services left empty take their Qt defaults (message boxes modal to this control, the
+    // application's settings store, the system clipboard, the wait cursor).
+    explicit uscMarovin(QWidget* parent = nullptr, PlatformServices services = {});
+    ~uscMarovin() override;
+
+    // Write-only. True hides and disables the sub-query button for good (a control editing a
+    // sub-query offers no further sub-queries); false does nothing.
+    void setBlnBuildSubQuery(bool value);
+    // Write-only. The host's query parameter names; the reference is kept as given.
+    void setColParameters(std::shared_ptr<std::vector<std::string>> parameters);
+    // Stores the query (the same object, not a copy) and rebuilds every pane from it.
+    void setSQLQueryObject(std::shared_ptr<cSQLQuery> query);
+    std::shared_ptr<cSQLQuery> SQLQueryObject() const { return m_query; }
+    // Stores the connection; the table list is filled by the next Refresh.
+    void setDatabaseObject(std::shared_ptr<cDbConnection> connection);
+    std::shared_ptr<cDbConnection> DatabaseObject() const { return m_db; }
+
+    // Rebuilds every pane from the current query.
+    void Refresh();
+    // Places the table selected in the table list in the diagram.
+    void SelectTable();
+    // Remove the selected condition or calculated item after asking the user.
+    void RemoveCondition();
+    void RemoveExpression();
+    // Removes the current row of the selected-items grid. No confirmation is asked whatever the
+    // argument says.
+    void RemoveSelectItem(bool blnAskForConfirmation);
+
+    // The SQL text the last assembly produced, as shown in the SQL view (CR LF line breaks).
+    const std::string& strSQL() const { return m_strSQL; }
+    // The five pane proportions read from the settings when the control was created.
+    const std::array<float, 5>& paneProportions() const { return m_sngPaneProportions; }
+    const PlatformServices& services() const { return m_services; }
+
+signals:
+    void Changed();
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    // Core (uscMarovin.cpp).
+    void setupViews();
+    void readPaneProportions();
+    void writePaneProportions() const;
+    void applyPaneProportions();
+    void NotifyQueryChanged();
+    void raiseChanged();
+    void EnableButtons();
+    bool showAssemblyResult();
+
+    // Table list and diagram (TablesPane.cpp).
+    void FillTableList();
+    void AddTableToDiagram(const std::string& strTable);
+    std::string AddTableToCollection(const std::string& strTable, bool blnIsSubQuery);
+    static bool AliasExists(const cTables& colTables, const std::string& strAlias);
+    bool IsInTableList(const QString& strText) const;
+    void placeListEntry(QListWidgetItem* item);
+    void removeTableDependants(const std::string& strAlias);
+    bool handleDiagramDrop(QEvent* event);
+    void onJoinRequest(const QString& joinText, int* accept);
+    void onTableRemovalRequest(const QString& alias, bool* allow);
+    void onTableRemoved(const QString& alias);
+    void onColumnChosen(const QString& alias, const QString& column);
+    void onAllColumns(const QString& alias);
+
+    // Selected-items grid (SelectedItemsGrid.cpp).
+    void AddSelectItem(const std::string& strFullFieldName, const std::string& strAlias,
+                       const std::string& strAggregation, bool blnShowMessage);
+    std::string GetUniqueAlias(const std::string& strProposed, const std::string& strBase,
+                               int intRow) const;
+    bool IsAliasInUse(const std::string& strAlias, int intRow) const;
+    int currentGridRow() const;
+    void setCurrentGridRow(int row);
+    void onGridEditCommitted(int row, int column, const QString& value);
+    void MoveSelectItemUp();
+    void MoveSelectItemDown();
+
+    // Conditions and calculated-items lists (ListsPane.cpp).
+    QTreeWidgetItem* addConditionItem(const std::string& strCondition, bool blnIsActive);
+    QTreeWidgetItem* addExpressionItem(const std::string& strName, const std::string& strExpression,
+                                       const std::string& strToolTip);
+    static void setConditionActive(QTreeWidgetItem* item, bool blnIsActive);
+    static bool conditionIsActive(const QTreeWidgetItem* item);
+    bool handleListKey(QTreeWidget* list, QEvent* event);
+
+    // Assembly and loading (QueryAssembly.cpp, QueryLoading.cpp).
+    std::string AssembleQuery();
+    void LoadQuery();
+    void loadJoins(const std::vector<std::string>& missingTables);
+
+    PlatformServices m_services;
+
+    // Editor state.
+    std::shared_ptr<cDbConnection> m_db;
+    std::shared_ptr<cSQLQuery> m_query;
+    std::string m_strSQL;
+    std::shared_ptr<cTables> m_tables;
+    std::array<float, 5> m_sngPaneProportions{};
+    std::shared_ptr<std::vector<std::string>> m_colParameters;
+    std::shared_ptr<cSQLQuery> m_currentSubQuery;
+    bool m_blnLoading = false;
+    int m_intPlacementCounter = 0;
+
+    // Child views, owned through their Qt parents.
+    QListWidget* m_lstTables = nullptr;
+    dvTablesAndJoins* m_dvTablesAndJoins = nullptr;
+    QTableView* m_jgSelectedFields = nullptr;
+    SelectedItemsModel* m_selectedItems = nullptr;
+    QTreeWidget* m_lvConditions = nullptr;
+    QTreeWidget* m_lvExpressions = nullptr;
+    SqlTextView* m_txtSQLQuery = nullptr;
+    QCheckBox* m_chkAlsoListSystemTables = nullptr;
+    QCheckBox* m_chkAlsoListViews = nullptr;
+    QCheckBox* m_chkUniqueRecords = nullptr;
+    QPushButton* m_cmdAddTableToJoiner = nullptr;
+    QPushButton* m_cmdSubQueries = nullptr;
+    QPushButton* m_cmdMoveUp = nullptr;
+    QPushButton* m_cmdMoveDown = nullptr;
+    QPushButton* m_cmdRemoveSelectItem = nullptr;
+    QPushButton* m_cmdRemoveCondition = nullptr;
+    QPushButton* m_cmdRemoveExpression = nullptr;
+    QSplitter* m_splitRows = nullptr;
+    QSplitter* m_splitTop = nullptr;
+    QSplitter* m_splitLists = nullptr;
+};
+
+} // namespace marovin

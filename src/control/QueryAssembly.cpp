@@ -1,0 +1,132 @@
+// Rebuilds the control's query from the panes and returns its SQL text.
+
+#include "SelectedItemsModel.h"
+#include "marovin/Utilities.h"
+#include "marovin/cSQLQuery.h"
+#include "marovin/dvTablesAndJoins.h"
+#include "marovin/uscMarovin.h"
+
+#include <QCheckBox>
+#include <QTreeWidget>
+
+namespace marovin {
+
+namespace {
+
+struct JoinFlags {
+    bool left;
+    bool right;
+};
+
+JoinFlags flagsOf(const std::string& typeName) {
+    if (typeName == "Left Join")
+        return {true, false};
+    if (typeName == "Right Join")
+        return {false, true};
+    if (typeName == "Full Join")
+        return {true, true};
+    return {false, false};
+}
+
+} // namespace
+
+std::string uscMarovin::AssembleQuery() {
+    if (!m_query)
+        return std::string();
+    cSQLQuery& query = *m_query;
+    query.SelectedItems()->Clear();
+    query.CalculatedItems()->Clear();
+    query.Tables()->Clear();
+    query.JoinConditions()->Clear();
+    query.Filters()->Clear();
+
+    query.setBlnUniqueRecordsOnly(m_chkUniqueRecords->isChecked());
+
+    for (const auto& placed : *m_tables) {
+        auto table = query.Tables()->Add();
+        table->setStrName(placed->strName());
+        table->setStrAlias(placed->strAlias());
+        table->setBlnIsSubQuery(placed->blnIsSubQuery());
+        if (placed->blnIsSubQuery())
+            table->setSubQuery(placed->SubQuery());
+    }
+
+    for (int i = 0; i < m_lvExpressions->topLevelItemCount(); ++i) {
+        const QTreeWidgetItem* entry = m_lvExpressions->topLevelItem(i);
+        auto item = query.CalculatedItems()->Add();
+        item->setStrName(entry->text(0).toStdString());
+        item->setStrComputation(entry->data(0, Qt::UserRole).toString().toStdString());
+    }
+
+    // Joins between the same two tables, in the same direction and of the same type, become one
+    // join whose condition is the conjunction of their column pairs.
+    const QStringList lines = m_dvTablesAndJoins->JoinsList().split(QLatin1Char('\n'));
+    const int count = lines.value(0).toInt();
+    std::vector<std::string> keys;
+    std::vector<std::string> texts;
+    std::vector<std::array<std::string, 3>> ends; // left alias, right alias, type name
+    for (int i = 0; i < count; ++i) {
+        const std::string leftAlias = lines.value(5 * i + 1).toStdString();
+        const std::string leftColumn = lines.value(5 * i + 2).toStdString();
+        const std::string rightAlias = lines.value(5 * i + 3).toStdString();
+        const std::string rightColumn = lines.value(5 * i + 4).toStdString();
+        const std::string typeName = lines.value(5 * i + 5).toStdString();
+        const std::string pair = QuoteIdentifier(leftAlias) + "." + QuoteIdentifier(leftColumn) +
+                                 " = " + QuoteIdentifier(rightAlias) + "." +
+                                 QuoteIdentifier(rightColumn);
+        // The line feed cannot occur inside the three parts, so the key is unambiguous.
+        const std::string key = leftAlias + "\n" + rightAlias + "\n" + typeName;
+        size_t at = 0;
+        while (at < keys.size() && keys[at] != key)
+            ++at;
+        if (at < keys.size()) {
+            texts[at] += " and " + pair;
+        } else {
+            keys.push_back(key);
+            texts.push_back(pair);
+            ends.push_back({leftAlias, rightAlias, typeName});
+        }
+    }
+    for (size_t i = 0; i < keys.size(); ++i) {
+        auto join = query.JoinConditions()->Add();
+        join->setLeftTable(FindTableByAlias(*query.Tables(), ends[i][0]));
+        join->setRightTable(FindTableByAlias(*query.Tables(), ends[i][1]));
+        const JoinFlags flags = flagsOf(ends[i][2]);
+        join->setBlnIncludeAllRowsOfLeftTable(flags.left);
+        join->setBlnIncludeAllRowsOfRightTable(flags.right);
+        join->setStrCondition("(" + texts[i] + ")");
+    }
+
+    const SelectedItemsTable& rows = m_selectedItems->table();
+    for (int r = 1; r <= rows.SelectedItemsCount(); ++r) {
+        const std::string& field = rows.Value(r, SelectedItemsTable::kSelectedField);
+        if (Trim(field).empty())
+            continue;
+        const std::string tableAlias = Trim(rows.Value(r, SelectedItemsTable::kTableAlias));
+        const std::string name = tableAlias.empty() ? field : tableAlias + "." + field;
+        const std::string aggregation = Trim(rows.Value(r, SelectedItemsTable::kAggregation));
+        const std::string& alias = rows.Value(r, SelectedItemsTable::kAlias);
+        auto item = query.SelectedItems()->Add();
+        item->setStrAlias(Trim(alias).empty() ? field : alias);
+        item->setStrName(name);
+        if (aggregation != "<none>" && !aggregation.empty())
+            item->setStrAggregationFunction(aggregation);
+    }
+
+    for (int i = 0; i < m_lvConditions->topLevelItemCount(); ++i) {
+        const QTreeWidgetItem* entry = m_lvConditions->topLevelItem(i);
+        auto filter = query.Filters()->Add();
+        filter->setStrCondition(entry->data(0, Qt::UserRole).toString().toStdString());
+        filter->setBlnIsActive(conditionIsActive(entry));
+    }
+
+    if (m_currentSubQuery && !Trim(m_currentSubQuery->strName()).empty() &&
+        m_currentSubQuery->CalculatedItems()->Count() +
+                m_currentSubQuery->SelectedItems()->Count() >
+            0)
+        query.setSubQuery(m_currentSubQuery);
+
+    return query.strSQL();
+}
+
+} // namespace marovin

@@ -1,0 +1,149 @@
+// Fills the panes from the control's query: tables and joins into the diagram, rows into the
+// grid, the two lists, and the unique-records box. Tables the database lacks are reported once
+// and left out with what depends on them.
+
+#include "SelectedItemsModel.h"
+#include "marovin/Utilities.h"
+#include "marovin/cDbConnection.h"
+#include "marovin/cSQLQuery.h"
+#include "marovin/dvTablesAndJoins.h"
+#include "marovin/platform/BusyPointerScope.h"
+#include "marovin/uscMarovin.h"
+
+#include <QCheckBox>
+
+namespace marovin {
+
+namespace {
+
+constexpr const char* kSubQueryPrefix = "Sub query: ";
+
+// Splits "A.x", "[Order Details].[Order ID]" or "dbo.T.x" at the dots outside square brackets
+// and removes the brackets: the last part is the column, the rest the table alias.
+bool splitColumnReference(const std::string& text, std::string& alias, std::string& column) {
+    std::vector<std::string> parts(1);
+    bool inBrackets = false;
+    for (char c : Trim(text)) {
+        if (c == '[')
+            inBrackets = true;
+        else if (c == ']')
+            inBrackets = false;
+        else if (c == '.' && !inBrackets)
+            parts.emplace_back();
+        else
+            parts.back() += c;
+    }
+    if (parts.size() < 2)
+        return false;
+    column = Trim(parts.back());
+    parts.pop_back();
+    alias.clear();
+    for (const std::string& part : parts)
+        AppendWithSeparator(alias, Trim(part), ".");
+    return !alias.empty() && !column.empty();
+}
+
+std::string joinTypeName(const cJoinCondition& join) {
+    if (join.blnIncludeAllRowsOfLeftTable())
+        return join.blnIncludeAllRowsOfRightTable() ? "Full Join" : "Left Join";
+    return join.blnIncludeAllRowsOfRightTable() ? "Right Join" : "Inner Join";
+}
+
+bool namesMissingTable(const std::vector<std::string>& missing,
+                       const std::shared_ptr<cTable>& table) {
+    if (!table || table->strName().empty())
+        return false;
+    for (const std::string& name : missing) {
+        if (name.find(table->strName()) != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+void uscMarovin::loadJoins(const std::vector<std::string>& missingTables) {
+    for (const auto& join : *m_query->JoinConditions()) {
+        if (namesMissingTable(missingTables, join->LeftTable()) ||
+            namesMissingTable(missingTables, join->RightTable()))
+            continue;
+        // "(A.x = B.y and A.z = B.w)" gives one diagram join per column pair.
+        std::string condition = Trim(join->strCondition());
+        if (condition.size() >= 2 && condition.front() == '(' && condition.back() == ')')
+            condition = condition.substr(1, condition.size() - 2);
+        const QString typeName = QString::fromStdString(joinTypeName(*join));
+        for (const std::string& pair : Split(condition, " and ")) {
+            const std::vector<std::string> sides = Split(pair, " = ");
+            if (sides.size() != 2)
+                continue;
+            std::string leftAlias;
+            std::string leftColumn;
+            std::string rightAlias;
+            std::string rightColumn;
+            if (!splitColumnReference(sides[0], leftAlias, leftColumn) ||
+                !splitColumnReference(sides[1], rightAlias, rightColumn))
+                continue;
+            m_dvTablesAndJoins->AddJoin(
+                QString::fromStdString(leftAlias), QString::fromStdString(leftColumn),
+                QString::fromStdString(rightAlias), QString::fromStdString(rightColumn), typeName);
+        }
+    }
+}
+
+void uscMarovin::LoadQuery() {
+    std::vector<std::string> missingNames;
+    std::vector<std::string> missingAliases;
+    {
+        BusyPointerScope busy(m_services.busyPointer.get());
+        if (m_query) {
+            m_currentSubQuery = m_query->SubQuery();
+            if (!m_currentSubQuery)
+                m_currentSubQuery = std::make_shared<cSQLQuery>();
+        }
+        FillTableList();
+        m_blnLoading = true;
+        try {
+            if (m_query) {
+                for (const auto& table : *m_query->Tables()) {
+                    if (table->blnIsSubQuery()) {
+                        AddTableToDiagram(kSubQueryPrefix + table->strName());
+                    } else if (IsInTableList(QString::fromStdString(table->strName()))) {
+                        AddTableToDiagram(table->strName());
+                    } else {
+                        missingNames.push_back(table->strName());
+                        missingAliases.push_back(table->strAlias());
+                    }
+                }
+                loadJoins(missingNames);
+                for (const auto& item : *m_query->SelectedItems())
+                    AddSelectItem(item->strName(), item->strAlias(), item->strAggregationFunction(),
+                                  true);
+                for (const auto& item : *m_query->CalculatedItems())
+                    addExpressionItem(item->strName(), item->strComputation(), std::string());
+                for (const auto& filter : *m_query->Filters())
+                    addConditionItem(filter->strCondition(), filter->blnIsActive());
+                for (const std::string& alias : missingAliases)
+                    removeTableDependants(alias);
+                m_chkUniqueRecords->setChecked(m_query->blnUniqueRecordsOnly());
+            }
+        } catch (...) {
+            m_blnLoading = false;
+            throw;
+        }
+        m_blnLoading = false;
+        showAssemblyResult();
+    }
+    if (!missingNames.empty()) {
+        const std::string database = m_db ? m_db->strDatabase() : std::string();
+        const std::string server = m_db ? m_db->strServer() : std::string();
+        m_services.messageBox->Show(
+            QStringLiteral("SQL Server connection"),
+            QString::fromStdString(
+                "One or more tables used in the original SQL query are not in database " +
+                database + " on server " + server + "."),
+            MessageIcon::Critical, MessageButtons::Ok);
+    }
+    EnableButtons();
+}
+
+} // namespace marovin

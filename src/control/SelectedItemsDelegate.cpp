@@ -1,0 +1,92 @@
+#include "SelectedItemsDelegate.h"
+
+#include "SelectedItemsModel.h"
+
+#include <QComboBox>
+#include <QKeyEvent>
+#include <QLineEdit>
+
+namespace marovin {
+
+namespace {
+
+const char* const kRowProperty = "marovinRow";
+
+} // namespace
+
+SelectedItemsDelegate::SelectedItemsDelegate(SelectedItemsModel* model, QStringList aggregations,
+                                             QObject* parent)
+    : QStyledItemDelegate(parent), m_model(model), m_aggregations(std::move(aggregations)) {}
+
+QWidget* SelectedItemsDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                                             const QModelIndex& index) const {
+    QWidget* editor = nullptr;
+    if (index.column() + 1 == SelectedItemsTable::kAggregation) {
+        auto* combo = new QComboBox(parent);
+        combo->addItems(m_aggregations);
+        // Choosing an entry ends the edit at once, as a drop-down cell does.
+        connect(combo, &QComboBox::activated, this, [this, combo] {
+            emit const_cast<SelectedItemsDelegate*>(this)->commitData(combo);
+            emit const_cast<SelectedItemsDelegate*>(this)->closeEditor(combo);
+        });
+        editor = combo;
+    } else {
+        editor = QStyledItemDelegate::createEditor(parent, option, index);
+    }
+    if (editor != nullptr)
+        editor->setProperty(kRowProperty, index.row() + 1);
+    return editor;
+}
+
+void SelectedItemsDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const {
+    if (auto* combo = qobject_cast<QComboBox*>(editor)) {
+        const int at = combo->findText(index.data(Qt::EditRole).toString());
+        combo->setCurrentIndex(at < 0 ? 0 : at);
+        return;
+    }
+    QStyledItemDelegate::setEditorData(editor, index);
+}
+
+void SelectedItemsDelegate::setModelData(QWidget* editor, QAbstractItemModel* model,
+                                         const QModelIndex& index) const {
+    if (auto* combo = qobject_cast<QComboBox*>(editor)) {
+        model->setData(index, combo->currentText(), Qt::EditRole);
+        return;
+    }
+    QStyledItemDelegate::setModelData(editor, model, index);
+}
+
+bool SelectedItemsDelegate::AcceptsCharacter(QChar character, const QString& strRowAlias) {
+    const char16_t code = character.unicode();
+    if ((code >= u'A' && code <= u'Z') || (code >= u'a' && code <= u'z'))
+        return true;
+    if (code == u'_' || code == u' ' || code == 8)
+        return true;
+    if (code >= u'0' && code <= u'9')
+        return !strRowAlias.trimmed().isEmpty();
+    return false;
+}
+
+bool SelectedItemsDelegate::eventFilter(QObject* object, QEvent* event) {
+    if (event->type() == QEvent::KeyPress) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        const QString text = key->text();
+        // Only typed characters are filtered; keys that end or leave the edit (Enter, Tab,
+        // Escape) and keys without text (arrows, Delete) keep their usual meaning.
+        const bool editingKey = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter ||
+                                key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab ||
+                                key->key() == Qt::Key_Escape;
+        if (!text.isEmpty() && !editingKey) {
+            const int row = object->property(kRowProperty).toInt();
+            const QString alias =
+                QString::fromStdString(m_model->table().Value(row, SelectedItemsTable::kAlias));
+            for (const QChar c : text) {
+                if (!AcceptsCharacter(c, alias))
+                    return true; // swallowed
+            }
+        }
+    }
+    return QStyledItemDelegate::eventFilter(object, event);
+}
+
+} // namespace marovin

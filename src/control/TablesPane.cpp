@@ -1,0 +1,284 @@
+// The table list and the tables-and-joins diagram: filling the list, placing tables with unique
+// aliases, the join rule, and the removal of a table with what depends on it.
+
+#include "SelectedItemsModel.h"
+#include "marovin/Utilities.h"
+#include "marovin/cDbConnection.h"
+#include "marovin/cSQLQuery.h"
+#include "marovin/cTables.h"
+#include "marovin/dvTablesAndJoins.h"
+#include "marovin/platform/BusyPointerScope.h"
+#include "marovin/uscMarovin.h"
+
+#include <QCheckBox>
+#include <QDropEvent>
+#include <QListWidget>
+#include <QMimeData>
+#include <QTableView>
+#include <QTreeWidget>
+
+namespace marovin {
+
+namespace {
+
+constexpr const char* kSubQueryPrefix = "Sub query: ";
+// The mime type QListWidget uses for the entries it drags.
+constexpr const char* kListMimeType = "application/x-qabstractitemmodeldatalist";
+
+QString qs(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+bool hasItems(const cSQLQuery& query) {
+    return query.CalculatedItems()->Count() + query.SelectedItems()->Count() > 0;
+}
+
+} // namespace
+
+void uscMarovin::FillTableList() {
+    BusyPointerScope busy(m_services.busyPointer.get());
+    m_lstTables->clear();
+    if (m_currentSubQuery && !Trim(m_currentSubQuery->strName()).empty() &&
+        hasItems(*m_currentSubQuery))
+        m_lstTables->addItem(qs(kSubQueryPrefix + m_currentSubQuery->strName()));
+    if (!m_db)
+        return;
+    m_db->setBlnIncludeViews(m_chkAlsoListViews->isChecked());
+    if (m_chkAlsoListSystemTables->isChecked()) {
+        m_db->setBlnExcludeSystemTables(false);
+        m_db->setBlnExcludeSystemViews(!m_db->blnIncludeViews());
+    } else {
+        m_db->setBlnExcludeSystemTables(true);
+        m_db->setBlnExcludeSystemViews(true);
+    }
+    for (const std::string& name : Split(m_db->GetListOfTables(), ","))
+        m_lstTables->addItem(qs(name));
+}
+
+void uscMarovin::SelectTable() {
+    for (int i = 0; i < m_lstTables->count(); ++i) {
+        if (m_lstTables->item(i)->isSelected()) {
+            AddTableToDiagram(m_lstTables->item(i)->text().toStdString());
+            EnableButtons();
+            return;
+        }
+    }
+}
+
+void uscMarovin::placeListEntry(QListWidgetItem* item) {
+    if (item == nullptr)
+        return;
+    m_lstTables->setCurrentItem(item);
+    item->setSelected(true);
+    SelectTable();
+}
+
+bool uscMarovin::IsInTableList(const QString& strText) const {
+    for (int i = 0; i < m_lstTables->count(); ++i) {
+        if (m_lstTables->item(i)->text() == strText)
+            return true;
+    }
+    return false;
+}
+
+bool uscMarovin::AliasExists(const cTables& colTables, const std::string& strAlias) {
+    for (const auto& table : colTables) {
+        if (table->strAlias() == strAlias)
+            return true;
+    }
+    return false;
+}
+
+std::string uscMarovin::AddTableToCollection(const std::string& strTable, bool blnIsSubQuery) {
+    const std::string base = LastNamePart(strTable);
+    std::string candidate = base;
+    if (m_tables->Count() > 0) {
+        // The collection's keys ignore letter case while aliases do not; a candidate that only
+        // differs in case from a key is skipped as well, so the key stays unique.
+        for (int k = 1; AliasExists(*m_tables, candidate) || m_tables->HasKey(candidate); ++k)
+            candidate = base + std::to_string(k);
+    }
+    auto table = m_tables->Add(candidate);
+    table->setBlnIsSubQuery(blnIsSubQuery);
+    if (blnIsSubQuery)
+        table->setSubQuery(m_currentSubQuery);
+    table->setStrName(strTable);
+    table->setStrAlias(candidate);
+    return candidate;
+}
+
+void uscMarovin::AddTableToDiagram(const std::string& strTable) {
+    std::string columns;
+    std::string name;
+    bool isSubQuery = false;
+    const auto at = strTable.find(kSubQueryPrefix);
+    if (at != std::string::npos) {
+        if (m_currentSubQuery)
+            columns = ListOutputNames(*m_currentSubQuery);
+        name = strTable.substr(at + std::string_view(kSubQueryPrefix).size());
+        isSubQuery = true;
+    } else {
+        if (m_db)
+            columns = m_db->GetListOfFields(strTable, false);
+        name = strTable;
+    }
+    const std::vector<std::string> parts = Split(columns, ",");
+    const std::string alias = AddTableToCollection(name, isSubQuery);
+
+    // Alias, an empty line, a blank, the column count, then five lines per column.
+    QString definition = qs(alias) + "\n\n \n" + QString::number(parts.size());
+    for (const std::string& column : parts)
+        definition += "\n" + qs(column) + "\n" + qs(column) + "\n\n\n3 4 0 0";
+    const int n = static_cast<int>(parts.size());
+    const int left = m_intPlacementCounter * 160 + 50;
+    const int width = static_cast<int>(alias.size()) * 5 + 120;
+    int height = 10 * (n - 1) + 100;
+    if (height > 300)
+        height = 300;
+    QString error;
+    if (!m_dvTablesAndJoins->AddTable(definition, left, 20, width, height, &error)) {
+        m_tables->Remove(alias);
+        m_services.messageBox->Show(tr("Add table"),
+                                    tr("The table %1 cannot be placed: %2").arg(qs(name), error),
+                                    MessageIcon::Exclamation, MessageButtons::Ok);
+        return;
+    }
+    ++m_intPlacementCounter;
+    NotifyQueryChanged();
+}
+
+void uscMarovin::onJoinRequest(const QString& joinText, int* accept) {
+    const QStringList joins = m_dvTablesAndJoins->JoinsList().split(QLatin1Char('\n'));
+    const QStringList join = joinText.split(QLatin1Char('\n'));
+    const QString a = join.value(0);
+    const QString b = join.value(2);
+    const int count = joins.value(0).toInt();
+    bool seenA = false;
+    bool seenB = false;
+    for (int i = 1; i <= count; ++i) {
+        const QString first = joins.value(5 * (i - 1) + 1);
+        const QString second = joins.value(5 * (i - 1) + 3);
+        const bool touchesA = (a == first || a == second);
+        const bool touchesB = (b == first || b == second);
+        if (touchesA)
+            seenA = true;
+        if (touchesB)
+            seenB = true;
+        if (touchesA && touchesB) {
+            seenA = false;
+            seenB = false;
+        }
+    }
+    if (seenA && seenB) {
+        if (accept != nullptr)
+            *accept = 0;
+        m_services.messageBox->Show(tr("Add join"), tr("Loops not allowed in join-schema."),
+                                    MessageIcon::Exclamation, MessageButtons::Ok);
+    }
+}
+
+void uscMarovin::onTableRemovalRequest(const QString& alias, bool* allow) {
+    QString message;
+    if (IsInTableList(kSubQueryPrefix + alias)) {
+        message = QStringLiteral(
+            "This table is a sub-query. After removal, this sub-query will be deleted "
+            "from \r\nthe FROM clause of the main SQL-query which may become invalid. "
+            "Fields, expressions \r\nand conditions based on this table must be removed "
+            "manually.\r\nDo you want to continue?");
+    } else {
+        message = QStringLiteral("Do you really want to remove table ") + alias +
+                  QStringLiteral("?\r\nRemoving a table may have implications for selected "
+                                 "fields and expressions");
+    }
+    const MessageAnswer answer = m_services.messageBox->Show(
+        QStringLiteral("Remove a Table"), message, MessageIcon::Exclamation, MessageButtons::YesNo);
+    if (allow != nullptr)
+        *allow = (answer == MessageAnswer::Yes);
+}
+
+void uscMarovin::onTableRemoved(const QString& alias) {
+    const std::string strAlias = alias.toStdString();
+    for (long i = m_tables->Count(); i >= 1; --i) {
+        if (m_tables->Item(i)->strAlias() == strAlias) {
+            m_tables->Remove(i);
+            --m_intPlacementCounter;
+        }
+    }
+    if (!IsInTableList(kSubQueryPrefix + alias))
+        removeTableDependants(strAlias);
+    NotifyQueryChanged();
+    EnableButtons();
+}
+
+void uscMarovin::removeTableDependants(const std::string& strAlias) {
+    const SelectedItemsTable& rows = m_selectedItems->table();
+    if (m_intPlacementCounter > 0) {
+        for (int r = 1; r <= rows.SelectedItemsCount();) {
+            if (Trim(rows.Value(r, SelectedItemsTable::kTableAlias)) == Trim(strAlias)) {
+                setCurrentGridRow(r);
+                RemoveSelectItem(false);
+            } else {
+                ++r;
+            }
+        }
+    } else {
+        const int count = rows.SelectedItemsCount();
+        for (int i = 0; i < count; ++i) {
+            setCurrentGridRow(1);
+            RemoveSelectItem(false);
+        }
+    }
+
+    const QString needle = qs(strAlias);
+    auto removeFirstContaining = [&needle](QTreeWidget* list, int column) {
+        for (int i = 0; i < list->topLevelItemCount(); ++i) {
+            if (list->topLevelItem(i)->text(column).contains(needle, Qt::CaseSensitive)) {
+                delete list->takeTopLevelItem(i);
+                return true;
+            }
+        }
+        return false;
+    };
+    while (removeFirstContaining(m_lvExpressions, 2)) {
+    }
+    while (removeFirstContaining(m_lvConditions, 0)) {
+    }
+}
+
+void uscMarovin::onColumnChosen(const QString& alias, const QString& column) {
+    AddSelectItem((alias + "." + column).toStdString(), column.toStdString(), std::string(), true);
+    NotifyQueryChanged();
+}
+
+void uscMarovin::onAllColumns(const QString& alias) {
+    {
+        BusyPointerScope busy(m_services.busyPointer.get());
+        const std::string strAlias = alias.toStdString();
+        std::string columns;
+        if (m_currentSubQuery && m_currentSubQuery->strName() == strAlias)
+            columns = ListOutputNames(*m_currentSubQuery);
+        else if (m_db) {
+            // The box is named by its alias; the catalogue knows the table by its name.
+            const auto table = FindTableByAlias(*m_tables, strAlias);
+            columns = m_db->GetListOfFields(table ? table->strName() : strAlias, false);
+        }
+        for (const std::string& column : Split(columns, ","))
+            AddSelectItem(strAlias + "." + column, column, std::string(), false);
+    }
+    NotifyQueryChanged();
+}
+
+bool uscMarovin::handleDiagramDrop(QEvent* event) {
+    auto* drop = static_cast<QDropEvent*>(event);
+    if (drop->source() != m_lstTables || !drop->mimeData()->hasFormat(kListMimeType))
+        return false;
+    if (event->type() == QEvent::Drop) {
+        drop->acceptProposedAction();
+        SelectTable();
+    } else {
+        drop->acceptProposedAction();
+    }
+    return true;
+}
+
+} // namespace marovin

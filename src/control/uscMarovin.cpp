@@ -1,0 +1,427 @@
+#include "marovin/uscMarovin.h"
+
+#include "SelectedItemsDelegate.h"
+#include "SelectedItemsModel.h"
+#include "marovin/Utilities.h"
+#include "marovin/cDbConnection.h"
+#include "marovin/cSQLQuery.h"
+#include "marovin/cTables.h"
+#include "marovin/dvTablesAndJoins.h"
+#include "marovin/platform/QtMessageBox.h"
+#include "marovin/platform/SqlTextView.h"
+
+#include <QCheckBox>
+#include <QCoreApplication>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QListWidget>
+#include <QLocale>
+#include <QPushButton>
+#include <QResizeEvent>
+#include <QSplitter>
+#include <QTableView>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+#include <cmath>
+#include <cstdio>
+
+namespace marovin {
+
+namespace {
+
+constexpr const char* kPaneSection = "RelSizesDVPanes";
+constexpr const char* kPaneKey = "Positions";
+// The separator the stored proportions are read with; they are written with "," (see
+// writePaneProportions), so a value the control wrote itself is never read back.
+constexpr std::string_view kPaneReadSeparator = "$%&";
+constexpr std::array<float, 5> kDefaultProportions = {0.375F, 0.6F, 0.825F, 0.2F, 0.5F};
+
+// A number as the classic locale-independent Str() writes it: a leading blank for a positive
+// value (a minus sign otherwise), no leading zero before the decimal mark, at most seven
+// significant digits of a single-precision value.
+std::string numberToText(float value) {
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%.7g", static_cast<double>(std::fabs(value)));
+    std::string digits = buffer;
+    if (digits.rfind("0.", 0) == 0)
+        digits.erase(0, 1);
+    return (value < 0 ? "-" : " ") + digits;
+}
+
+QLabel* paneLabel(const QString& text, QWidget* buddy) {
+    auto* label = new QLabel(text);
+    QFont font = label->font();
+    font.setBold(true);
+    label->setFont(font);
+    label->setBuddy(buddy);
+    return label;
+}
+
+QWidget* panel(QLayout* layout) {
+    auto* widget = new QWidget;
+    layout->setContentsMargins(4, 4, 4, 4);
+    widget->setLayout(layout);
+    return widget;
+}
+
+} // namespace
+
+uscMarovin::uscMarovin(QWidget* parent, PlatformServices services)
+    : QWidget(parent), m_services(services.withDefaults(this)),
+      m_tables(std::make_shared<cTables>()) {
+    // The number reader of the stored proportions takes the locale's decimal mark.
+    SetDecimalSeparator(QString(QLocale().decimalPoint()).toStdString());
+    m_query = nullptr;
+    m_db = nullptr;
+    m_strSQL.clear();
+    readPaneProportions();
+    setupViews();
+}
+
+uscMarovin::~uscMarovin() {
+    // The child views outlive this body; they must not call back into a half-destroyed control.
+    for (QObject* child : findChildren<QObject*>())
+        QObject::disconnect(child, nullptr, this, nullptr);
+    for (QWidget* child : findChildren<QWidget*>())
+        child->removeEventFilter(this);
+    m_db.reset();
+    m_tables.reset();
+    m_query.reset();
+    writePaneProportions();
+}
+
+void uscMarovin::setupViews() {
+    setObjectName(QStringLiteral("uscMarovin"));
+
+    // Table list and its options.
+    m_lstTables = new QListWidget;
+    m_lstTables->setObjectName(QStringLiteral("lstTables"));
+    m_lstTables->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_lstTables->setDragEnabled(true);
+    m_lstTables->setDragDropMode(QAbstractItemView::DragOnly);
+    m_lstTables->installEventFilter(this);
+    m_chkAlsoListViews = new QCheckBox(tr("Also list views"));
+    m_chkAlsoListViews->setObjectName(QStringLiteral("chkAlsoListViews"));
+    m_chkAlsoListViews->setChecked(true);
+    m_chkAlsoListSystemTables = new QCheckBox(tr("Also list system tables"));
+    m_chkAlsoListSystemTables->setObjectName(QStringLiteral("chkAlsoListSystemTables"));
+    m_cmdAddTableToJoiner = new QPushButton(tr("Add table"));
+    m_cmdAddTableToJoiner->setObjectName(QStringLiteral("cmdAddTableToJoiner"));
+    m_cmdSubQueries = new QPushButton(tr("Sub query..."));
+    m_cmdSubQueries->setObjectName(QStringLiteral("cmdSubQueries"));
+    auto* tableButtons = new QHBoxLayout;
+    tableButtons->addWidget(m_cmdAddTableToJoiner);
+    tableButtons->addWidget(m_cmdSubQueries);
+    auto* tablesLayout = new QVBoxLayout;
+    tablesLayout->addWidget(paneLabel(tr("&Tables"), m_lstTables));
+    tablesLayout->addWidget(m_lstTables, 1);
+    tablesLayout->addWidget(m_chkAlsoListViews);
+    tablesLayout->addWidget(m_chkAlsoListSystemTables);
+    tablesLayout->addLayout(tableButtons);
+
+    // Diagram.
+    m_dvTablesAndJoins = new dvTablesAndJoins;
+    m_dvTablesAndJoins->setObjectName(QStringLiteral("dvTablesAndJoins"));
+    m_dvTablesAndJoins->setAcceptDrops(true);
+    m_dvTablesAndJoins->installEventFilter(this);
+    for (QWidget* inner : m_dvTablesAndJoins->findChildren<QWidget*>()) {
+        inner->setAcceptDrops(true);
+        inner->installEventFilter(this);
+    }
+
+    m_splitTop = new QSplitter(Qt::Horizontal);
+    m_splitTop->setObjectName(QStringLiteral("splitTop"));
+    m_splitTop->addWidget(panel(tablesLayout));
+    m_splitTop->addWidget(m_dvTablesAndJoins);
+    m_splitTop->setStretchFactor(1, 1);
+
+    // Selected-items grid.
+    m_selectedItems = new SelectedItemsModel(this);
+    m_jgSelectedFields = new QTableView;
+    m_jgSelectedFields->setObjectName(QStringLiteral("jgSelectedFields"));
+    m_jgSelectedFields->setModel(m_selectedItems);
+    QStringList aggregations{QStringLiteral("<none>")};
+    for (const std::string& name : Split(kAggregationFunctions, ","))
+        aggregations << QString::fromStdString(name);
+    m_jgSelectedFields->setItemDelegate(
+        new SelectedItemsDelegate(m_selectedItems, aggregations, m_jgSelectedFields));
+    m_jgSelectedFields->setSelectionBehavior(QAbstractItemView::SelectItems);
+    m_jgSelectedFields->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_jgSelectedFields->setEditTriggers(
+        QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed |
+        QAbstractItemView::SelectedClicked | QAbstractItemView::AnyKeyPressed);
+    m_jgSelectedFields->setAlternatingRowColors(true);
+    m_jgSelectedFields->verticalHeader()->setDefaultSectionSize(
+        m_jgSelectedFields->fontMetrics().height() + 8);
+    m_jgSelectedFields->horizontalHeader()->setStretchLastSection(true);
+    m_jgSelectedFields->horizontalHeader()->setDefaultSectionSize(150);
+    m_cmdMoveUp = new QPushButton(tr("Move up"));
+    m_cmdMoveUp->setObjectName(QStringLiteral("cmdMoveUp"));
+    m_cmdMoveDown = new QPushButton(tr("Move down"));
+    m_cmdMoveDown->setObjectName(QStringLiteral("cmdMoveDown"));
+    m_cmdRemoveSelectItem = new QPushButton(tr("Remove"));
+    m_cmdRemoveSelectItem->setObjectName(QStringLiteral("cmdRemoveSelectItem"));
+    m_chkUniqueRecords = new QCheckBox(tr("Unique records only"));
+    m_chkUniqueRecords->setObjectName(QStringLiteral("chkUniqueRecords"));
+    auto* gridButtons = new QVBoxLayout;
+    gridButtons->addWidget(m_cmdMoveUp);
+    gridButtons->addWidget(m_cmdMoveDown);
+    gridButtons->addWidget(m_cmdRemoveSelectItem);
+    gridButtons->addStretch(1);
+    gridButtons->addWidget(m_chkUniqueRecords);
+    auto* gridRow = new QHBoxLayout;
+    gridRow->addWidget(m_jgSelectedFields, 1);
+    gridRow->addLayout(gridButtons);
+    auto* gridLayout = new QVBoxLayout;
+    gridLayout->addWidget(paneLabel(tr("Selected &fields"), m_jgSelectedFields));
+    gridLayout->addLayout(gridRow, 1);
+
+    // Conditions and calculated items.
+    m_lvConditions = new QTreeWidget;
+    m_lvConditions->setObjectName(QStringLiteral("lvConditions"));
+    m_lvConditions->setColumnCount(1);
+    m_lvConditions->setHeaderLabels({QString()});
+    m_lvConditions->setRootIsDecorated(false);
+    m_lvConditions->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_lvConditions->installEventFilter(this);
+    m_cmdRemoveCondition = new QPushButton(tr("Remove condition"));
+    m_cmdRemoveCondition->setObjectName(QStringLiteral("cmdRemoveCondition"));
+    auto* conditionsLayout = new QVBoxLayout;
+    conditionsLayout->addWidget(paneLabel(tr("&Conditions"), m_lvConditions));
+    conditionsLayout->addWidget(m_lvConditions, 1);
+    auto* conditionButtons = new QHBoxLayout;
+    conditionButtons->addStretch(1);
+    conditionButtons->addWidget(m_cmdRemoveCondition);
+    conditionsLayout->addLayout(conditionButtons);
+
+    m_lvExpressions = new QTreeWidget;
+    m_lvExpressions->setObjectName(QStringLiteral("lvExpressions"));
+    m_lvExpressions->setColumnCount(3);
+    m_lvExpressions->setHeaderLabels({tr("Variable"), QString(), tr("Expression")});
+    m_lvExpressions->setRootIsDecorated(false);
+    m_lvExpressions->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_lvExpressions->header()->resizeSection(0, 120);
+    m_lvExpressions->header()->resizeSection(1, 24);
+    m_lvExpressions->installEventFilter(this);
+    m_cmdRemoveExpression = new QPushButton(tr("Remove calculated item"));
+    m_cmdRemoveExpression->setObjectName(QStringLiteral("cmdRemoveExpression"));
+    auto* expressionsLayout = new QVBoxLayout;
+    expressionsLayout->addWidget(paneLabel(tr("Calculated &items"), m_lvExpressions));
+    expressionsLayout->addWidget(m_lvExpressions, 1);
+    auto* expressionButtons = new QHBoxLayout;
+    expressionButtons->addStretch(1);
+    expressionButtons->addWidget(m_cmdRemoveExpression);
+    expressionsLayout->addLayout(expressionButtons);
+
+    m_splitLists = new QSplitter(Qt::Horizontal);
+    m_splitLists->setObjectName(QStringLiteral("splitLists"));
+    m_splitLists->addWidget(panel(conditionsLayout));
+    m_splitLists->addWidget(panel(expressionsLayout));
+
+    // SQL text.
+    m_txtSQLQuery = new SqlTextView;
+    m_txtSQLQuery->setObjectName(QStringLiteral("txtSQLQuery"));
+    auto* sqlLayout = new QVBoxLayout;
+    sqlLayout->addWidget(paneLabel(tr("S&QL"), m_txtSQLQuery));
+    sqlLayout->addWidget(m_txtSQLQuery, 1);
+
+    m_splitRows = new QSplitter(Qt::Vertical);
+    m_splitRows->setObjectName(QStringLiteral("splitRows"));
+    m_splitRows->addWidget(m_splitTop);
+    m_splitRows->addWidget(panel(gridLayout));
+    m_splitRows->addWidget(m_splitLists);
+    m_splitRows->addWidget(panel(sqlLayout));
+    for (int i = 0; i < m_splitRows->count(); ++i)
+        m_splitRows->setCollapsible(i, false);
+
+    auto* root = new QVBoxLayout(this);
+    root->setContentsMargins(0, 0, 0, 0);
+    root->addWidget(m_splitRows);
+
+    // Handlers.
+    connect(m_chkAlsoListSystemTables, &QCheckBox::clicked, this, [this] { FillTableList(); });
+    connect(m_chkAlsoListViews, &QCheckBox::clicked, this, [this] { FillTableList(); });
+    connect(m_chkUniqueRecords, &QCheckBox::clicked, this, [this] { NotifyQueryChanged(); });
+    connect(m_cmdAddTableToJoiner, &QPushButton::clicked, this, [this] { SelectTable(); });
+    connect(m_lstTables, &QListWidget::itemDoubleClicked, this,
+            [this](QListWidgetItem* item) { placeListEntry(item); });
+
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::joinRequest, this, &uscMarovin::onJoinRequest);
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::tableRemovalRequest, this,
+            &uscMarovin::onTableRemovalRequest);
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::tableRemoved, this, &uscMarovin::onTableRemoved);
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::joinAdded, this,
+            [this] { NotifyQueryChanged(); });
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::joinChanged, this,
+            [this] { NotifyQueryChanged(); });
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::joinRemoved, this,
+            [this] { NotifyQueryChanged(); });
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::columnChosen, this,
+            [this](const QString& alias, const QString& column) { onColumnChosen(alias, column); });
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::allColumns, this,
+            [this](const QString& alias) { onAllColumns(alias); });
+
+    connect(m_selectedItems, &SelectedItemsModel::editCommitted, this,
+            &uscMarovin::onGridEditCommitted);
+    connect(m_cmdMoveUp, &QPushButton::clicked, this, [this] { MoveSelectItemUp(); });
+    connect(m_cmdMoveDown, &QPushButton::clicked, this, [this] { MoveSelectItemDown(); });
+    connect(m_cmdRemoveSelectItem, &QPushButton::clicked, this, [this] { RemoveSelectItem(true); });
+
+    connect(m_cmdRemoveCondition, &QPushButton::clicked, this, [this] { RemoveCondition(); });
+    connect(m_cmdRemoveExpression, &QPushButton::clicked, this, [this] { RemoveExpression(); });
+    connect(m_lvConditions, &QTreeWidget::itemClicked, this, [this] { EnableButtons(); });
+    connect(m_lvExpressions, &QTreeWidget::itemClicked, this, [this] { EnableButtons(); });
+    connect(m_lvConditions, &QTreeWidget::itemSelectionChanged, this, [this] { EnableButtons(); });
+    connect(m_lvExpressions, &QTreeWidget::itemSelectionChanged, this, [this] { EnableButtons(); });
+
+    EnableButtons();
+}
+
+void uscMarovin::readPaneProportions() {
+    m_sngPaneProportions = kDefaultProportions;
+    const std::string stored =
+        Trim(m_services.settings->GetSetting(kPaneSection, kPaneKey, QString()).toStdString());
+    if (stored.empty() || stored.find(kPaneReadSeparator) == std::string::npos)
+        return;
+    const std::vector<std::string> parts = Split(stored, kPaneReadSeparator);
+    if (parts.size() < 5)
+        return;
+    for (size_t i = 0; i < 5; ++i) {
+        const double value = ParseDecimal(parts[i], kDefaultProportions[i]);
+        // Both bounds are exclusive and are tested before the value is narrowed.
+        if (value > 0.1 && value < 0.99)
+            m_sngPaneProportions[i] = static_cast<float>(value);
+    }
+}
+
+void uscMarovin::writePaneProportions() const {
+    std::string text;
+    for (size_t i = 0; i < 5; ++i) {
+        if (i > 0)
+            text += ",";
+        text += numberToText(m_sngPaneProportions[i]);
+    }
+    m_services.settings->SaveSetting(kPaneSection, kPaneKey, QString::fromStdString(text));
+}
+
+void uscMarovin::applyPaneProportions() {
+    // Fractions 0 to 2 are the tops of the three horizontal bars as parts of the height,
+    // fractions 3 and 4 the left edges of the two vertical bars as parts of the width.
+    const auto& p = m_sngPaneProportions;
+    const double h = m_splitRows->height();
+    const double w = width();
+    const std::array<double, 4> tops = {0.0, p[0], std::max(p[0], p[1]),
+                                        std::max({p[0], p[1], p[2]})};
+    QList<int> rows;
+    for (size_t i = 0; i < 4; ++i) {
+        const double end = i + 1 < 4 ? tops[i + 1] : 1.0;
+        rows << static_cast<int>(std::lround((end - tops[i]) * h));
+    }
+    m_splitRows->setSizes(rows);
+    m_splitTop->setSizes(
+        {static_cast<int>(std::lround(p[3] * w)), static_cast<int>(std::lround((1.0 - p[3]) * w))});
+    m_splitLists->setSizes(
+        {static_cast<int>(std::lround(p[4] * w)), static_cast<int>(std::lround((1.0 - p[4]) * w))});
+}
+
+void uscMarovin::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    // Every resize puts the bars back at their proportional places.
+    layout()->activate();
+    applyPaneProportions();
+}
+
+void uscMarovin::setBlnBuildSubQuery(bool value) {
+    if (!value)
+        return;
+    m_cmdSubQueries->setFixedHeight(0);
+    m_cmdSubQueries->setVisible(false);
+    m_cmdSubQueries->setEnabled(false);
+}
+
+void uscMarovin::setColParameters(std::shared_ptr<std::vector<std::string>> parameters) {
+    m_colParameters = std::move(parameters);
+}
+
+void uscMarovin::setSQLQueryObject(std::shared_ptr<cSQLQuery> query) {
+    m_query = std::move(query);
+    Refresh();
+}
+
+void uscMarovin::setDatabaseObject(std::shared_ptr<cDbConnection> connection) {
+    m_db = std::move(connection);
+}
+
+void uscMarovin::Refresh() {
+    m_tables = std::make_shared<cTables>();
+    m_dvTablesAndJoins->Clear();
+    m_intPlacementCounter = 0;
+    m_lvConditions->clear();
+    m_lvExpressions->clear();
+    m_selectedItems->clear();
+    m_strSQL.clear();
+    m_txtSQLQuery->setStrText(std::string());
+    m_lstTables->clear();
+    LoadQuery();
+}
+
+void uscMarovin::NotifyQueryChanged() {
+    if (m_blnLoading)
+        return;
+    emit Changed();
+    showAssemblyResult();
+}
+
+void uscMarovin::raiseChanged() {
+    if (!m_blnLoading)
+        emit Changed();
+}
+
+bool uscMarovin::showAssemblyResult() {
+    bool ok = true;
+    try {
+        m_strSQL = AssembleQuery();
+    } catch (const std::exception& error) {
+        // A model error must not unwind through Qt's event handling; the user is told instead.
+        m_strSQL.clear();
+        ok = false;
+        m_services.messageBox->Show(QCoreApplication::applicationName(),
+                                    QString::fromStdString(error.what()), MessageIcon::Critical,
+                                    MessageButtons::Ok);
+    }
+    m_txtSQLQuery->setStrText(m_strSQL);
+    return ok;
+}
+
+void uscMarovin::EnableButtons() {
+    const bool hasRows = m_selectedItems->table().SelectedItemsCount() > 0;
+    m_cmdRemoveSelectItem->setEnabled(hasRows);
+    m_cmdMoveDown->setEnabled(hasRows);
+    m_cmdMoveUp->setEnabled(hasRows);
+    m_chkUniqueRecords->setEnabled(hasRows);
+    if (!hasRows)
+        m_chkUniqueRecords->setChecked(false);
+}
+
+bool uscMarovin::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_lstTables && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            SelectTable();
+            return true;
+        }
+    }
+    if (watched == m_lvConditions || watched == m_lvExpressions) {
+        if (handleListKey(static_cast<QTreeWidget*>(watched), event))
+            return true;
+    }
+    if (event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove ||
+        event->type() == QEvent::Drop) {
+        if (handleDiagramDrop(event))
+            return true;
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+} // namespace marovin
