@@ -4,6 +4,7 @@
 #include "marovin/Utilities.h"
 #include "marovin/cSQLQuery.h"
 
+#include <unordered_map>
 #include <unordered_set>
 
 namespace marovin {
@@ -196,14 +197,23 @@ void cSQLQuery::readDocument(pugi::xml_node root) {
         item->setStrName(readChild(element, "ITEM_NAME"));
         item->setStrComputation(readChild(element, "COMPUTATION"));
     }
+    // Joins name their tables by alias; the first table with an alias wins, as a walk through
+    // the tables in order would find it. One index keeps many joins over many tables linear.
+    std::unordered_map<std::string, std::shared_ptr<cTable>> tableByAlias;
+    for (const auto& table : *m_Tables)
+        tableByAlias.emplace(table->strAlias(), table);
+    auto findTable = [&](const std::string& alias) -> std::shared_ptr<cTable> {
+        auto it = tableByAlias.find(alias);
+        return it == tableByAlias.end() ? nullptr : it->second;
+    };
     for (pugi::xml_node element : root.child("JOINS").children("JOIN")) {
         auto join = m_JoinConditions->Add();
         if (pugi::xml_node left = element.child("LEFT_TABLE")) {
-            join->setLeftTable(FindTableByAlias(*m_Tables, elementText(left)));
+            join->setLeftTable(findTable(elementText(left)));
             join->setBlnIncludeAllRowsOfLeftTable(readFlagAttribute(left, "allrows", false));
         }
         if (pugi::xml_node right = element.child("RIGHT_TABLE")) {
-            join->setRightTable(FindTableByAlias(*m_Tables, elementText(right)));
+            join->setRightTable(findTable(elementText(right)));
             join->setBlnIncludeAllRowsOfRightTable(readFlagAttribute(right, "allrows", false));
         }
         join->setStrCondition(readChild(element, "CONDITION"));
