@@ -1,0 +1,197 @@
+// marovin-designer: the query builder on a database, with query documents in files.
+//
+//   marovin-designer [--sqlite PATH | --server HOST --database DB [--user NAME]
+//                     [--password-env VAR] [--windows-auth] [--driver NAME] | --connect]
+//                    [--open FILE] [--screenshot PNG] [--print-sql] [--save-as FILE]
+//
+// Without a connection option it opens the bundled sample database. --screenshot, --print-sql
+// and --save-as run without a window system and exit when done.
+
+#include "ConnectionDialog.h"
+#include "DesignerWindow.h"
+#include "StderrMessageBox.h"
+#include "marovin/ModelMessages.h"
+#include "marovin/cDbConnection.h"
+#include "marovin/platform/MessageBoxModelSink.h"
+#include "marovin/platform/QtMessageBox.h"
+#include "marovin/uscMarovin.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QPixmap>
+#include <cstdio>
+#include <cstring>
+
+using namespace marovin;
+
+namespace {
+
+bool isScriptMode(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--screenshot") == 0 || std::strcmp(argv[i], "--print-sql") == 0 ||
+            std::strcmp(argv[i], "--save-as") == 0)
+            return true;
+    }
+    return false;
+}
+
+void printError(const QString& text) {
+    const QByteArray line = (QStringLiteral("marovin-designer: ") + text + "\n").toUtf8();
+    std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stderr);
+}
+
+// The sample database: MAROVIN_SAMPLE_DB, else the one the build made, else one beside the
+// program's build tree.
+QString sampleDatabase() {
+    const QString fromEnvironment = qEnvironmentVariable("MAROVIN_SAMPLE_DB");
+    if (!fromEnvironment.isEmpty())
+        return fromEnvironment;
+    const QString built = QStringLiteral(MAROVIN_DEFAULT_SAMPLE_DB);
+    if (QFileInfo::exists(built))
+        return built;
+    const QString beside =
+        QDir(QCoreApplication::applicationDirPath()).filePath("../../../sample/northwind.sqlite");
+    return QFileInfo::exists(beside) ? QDir::cleanPath(beside) : built;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const bool script = isScriptMode(argc, argv);
+    if (script && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QString::fromLatin1(DesignerWindow::kCaption));
+    QApplication::setApplicationVersion(QStringLiteral("0.1.0"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("The Marovin visual query designer."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption sqlite("sqlite", "Work on the SQLite database file PATH.", "PATH");
+    const QCommandLineOption server("server", "Work on the SQL Server HOST.", "HOST");
+    const QCommandLineOption database("database", "The database on the server.", "DB");
+    const QCommandLineOption user("user", "The login name on the server.", "NAME");
+    const QCommandLineOption passwordEnv(
+        "password-env",
+        "Read the password from the environment variable VAR (default "
+        "MAROVIN_PASSWORD); asked for in a dialog when it is not set.",
+        "VAR", "MAROVIN_PASSWORD");
+    const QCommandLineOption windowsAuth("windows-auth", "Log in with the Windows account.");
+    const QCommandLineOption driver("driver", "The ODBC driver for SQL Server.", "NAME");
+    const QCommandLineOption connectDialog("connect", "Choose the database in a dialog.");
+    const QCommandLineOption open("open", "Open the query document FILE.", "FILE");
+    const QCommandLineOption screenshot("screenshot", "Render the window to PNG and exit.", "PNG");
+    const QCommandLineOption printSql("print-sql", "Write the query's SQL text and exit.");
+    const QCommandLineOption saveAs("save-as", "Write the query document to FILE and exit.",
+                                    "FILE");
+    parser.addOptions({sqlite, server, database, user, passwordEnv, windowsAuth, driver,
+                       connectDialog, open, screenshot, printSql, saveAs});
+    parser.process(app);
+
+    PlatformServices services;
+    auto scriptBox = std::make_shared<StderrMessageBox>();
+    if (script)
+        services.messageBox = scriptBox;
+    else
+        services.messageBox = std::make_shared<QtMessageBox>();
+    services = services.withDefaults();
+    SetModelMessageSink(std::make_shared<MessageBoxModelSink>(services.messageBox));
+
+    DesignerWindow window(services);
+    if (auto* box = dynamic_cast<QtMessageBox*>(services.messageBox.get()))
+        box->setParentWidget(&window);
+
+    std::shared_ptr<cDbConnection> connection;
+    if (parser.isSet(sqlite)) {
+        const QString path = parser.value(sqlite);
+        if (!QFileInfo(path).isFile()) {
+            printError(QStringLiteral("the SQLite database %1 does not exist").arg(path));
+            return 2;
+        }
+        connection = std::make_shared<cDbConnection>();
+        connection->setStrProvider(cDbConnection::kProviderSqlite);
+        connection->setStrDatabase(path.toStdString());
+    } else if (parser.isSet(server)) {
+        if (!parser.isSet(database)) {
+            printError(QStringLiteral("--server needs --database"));
+            return 2;
+        }
+        connection = std::make_shared<cDbConnection>();
+        connection->setStrProvider(cDbConnection::kProviderSqlServer);
+        connection->setStrServer(parser.value(server).toStdString());
+        connection->setStrDatabase(parser.value(database).toStdString());
+        connection->setStrDriver(parser.value(driver).toStdString());
+        if (parser.isSet(windowsAuth)) {
+            connection->setBlnWindowsAuthentication(true);
+        } else {
+            connection->setStrUserName(parser.value(user).toStdString());
+            const QString variable = parser.value(passwordEnv);
+            if (qEnvironmentVariableIsSet(variable.toLocal8Bit().constData())) {
+                connection->setStrPassword(
+                    qEnvironmentVariable(variable.toLocal8Bit().constData()).toStdString());
+            } else if (!script) {
+                bool ok = false;
+                const QString password =
+                    QInputDialog::getText(nullptr, QString::fromLatin1(DesignerWindow::kCaption),
+                                          QStringLiteral("Password for %1 on %2:")
+                                              .arg(parser.value(user), parser.value(server)),
+                                          QLineEdit::Password, QString(), &ok);
+                if (!ok)
+                    return 1;
+                connection->setStrPassword(password.toStdString());
+            }
+        }
+    } else if (!parser.isSet(connectDialog)) {
+        const QString path = sampleDatabase();
+        if (QFileInfo(path).isFile()) {
+            connection = std::make_shared<cDbConnection>();
+            connection->setStrProvider(cDbConnection::kProviderSqlite);
+            connection->setStrDatabase(path.toStdString());
+        } else if (script) {
+            printError(QStringLiteral("the sample database %1 does not exist (build the target "
+                                      "marovin_sample_db, or pass --sqlite PATH)")
+                           .arg(path));
+            return 2;
+        }
+    }
+    if (!connection && !script) {
+        ConnectionDialog dialog(services.messageBox);
+        if (dialog.exec() != QDialog::Accepted)
+            return 0;
+        connection = dialog.connection();
+    }
+    window.setConnection(connection);
+
+    if (parser.isSet(open) && !window.OpenDocument(parser.value(open))) {
+        if (script)
+            return 1;
+    }
+
+    if (!script) {
+        window.show();
+        return QApplication::exec();
+    }
+
+    int result = 0;
+    if (parser.isSet(saveAs) && !window.SaveDocumentAs(parser.value(saveAs)))
+        result = 1;
+    if (parser.isSet(printSql)) {
+        const std::string& sql = window.control()->strSQL();
+        std::fwrite(sql.data(), 1, sql.size(), stdout);
+        std::fflush(stdout);
+    }
+    if (parser.isSet(screenshot)) {
+        window.show();
+        for (int i = 0; i < 5; ++i)
+            QApplication::processEvents();
+        if (!window.grab().save(parser.value(screenshot), "PNG")) {
+            printError(QStringLiteral("cannot write %1").arg(parser.value(screenshot)));
+            result = 1;
+        }
+    }
+    return result;
+}
