@@ -38,7 +38,7 @@ public:
     // kSizeScale, to give device-independent pixels. With the host's placement
     // (left = 160 n + 50, width = 5 * alias length + 120) this leaves room for the join lines
     // between neighbouring boxes.
-    static constexpr double kPositionScale = 1.5;
+    static constexpr double kPositionScale = 1.75;
     static constexpr double kSizeScale = 1.25;
 
     explicit dvTablesAndJoins(QWidget* parent = nullptr);

@@ -262,8 +262,7 @@ void DiagramView::mouseMoveEvent(QMouseEvent* event) {
     switch (m_mode) {
     case Mode::MovingBox: {
         const QPointF target = scenePos - m_grabOffset;
-        m_box->setPos(std::max<qreal>(0, std::round(target.x())),
-                      std::max<qreal>(0, std::round(target.y())));
+        m_box->setPos(std::max<qreal>(0, target.x()), std::max<qreal>(0, target.y()));
         m_owner->extendSceneRect(m_box->sceneBoundingRect());
         ensureVisible(QRectF(scenePos, QSizeF(1, 1)), 16, 16);
         break;
@@ -275,7 +274,7 @@ void DiagramView::mouseMoveEvent(QMouseEvent* event) {
             size.setWidth(m_startSize.width() + delta.x());
         if (m_resizePart != TableBoxItem::Part::ResizeRight)
             size.setHeight(m_startSize.height() + delta.y());
-        m_box->setSize(QSizeF(std::round(size.width()), std::round(size.height())));
+        m_box->setSize(size);
         m_owner->extendSceneRect(m_box->sceneBoundingRect());
         ensureVisible(QRectF(scenePos, QSizeF(1, 1)), 16, 16);
         break;

@@ -11,8 +11,8 @@
 namespace marovin {
 
 namespace {
-constexpr qreal kBadgeWidth = 28;
-constexpr qreal kBadgeHeight = 18;
+constexpr qreal kBadgeWidth = 34;
+constexpr qreal kBadgeHeight = 21;
 constexpr qreal kMarkerSize = 8;
 } // namespace
 
@@ -158,8 +158,8 @@ void JoinLineItem::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWi
     painter->setBrush(s.boxFill);
     painter->drawRoundedRect(badge, kBadgeHeight / 2, kBadgeHeight / 2);
 
-    const qreal radius = 5.2;
-    const qreal offset = 3.4;
+    const qreal radius = 6.2;
+    const qreal offset = 4.2;
     const bool leftFirst = m_start.x() <= m_end.x();
     const QPointF leftCenter = m_badge + QPointF(leftFirst ? -offset : offset, 0);
     const QPointF rightCenter = m_badge + QPointF(leftFirst ? offset : -offset, 0);

@@ -402,7 +402,8 @@ void TableBoxItem::paintRow(QPainter* painter, int row) const {
         const QRectF glyph(s.padding + 3, r.center().y() - 3.5, 7, 7);
         const bool joined = rowIsJoined(row);
         painter->setPen(QPen(currentActive ? s.accentText : (joined ? s.accent : mutedColor), 1.1));
-        painter->setBrush(joined ? (currentActive ? s.accentText : s.accent) : Qt::NoBrush);
+        painter->setBrush(joined ? QBrush(currentActive ? s.accentText : s.accent)
+                                 : QBrush(Qt::NoBrush));
         painter->drawRoundedRect(glyph, 1.5, 1.5);
 
         const auto& column = m_definition.columns[row - 1];

@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <cmath>
 #include <marovin/TableDefinition.h>
 #include <marovin/dvTablesAndJoins.h>
 
@@ -18,7 +19,7 @@ namespace marovin {
 namespace {
 // Free space kept right of and below the outermost box, so there is always room to drag a box
 // further out; the scene grows with the boxes.
-constexpr qreal kSceneMargin = 240;
+constexpr qreal kSceneMargin = 120;
 } // namespace
 
 dvTablesAndJoins::dvTablesAndJoins(QWidget* parent)
@@ -71,9 +72,11 @@ bool dvTablesAndJoins::AddTable(const QString& definition, int left, int top, in
                          .arg(parsed.strAlias);
         return false;
     }
-    auto* item =
-        new TableBoxItem(parsed, QSizeF(width * kSizeScale, height * kSizeScale), m_style.get());
-    item->setPos(left * kPositionScale, top * kPositionScale);
+    // Whole pixels keep the box outlines crisp.
+    auto* item = new TableBoxItem(
+        parsed, QSizeF(std::round(width * kSizeScale), std::round(height * kSizeScale)),
+        m_style.get());
+    item->setPos(std::round(left * kPositionScale), std::round(top * kPositionScale));
     item->setViewFocused(m_view->hasFocus());
     m_scene->addItem(item);
     m_boxes.append(item);

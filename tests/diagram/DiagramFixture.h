@@ -1,0 +1,45 @@
+#pragma once
+
+// Shared set-up of the diagram's GUI tests: a shown diagram, tables placed the way the query
+// builder places them, and real mouse gestures on the view's viewport.
+
+#include <QGraphicsView>
+#include <QSignalSpy>
+#include <QTest>
+#include <gtest/gtest.h>
+#include <marovin/TableDefinition.h>
+#include <marovin/dvTablesAndJoins.h>
+#include <memory>
+
+namespace marovin::testing {
+
+class DiagramFixture : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Places a table as the query builder does: the n-th table goes to left = 160 n + 50,
+    // top = 20, width = 5 * alias length + 120, height = 10 (N - 1) + 100 but at most 300.
+    bool place(const QString& alias, const QStringList& columns);
+
+    QWidget* viewport() const { return diagram->view()->viewport(); }
+    // Press at from, move there in steps, release at to, all with the left button.
+    void drag(const QPoint& from, const QPoint& to);
+    void dragColumn(const QString& fromAlias, const QString& fromColumn, const QString& toAlias,
+                    const QString& toColumn);
+    void click(const QPoint& at, Qt::MouseButton button = Qt::LeftButton);
+    void doubleClick(const QPoint& at);
+    // Opens the context menu at a point and triggers the action with that object name.
+    void chooseFromContextMenu(const QPoint& at, const QString& actionName);
+    void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+
+    std::unique_ptr<QWidget> window;
+    dvTablesAndJoins* diagram = nullptr; // Owned by window.
+    int placed = 0;
+};
+
+// The join text the diagram reports: five lines separated by line feeds.
+QString joinText(const QString& leftAlias, const QString& leftColumn, const QString& rightAlias,
+                 const QString& rightColumn, const QString& type = QStringLiteral("Inner Join"));
+
+} // namespace marovin::testing

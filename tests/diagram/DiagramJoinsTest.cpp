@@ -1,0 +1,232 @@
+// Joins drawn with the mouse, restored with AddJoin, changed and removed through the context
+// menu and the keyboard, and the joins list and events that report them.
+
+#include "DiagramFixture.h"
+
+namespace marovin::testing {
+namespace {
+
+class DiagramJoins : public DiagramFixture {
+protected:
+    void SetUp() override {
+        DiagramFixture::SetUp();
+        place("Customers", {"CustomerID", "CompanyName", "City"});
+        place("Orders", {"OrderID", "CustomerID", "EmployeeID", "ShipCity"});
+        place("Employees", {"EmployeeID", "LastName", "City"});
+    }
+};
+
+TEST_F(DiagramJoins, ADraggedJoinIsRequestedAndListedOnceWithTheSourceOnTheLeft) {
+    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
+    QSignalSpy added(diagram, &dvTablesAndJoins::joinAdded);
+
+    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
+
+    const QString text = joinText("Orders", "CustomerID", "Customers", "CustomerID");
+    ASSERT_EQ(requests.size(), 1);
+    EXPECT_EQ(requests[0][0].toString(), text);
+    ASSERT_EQ(added.size(), 1);
+    EXPECT_EQ(added[0][0].toString(), text);
+    EXPECT_EQ(added[0][1].toInt(), 1);
+    EXPECT_EQ(diagram->JoinsList(), "1\n" + text);
+    EXPECT_EQ(diagram->selectedJoin(), 1);
+
+    // A second join, dragged the other way round, comes after the first.
+    dragColumn("Employees", "EmployeeID", "Orders", "EmployeeID");
+    EXPECT_EQ(diagram->JoinsList(),
+              "2\n" + text + "\n" + joinText("Employees", "EmployeeID", "Orders", "EmployeeID"));
+    ASSERT_EQ(added.size(), 2);
+    EXPECT_EQ(added[1][1].toInt(), 2);
+}
+
+TEST_F(DiagramJoins, TheAcceptFlagIsPresetToOne) {
+    int seen = -7;
+    QObject::connect(diagram, &dvTablesAndJoins::joinRequest,
+                     [&](const QString&, int* accept) { seen = *accept; });
+    dragColumn("Orders", "ShipCity", "Customers", "City");
+    EXPECT_EQ(seen, 1);
+    EXPECT_EQ(diagram->joinCount(), 1);
+}
+
+TEST_F(DiagramJoins, ARefusedJoinLeavesNoTrace) {
+    const qsizetype itemsBefore = diagram->view()->scene()->items().size();
+    QObject::connect(diagram, &dvTablesAndJoins::joinRequest,
+                     [](const QString&, int* accept) { *accept = 0; });
+    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
+    QSignalSpy added(diagram, &dvTablesAndJoins::joinAdded);
+
+    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
+
+    EXPECT_EQ(requests.size(), 1);
+    EXPECT_EQ(added.size(), 0);
+    EXPECT_EQ(diagram->JoinsList(), "0");
+    EXPECT_EQ(diagram->joins().size(), 0);
+    // Neither a join line nor the line that followed the pointer is left in the scene.
+    EXPECT_EQ(diagram->view()->scene()->items().size(), itemsBefore);
+}
+
+TEST_F(DiagramJoins, DropsThatCannotMakeAJoinAskForNothing) {
+    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
+    // Onto a column of the same box.
+    dragColumn("Orders", "OrderID", "Orders", "ShipCity");
+    // Onto the "*" row of another box.
+    drag(diagram->columnPoint("Orders", "OrderID"), diagram->allColumnsPoint("Customers"));
+    // From the "*" row.
+    drag(diagram->allColumnsPoint("Orders"), diagram->columnPoint("Customers", "City"));
+    // Onto the empty canvas below the boxes.
+    const QPoint from = diagram->columnPoint("Orders", "OrderID");
+    drag(from, QPoint(from.x(), diagram->view()->viewport()->height() - 10));
+    EXPECT_EQ(requests.size(), 0);
+    EXPECT_EQ(diagram->JoinsList(), "0");
+}
+
+TEST_F(DiagramJoins, JoiningColumnsThatAreAlreadyJoinedSelectsTheExistingJoin) {
+    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
+    diagram->clearSelection();
+    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
+    dragColumn("Customers", "CustomerID", "Orders", "CustomerID");
+    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
+    EXPECT_EQ(requests.size(), 0);
+    EXPECT_EQ(diagram->joinCount(), 1);
+    EXPECT_EQ(diagram->selectedJoin(), 1);
+    // Another column pair between the same two tables is a join of its own.
+    dragColumn("Orders", "ShipCity", "Customers", "City");
+    EXPECT_EQ(requests.size(), 1);
+    EXPECT_EQ(diagram->joinCount(), 2);
+}
+
+TEST_F(DiagramJoins, AddJoinDrawsWithoutAskingAndChecksItsArguments) {
+    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
+    QSignalSpy added(diagram, &dvTablesAndJoins::joinAdded);
+
+    EXPECT_TRUE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Left Join"));
+    EXPECT_TRUE(diagram->AddJoin("Orders", "EmployeeID", "Employees", "EmployeeID", "Full Join"));
+    EXPECT_EQ(requests.size(), 0);
+    ASSERT_EQ(added.size(), 2);
+    EXPECT_EQ(added[0][0].toString(),
+              joinText("Orders", "CustomerID", "Customers", "CustomerID", "Left Join"));
+    EXPECT_EQ(added[1][1].toInt(), 2);
+
+    EXPECT_FALSE(diagram->AddJoin("Nobody", "CustomerID", "Customers", "CustomerID", "Inner Join"));
+    EXPECT_FALSE(diagram->AddJoin("Orders", "Missing", "Customers", "CustomerID", "Inner Join"));
+    EXPECT_FALSE(diagram->AddJoin("Orders", "CustomerID", "Customers", "customerid", "Inner Join"));
+    EXPECT_FALSE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "inner join"));
+    EXPECT_FALSE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Cross Join"));
+    EXPECT_FALSE(diagram->AddJoin("Orders", "OrderID", "Orders", "CustomerID", "Inner Join"));
+    EXPECT_FALSE(diagram->AddJoin("Orders", "*", "Customers", "CustomerID", "Inner Join"));
+    EXPECT_EQ(added.size(), 2);
+
+    EXPECT_EQ(diagram->JoinsList(),
+              "2\n" + joinText("Orders", "CustomerID", "Customers", "CustomerID", "Left Join") +
+                  "\n" + joinText("Orders", "EmployeeID", "Employees", "EmployeeID", "Full Join"));
+}
+
+TEST_F(DiagramJoins, AllFourTypeNamesTravelThroughTheList) {
+    const QStringList types{"Inner Join", "Left Join", "Right Join", "Full Join"};
+    QStringList expected{"4"};
+    const QStringList columns{"CustomerID", "CompanyName", "City", "CustomerID"};
+    const QStringList targets{"CustomerID", "OrderID", "ShipCity", "EmployeeID"};
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_TRUE(diagram->AddJoin("Customers", columns[i], "Orders", targets[i], types[i]));
+        expected << joinText("Customers", columns[i], "Orders", targets[i], types[i]);
+    }
+    EXPECT_EQ(diagram->JoinsList(), expected.join(u'\n'));
+    EXPECT_EQ(diagram->joins()[2].type, JoinType::Right);
+}
+
+TEST_F(DiagramJoins, TheContextMenuChangesTheTypeAndRemovesTheJoin) {
+    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
+    dragColumn("Orders", "EmployeeID", "Employees", "EmployeeID");
+    QSignalSpy changed(diagram, &dvTablesAndJoins::joinChanged);
+    QSignalSpy removed(diagram, &dvTablesAndJoins::joinRemoved);
+
+    chooseFromContextMenu(diagram->joinPoint(1), "Left Join");
+    const QString left = joinText("Orders", "CustomerID", "Customers", "CustomerID", "Left Join");
+    ASSERT_EQ(changed.size(), 1);
+    EXPECT_EQ(changed[0][0].toString(), left);
+    EXPECT_EQ(changed[0][1].toInt(), 1);
+    EXPECT_EQ(diagram->joins()[0].type, JoinType::Left);
+
+    // Choosing the type it already has changes nothing.
+    chooseFromContextMenu(diagram->joinPoint(1), "Left Join");
+    EXPECT_EQ(changed.size(), 1);
+
+    chooseFromContextMenu(diagram->joinPoint(2), "Full Join");
+    ASSERT_EQ(changed.size(), 2);
+    EXPECT_EQ(changed[1][1].toInt(), 2);
+
+    chooseFromContextMenu(diagram->joinPoint(1), "Remove Join");
+    ASSERT_EQ(removed.size(), 1);
+    EXPECT_EQ(removed[0][0].toString(), left);
+    EXPECT_EQ(removed[0][1].toInt(), 1);
+    EXPECT_EQ(diagram->JoinsList(),
+              "1\n" + joinText("Orders", "EmployeeID", "Employees", "EmployeeID", "Full Join"));
+}
+
+TEST_F(DiagramJoins, ClickingAJoinSelectsItAndDeleteRemovesIt) {
+    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
+    dragColumn("Orders", "EmployeeID", "Employees", "EmployeeID");
+    diagram->clearSelection();
+    QSignalSpy removed(diagram, &dvTablesAndJoins::joinRemoved);
+    QSignalSpy removalRequests(diagram, &dvTablesAndJoins::tableRemovalRequest);
+
+    click(diagram->joinPoint(2));
+    EXPECT_EQ(diagram->selectedJoin(), 2);
+    EXPECT_TRUE(diagram->selectedTable().isEmpty());
+    key(Qt::Key_Delete);
+
+    ASSERT_EQ(removed.size(), 1);
+    EXPECT_EQ(removed[0][0].toString(),
+              joinText("Orders", "EmployeeID", "Employees", "EmployeeID"));
+    EXPECT_EQ(removed[0][1].toInt(), 2);
+    EXPECT_EQ(removalRequests.size(), 0);
+    EXPECT_EQ(diagram->joinCount(), 1);
+    EXPECT_EQ(diagram->selectedJoin(), 0);
+    // Nothing selected any more: Delete does nothing.
+    key(Qt::Key_Delete);
+    EXPECT_EQ(removed.size(), 1);
+}
+
+TEST_F(DiagramJoins, SetJoinTypeAndRemoveJoinCheckTheirArguments) {
+    ASSERT_TRUE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
+    QSignalSpy changed(diagram, &dvTablesAndJoins::joinChanged);
+    EXPECT_FALSE(diagram->setJoinType(0, "Left Join"));
+    EXPECT_FALSE(diagram->setJoinType(2, "Left Join"));
+    EXPECT_FALSE(diagram->setJoinType(1, "Outer Join"));
+    EXPECT_FALSE(diagram->removeJoin(2));
+    EXPECT_EQ(changed.size(), 0);
+    EXPECT_TRUE(diagram->setJoinType(1, "Right Join"));
+    ASSERT_EQ(changed.size(), 1);
+    EXPECT_EQ(changed[0][0].toString(),
+              joinText("Orders", "CustomerID", "Customers", "CustomerID", "Right Join"));
+}
+
+TEST_F(DiagramJoins, AJoinLineFollowsItsBoxes) {
+    ASSERT_TRUE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
+    const QPoint before = diagram->joinPoint(1);
+    const QRectF boxBefore = diagram->tableSceneRect("Customers");
+    const QPoint title = diagram->titlePoint("Customers");
+    drag(title, title + QPoint(0, 120));
+    const QRectF boxAfter = diagram->tableSceneRect("Customers");
+    EXPECT_DOUBLE_EQ(boxAfter.top() - boxBefore.top(), 120);
+    EXPECT_DOUBLE_EQ(boxAfter.left(), boxBefore.left());
+    const QPoint after = diagram->joinPoint(1);
+    EXPECT_GT(after.y(), before.y() + 30);
+    // The join is still there, unchanged, and still reacts at its new place.
+    EXPECT_EQ(diagram->joinCount(), 1);
+    click(after);
+    EXPECT_EQ(diagram->selectedJoin(), 1);
+}
+
+TEST_F(DiagramJoins, AHandlerThatClearsTheDiagramDuringARequestIsSafe) {
+    QObject::connect(diagram, &dvTablesAndJoins::joinRequest,
+                     [this](const QString&, int*) { diagram->Clear(); });
+    QSignalSpy added(diagram, &dvTablesAndJoins::joinAdded);
+    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
+    EXPECT_EQ(added.size(), 0);
+    EXPECT_EQ(diagram->JoinsList(), "0");
+    EXPECT_TRUE(diagram->tableAliases().isEmpty());
+}
+
+} // namespace
+} // namespace marovin::testing

@@ -1,0 +1,222 @@
+// Table boxes: removal through the request, Clear, choosing columns with the mouse, moving,
+// resizing and scrolling.
+
+#include "DiagramFixture.h"
+
+#include <QScrollBar>
+#include <QWheelEvent>
+
+namespace marovin::testing {
+namespace {
+
+class DiagramTables : public DiagramFixture {
+protected:
+    void SetUp() override {
+        DiagramFixture::SetUp();
+        place("Customers", {"CustomerID", "CompanyName", "City"});
+        place("Orders", {"OrderID", "CustomerID", "EmployeeID", "ShipCity"});
+        place("Employees", {"EmployeeID", "LastName", "City"});
+        ASSERT_TRUE(
+            diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
+        ASSERT_TRUE(
+            diagram->AddJoin("Orders", "EmployeeID", "Employees", "EmployeeID", "Left Join"));
+        ASSERT_TRUE(diagram->AddJoin("Customers", "City", "Employees", "City", "Inner Join"));
+    }
+    void allowRemoval(bool allow) {
+        QObject::connect(diagram, &dvTablesAndJoins::tableRemovalRequest,
+                         [allow](const QString&, bool* flag) { *flag = allow; });
+    }
+};
+
+TEST_F(DiagramTables, TheAllowFlagIsPresetToFalseAndARefusalKeepsTheBox) {
+    bool seen = true;
+    QString alias;
+    QObject::connect(diagram, &dvTablesAndJoins::tableRemovalRequest,
+                     [&](const QString& a, bool* allow) {
+                         seen = *allow;
+                         alias = a;
+                     });
+    QSignalSpy removed(diagram, &dvTablesAndJoins::tableRemoved);
+    QSignalSpy joinsRemoved(diagram, &dvTablesAndJoins::joinRemoved);
+    const QString joinsBefore = diagram->JoinsList();
+
+    click(diagram->closeButtonPoint("Orders"));
+
+    EXPECT_EQ(alias, "Orders");
+    EXPECT_FALSE(seen);
+    EXPECT_EQ(removed.size(), 0);
+    EXPECT_EQ(joinsRemoved.size(), 0);
+    EXPECT_TRUE(diagram->hasTable("Orders"));
+    EXPECT_EQ(diagram->JoinsList(), joinsBefore);
+}
+
+TEST_F(DiagramTables, AnAllowedRemovalTakesTheBoxAndItsJoins) {
+    allowRemoval(true);
+    QSignalSpy removed(diagram, &dvTablesAndJoins::tableRemoved);
+    QSignalSpy joinsRemoved(diagram, &dvTablesAndJoins::joinRemoved);
+
+    click(diagram->closeButtonPoint("Orders"));
+
+    ASSERT_EQ(removed.size(), 1);
+    EXPECT_EQ(removed[0][0].toString(), "Orders");
+    // Both joins of Orders are reported, the later one first, each with its own index.
+    ASSERT_EQ(joinsRemoved.size(), 2);
+    EXPECT_EQ(joinsRemoved[0][0].toString(),
+              joinText("Orders", "EmployeeID", "Employees", "EmployeeID", "Left Join"));
+    EXPECT_EQ(joinsRemoved[0][1].toInt(), 2);
+    EXPECT_EQ(joinsRemoved[1][0].toString(),
+              joinText("Orders", "CustomerID", "Customers", "CustomerID"));
+    EXPECT_EQ(joinsRemoved[1][1].toInt(), 1);
+    EXPECT_EQ(diagram->tableAliases(), (QStringList{"Customers", "Employees"}));
+    EXPECT_EQ(diagram->JoinsList(), "1\n" + joinText("Customers", "City", "Employees", "City"));
+}
+
+TEST_F(DiagramTables, DeleteOnASelectedBoxAsksForItsRemoval) {
+    allowRemoval(false);
+    QSignalSpy requests(diagram, &dvTablesAndJoins::tableRemovalRequest);
+    click(diagram->titlePoint("Employees"));
+    EXPECT_EQ(diagram->selectedTable(), "Employees");
+    key(Qt::Key_Delete);
+    ASSERT_EQ(requests.size(), 1);
+    EXPECT_EQ(requests[0][0].toString(), "Employees");
+    EXPECT_TRUE(diagram->hasTable("Employees"));
+}
+
+TEST_F(DiagramTables, TheBoxMenuRemovesTheTableAndAddsAllColumns) {
+    allowRemoval(true);
+    QSignalSpy all(diagram, &dvTablesAndJoins::allColumns);
+    QSignalSpy removed(diagram, &dvTablesAndJoins::tableRemoved);
+    chooseFromContextMenu(diagram->columnPoint("Customers", "City"), "Add All Columns");
+    ASSERT_EQ(all.size(), 1);
+    EXPECT_EQ(all[0][0].toString(), "Customers");
+    chooseFromContextMenu(diagram->titlePoint("Customers"), "Remove Table");
+    ASSERT_EQ(removed.size(), 1);
+    EXPECT_FALSE(diagram->hasTable("Customers"));
+}
+
+TEST_F(DiagramTables, ClearRemovesEverythingSilently) {
+    QSignalSpy removed(diagram, &dvTablesAndJoins::tableRemoved);
+    QSignalSpy joinsRemoved(diagram, &dvTablesAndJoins::joinRemoved);
+    QSignalSpy requests(diagram, &dvTablesAndJoins::tableRemovalRequest);
+    diagram->selectTable("Orders");
+
+    diagram->Clear();
+
+    EXPECT_EQ(diagram->JoinsList(), "0");
+    EXPECT_TRUE(diagram->tableAliases().isEmpty());
+    EXPECT_TRUE(diagram->selectedTable().isEmpty());
+    EXPECT_EQ(diagram->view()->scene()->items().size(), 0);
+    EXPECT_EQ(removed.size() + joinsRemoved.size() + requests.size(), 0);
+    // The same aliases can be placed again.
+    placed = 0;
+    EXPECT_TRUE(place("Orders", {"OrderID"}));
+    EXPECT_TRUE(place("Customers", {"CustomerID"}));
+    EXPECT_TRUE(diagram->AddJoin("Orders", "OrderID", "Customers", "CustomerID", "Inner Join"));
+}
+
+TEST_F(DiagramTables, ARemovalHandlerThatClearsTheDiagramIsSafe) {
+    QObject::connect(diagram, &dvTablesAndJoins::tableRemovalRequest,
+                     [this](const QString&, bool* allow) {
+                         diagram->Clear();
+                         *allow = true;
+                     });
+    QSignalSpy removed(diagram, &dvTablesAndJoins::tableRemoved);
+    click(diagram->closeButtonPoint("Orders"));
+    EXPECT_EQ(removed.size(), 0);
+    EXPECT_TRUE(diagram->tableAliases().isEmpty());
+}
+
+TEST_F(DiagramTables, DoubleClicksChooseAColumnOrAllColumns) {
+    QSignalSpy chosen(diagram, &dvTablesAndJoins::columnChosen);
+    QSignalSpy all(diagram, &dvTablesAndJoins::allColumns);
+
+    doubleClick(diagram->columnPoint("Orders", "ShipCity"));
+    ASSERT_EQ(chosen.size(), 1);
+    EXPECT_EQ(chosen[0][0].toString(), "Orders");
+    EXPECT_EQ(chosen[0][1].toString(), "ShipCity");
+    EXPECT_EQ(chosen[0][2].toInt(), 0);
+    EXPECT_EQ(all.size(), 0);
+
+    doubleClick(diagram->allColumnsPoint("Employees"));
+    ASSERT_EQ(all.size(), 1);
+    EXPECT_EQ(all[0][0].toString(), "Employees");
+    EXPECT_EQ(chosen.size(), 1);
+
+    // A single click only selects.
+    click(diagram->columnPoint("Customers", "City"));
+    EXPECT_EQ(chosen.size(), 1);
+    EXPECT_EQ(diagram->selectedTable(), "Customers");
+    EXPECT_EQ(diagram->currentColumn(), "City");
+}
+
+TEST_F(DiagramTables, MovingABoxFarOutGrowsTheScene) {
+    const QPoint title = diagram->titlePoint("Employees");
+    // Several drags, each towards the view's bottom-right corner, which scrolls the view along.
+    for (int i = 0; i < 4; ++i) {
+        const QPoint start = diagram->titlePoint("Employees");
+        const QPoint corner(diagram->view()->viewport()->width() - 5,
+                            diagram->view()->viewport()->height() - 5);
+        drag(start, corner);
+    }
+    const QRectF box = diagram->tableSceneRect("Employees");
+    EXPECT_GT(box.left(), 1200);
+    EXPECT_GT(box.top(), 700);
+    EXPECT_TRUE(diagram->view()->sceneRect().contains(box));
+    EXPECT_GT(diagram->view()->horizontalScrollBar()->maximum(), 0);
+    (void)title;
+    // Boxes cannot be pushed past the top-left corner.
+    drag(diagram->titlePoint("Customers"), QPoint(0, 0));
+    EXPECT_GE(diagram->tableSceneRect("Customers").left(), 0);
+    EXPECT_GE(diagram->tableSceneRect("Customers").top(), 0);
+}
+
+TEST_F(DiagramTables, TheGripResizesTheBoxDownToAMinimum) {
+    const QRectF before = diagram->tableSceneRect("Orders");
+    const QPoint grip = diagram->resizeGripPoint("Orders");
+    drag(grip, grip + QPoint(60, 40));
+    const QRectF bigger = diagram->tableSceneRect("Orders");
+    EXPECT_DOUBLE_EQ(bigger.width(), before.width() + 60);
+    EXPECT_DOUBLE_EQ(bigger.height(), before.height() + 40);
+    EXPECT_EQ(bigger.topLeft(), before.topLeft());
+
+    drag(diagram->resizeGripPoint("Orders"), diagram->titlePoint("Orders") - QPoint(300, 300));
+    const QRectF smallest = diagram->tableSceneRect("Orders");
+    EXPECT_GE(smallest.width(), 100);
+    EXPECT_GE(smallest.height(), 60);
+    EXPECT_LT(smallest.height(), before.height());
+    // The list scrolls now; every column is still reachable.
+    QSignalSpy chosen(diagram, &dvTablesAndJoins::columnChosen);
+    doubleClick(diagram->columnPoint("Orders", "ShipCity"));
+    ASSERT_EQ(chosen.size(), 1);
+    EXPECT_EQ(chosen[0][1].toString(), "ShipCity");
+}
+
+class DiagramLongTable : public DiagramFixture {};
+
+TEST_F(DiagramLongTable, ColumnsThatDoNotFitScrollWithTheWheel) {
+    QStringList columns;
+    for (int i = 1; i <= 40; ++i)
+        columns << QString("Column%1").arg(i);
+    place("Wide", columns);
+    place("Other", {"Key"});
+
+    // Column40 is far below the box's height; finding it scrolls the list, and a join can be
+    // dropped on it.
+    dragColumn("Other", "Key", "Wide", "Column40");
+    EXPECT_EQ(diagram->JoinsList(), "1\n" + joinText("Other", "Key", "Wide", "Column40"));
+
+    // Back to the top, then one wheel step down over the list moves other columns under the
+    // pointer.
+    const QPoint first = diagram->columnPoint("Wide", "Column1");
+    QSignalSpy chosen(diagram, &dvTablesAndJoins::columnChosen);
+    QWheelEvent wheel(first, diagram->view()->viewport()->mapToGlobal(first), QPoint(),
+                      QPoint(0, -120), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(diagram->view()->viewport(), &wheel);
+    doubleClick(first);
+    ASSERT_EQ(chosen.size(), 1);
+    EXPECT_NE(chosen[0][1].toString(), "Column1");
+    EXPECT_TRUE(chosen[0][1].toString().startsWith("Column"));
+}
+
+} // namespace
+} // namespace marovin::testing
