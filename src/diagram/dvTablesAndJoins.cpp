@@ -132,7 +132,9 @@ QRectF dvTablesAndJoins::tableSceneRect(const QString& alias) const {
     return b ? b->mapRectToScene(b->bodyRect()) : QRectF();
 }
 
-bool dvTablesAndJoins::requestTableRemoval(const QString& alias) {
+bool dvTablesAndJoins::requestTableRemoval(const QString& aliasText) {
+    // A copy: the text may belong to the box that is about to be deleted.
+    const QString alias = aliasText;
     QPointer<TableBoxItem> target = box(alias);
     if (!target)
         return false;
