@@ -45,7 +45,7 @@ DiagramStyle DiagramStyle::fromWidget(const QPalette& palette, const QFont& font
     s.accentText = palette.color(QPalette::HighlightedText);
     s.rowHover = mix(s.boxFill, highlight, dark ? 0.18 : 0.09);
     s.rowCurrentInactive = mix(s.boxFill, highlight, dark ? 0.32 : 0.20);
-    s.joinLine = mix(s.canvas, text, dark ? 0.62 : 0.55);
+    s.joinLine = mix(s.canvas, text, dark ? 0.68 : 0.66);
     s.scrollThumb = mix(s.boxFill, text, 0.35);
     s.dropTarget = mix(s.boxFill, highlight, dark ? 0.45 : 0.30);
     return s;

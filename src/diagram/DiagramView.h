@@ -2,7 +2,9 @@
 
 #include "TableBoxItem.h"
 
+#include <QColor>
 #include <QGraphicsView>
+#include <QPixmap>
 #include <QPointer>
 
 class QGraphicsPathItem;
@@ -86,6 +88,9 @@ private:
     int m_dropRow = -1;
     QPointer<TableBoxItem> m_hoverBox;
     QPointer<JoinLineItem> m_hoverJoin;
+    QPixmap m_gridTile; // the canvas with one grid dot, in the current colours
+    QColor m_gridTileColor;
+    QColor m_gridTileCanvas;
 };
 
 } // namespace marovin

@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QPainterPathStroker>
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace marovin {
@@ -14,6 +15,36 @@ namespace {
 constexpr qreal kBadgeWidth = 34;
 constexpr qreal kBadgeHeight = 21;
 constexpr qreal kMarkerSize = 8;
+constexpr qreal kVennRadius = 6.2;
+constexpr qreal kVennOffset = 4.2;
+
+// The shaded part of the badge's two circles, centred on the origin: the overlap for an inner
+// join, plus the whole circle of each table whose rows are all kept. Built once per kind, since
+// path intersections are costly.
+const QPainterPath& vennArea(JoinType type, bool leftFirst) {
+    static const auto areas = [] {
+        std::array<QPainterPath, 8> result;
+        for (int first = 0; first < 2; ++first) {
+            for (int t = 0; t < 4; ++t) {
+                const auto kind = static_cast<JoinType>(t);
+                QPainterPath left;
+                left.addEllipse(QPointF(first ? -kVennOffset : kVennOffset, 0), kVennRadius,
+                                kVennRadius);
+                QPainterPath right;
+                right.addEllipse(QPointF(first ? kVennOffset : -kVennOffset, 0), kVennRadius,
+                                 kVennRadius);
+                QPainterPath area = left.intersected(right);
+                if (kind == JoinType::Left || kind == JoinType::Full)
+                    area = area.united(left);
+                if (kind == JoinType::Right || kind == JoinType::Full)
+                    area = area.united(right);
+                result[first * 4 + t] = area;
+            }
+        }
+        return result;
+    }();
+    return areas[(leftFirst ? 4 : 0) + static_cast<int>(type)];
+}
 } // namespace
 
 JoinLineItem::JoinLineItem(const DiagramJoin& join, TableBoxItem* left, int leftRow,
@@ -101,7 +132,12 @@ void JoinLineItem::updateGeometry() {
 
     prepareGeometryChange();
     m_path = path;
-    m_badge = path.pointAtPercent(0.5);
+    // The middle of the curve (t = 0.5 of the cubic); the stubs at both ends are equally long,
+    // so this is the middle of the whole line, found without measuring its length.
+    m_badge = (startOut + 3 * (startOut + QPointF(m_startDir * pull, 0)) +
+               3 * (endOut + QPointF(m_endDir * pull, 0)) + endOut) /
+              8;
+    m_shapeValid = false;
     m_bounds = path.boundingRect()
                    .united(badgeRect())
                    .adjusted(-kMarkerSize, -kMarkerSize, kMarkerSize, kMarkerSize);
@@ -117,11 +153,15 @@ QRectF JoinLineItem::boundingRect() const {
 }
 
 QPainterPath JoinLineItem::shape() const {
-    QPainterPathStroker stroker;
-    stroker.setWidth(9);
-    QPainterPath shape = stroker.createStroke(m_path);
-    shape.addRoundedRect(badgeRect(), kBadgeHeight / 2, kBadgeHeight / 2);
-    return shape;
+    // Built on demand: hit tests are rare compared with the moves that change the path.
+    if (!m_shapeValid) {
+        QPainterPathStroker stroker;
+        stroker.setWidth(9);
+        m_shape = stroker.createStroke(m_path);
+        m_shape.addRoundedRect(badgeRect(), kBadgeHeight / 2, kBadgeHeight / 2);
+        m_shapeValid = true;
+    }
+    return m_shape;
 }
 
 void JoinLineItem::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWidget*) {
@@ -131,7 +171,15 @@ void JoinLineItem::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWi
     const qreal width = m_selected ? 2.4 : (m_hovered ? 2.0 : 1.4);
 
     painter->setBrush(Qt::NoBrush);
-    painter->setPen(QPen(color, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    QPen linePen(color, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
+    if (!m_selected && !m_hovered) {
+        // Most lines are plain: a cosmetic pen one logical pixel wide is drawn by the raster
+        // engine's fast path, several times quicker than a stroked curve, which keeps dragging
+        // smooth in diagrams with hundreds of joins.
+        linePen.setCosmetic(true);
+        linePen.setWidthF(painter->device() ? painter->device()->devicePixelRatioF() : 1.0);
+    }
+    painter->setPen(linePen);
     painter->drawPath(m_path);
 
     // End markers: a filled square where all rows of that table are kept, a small dot otherwise.
@@ -158,28 +206,14 @@ void JoinLineItem::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWi
     painter->setBrush(s.boxFill);
     painter->drawRoundedRect(badge, kBadgeHeight / 2, kBadgeHeight / 2);
 
-    const qreal radius = 6.2;
-    const qreal offset = 4.2;
     const bool leftFirst = m_start.x() <= m_end.x();
-    const QPointF leftCenter = m_badge + QPointF(leftFirst ? -offset : offset, 0);
-    const QPointF rightCenter = m_badge + QPointF(leftFirst ? offset : -offset, 0);
-    QPainterPath leftCircle;
-    leftCircle.addEllipse(leftCenter, radius, radius);
-    QPainterPath rightCircle;
-    rightCircle.addEllipse(rightCenter, radius, radius);
-
-    QPainterPath filled = leftCircle.intersected(rightCircle);
-    if (keepLeft)
-        filled = filled.united(leftCircle);
-    if (keepRight)
-        filled = filled.united(rightCircle);
     painter->setPen(Qt::NoPen);
     painter->setBrush(m_selected ? s.accent : DiagramStyle::mix(s.accent, s.joinLine, 0.25));
-    painter->drawPath(filled);
+    painter->drawPath(vennArea(m_join.type, leftFirst).translated(m_badge));
     painter->setBrush(Qt::NoBrush);
     painter->setPen(QPen(color, 1.0));
-    painter->drawPath(leftCircle);
-    painter->drawPath(rightCircle);
+    painter->drawEllipse(m_badge + QPointF(-kVennOffset, 0), kVennRadius, kVennRadius);
+    painter->drawEllipse(m_badge + QPointF(kVennOffset, 0), kVennRadius, kVennRadius);
 }
 
 } // namespace marovin

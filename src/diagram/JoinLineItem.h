@@ -57,6 +57,8 @@ private:
     qreal m_endDir = -1;  // +1 when the line leaves the right box to the right
     QPointF m_badge;
     QRectF m_bounds;
+    mutable QPainterPath m_shape; // hit-test outline, rebuilt lazily after a change
+    mutable bool m_shapeValid = false;
     bool m_selected = false;
     bool m_hovered = false;
 };

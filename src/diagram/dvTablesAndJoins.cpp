@@ -36,8 +36,11 @@ dvTablesAndJoins::dvTablesAndJoins(QWidget* parent)
 }
 
 dvTablesAndJoins::~dvTablesAndJoins() {
-    // The scene deletes the items; make sure no view state points at them meanwhile.
+    // The view goes first, while the lists it looks at still exist: destroying a focused
+    // widget sends it a focus-out, and the view's handler reads the boxes.
     m_view->cancelInteraction();
+    delete m_view;
+    m_view = nullptr;
     m_selected = nullptr;
     m_joins.clear();
     m_boxes.clear();

@@ -1,0 +1,197 @@
+// Speed of the tables-and-joins diagram with a large query: 200 tables of 50 columns and 300
+// joins (adding them, producing the joins list), and dragging a box with 20 joins attached.
+
+#include <QApplication>
+#include <QGraphicsView>
+#include <QMouseEvent>
+#include <QPointingDevice>
+#include <QRandomGenerator>
+#include <benchmark/benchmark.h>
+#include <marovin/TableDefinition.h>
+#include <marovin/dvTablesAndJoins.h>
+#include <memory>
+#include <vector>
+
+namespace marovin {
+namespace {
+
+constexpr int kTables = 200;
+constexpr int kColumns = 50;
+constexpr int kJoins = 300;
+
+QString alias(int i) {
+    return QStringLiteral("Table%1").arg(i);
+}
+QString column(int c) {
+    return QStringLiteral("Column%1").arg(c);
+}
+
+const std::vector<QString>& definitions() {
+    static const std::vector<QString> texts = [] {
+        std::vector<QString> result;
+        QStringList columns;
+        for (int c = 0; c < kColumns; ++c)
+            columns << column(c);
+        for (int i = 0; i < kTables; ++i)
+            result.push_back(TableDefinition::build(alias(i), columns));
+        return result;
+    }();
+    return texts;
+}
+
+// Places the tables the way the query builder does, in rows of ten so the scene stays square.
+void addTables(dvTablesAndJoins& diagram) {
+    for (int i = 0; i < kTables; ++i) {
+        const int width = static_cast<int>(alias(i).size()) * 5 + 120;
+        diagram.AddTable(definitions()[i], (i % 10) * 160 + 50, (i / 10) * 260 + 20, width, 300);
+    }
+}
+
+struct JoinSpec {
+    int left, leftColumn, right, rightColumn;
+};
+
+const std::vector<JoinSpec>& joinSpecs() {
+    static const std::vector<JoinSpec> specs = [] {
+        std::vector<JoinSpec> result;
+        QRandomGenerator random(42);
+        while (result.size() < kJoins) {
+            const int left = random.bounded(kTables);
+            const int right = random.bounded(kTables);
+            if (left != right)
+                result.push_back({left, random.bounded(kColumns), right, random.bounded(kColumns)});
+        }
+        return result;
+    }();
+    return specs;
+}
+
+void addJoins(dvTablesAndJoins& diagram) {
+    static const QString types[] = {"Inner Join", "Left Join", "Right Join", "Full Join"};
+    int n = 0;
+    for (const JoinSpec& j : joinSpecs()) {
+        diagram.AddJoin(alias(j.left), column(j.leftColumn), alias(j.right), column(j.rightColumn),
+                        types[n++ % 4]);
+    }
+}
+
+std::unique_ptr<dvTablesAndJoins> shownDiagram() {
+    auto diagram = std::make_unique<dvTablesAndJoins>();
+    diagram->resize(1280, 800);
+    diagram->show();
+    QApplication::processEvents();
+    return diagram;
+}
+
+void BM_AddTables(benchmark::State& state) {
+    definitions();
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto diagram = std::make_unique<dvTablesAndJoins>();
+        state.ResumeTiming();
+        addTables(*diagram);
+        benchmark::DoNotOptimize(diagram->tableAliases().size());
+        state.PauseTiming();
+        diagram.reset();
+        state.ResumeTiming();
+    }
+    state.counters["tables"] = kTables;
+    state.counters["columns"] = kTables * kColumns;
+}
+BENCHMARK(BM_AddTables)->Unit(benchmark::kMillisecond);
+
+void BM_AddJoins(benchmark::State& state) {
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto diagram = std::make_unique<dvTablesAndJoins>();
+        addTables(*diagram);
+        state.ResumeTiming();
+        addJoins(*diagram);
+        benchmark::DoNotOptimize(diagram->joinCount());
+        state.PauseTiming();
+        diagram.reset();
+        state.ResumeTiming();
+    }
+    state.counters["joins"] = kJoins;
+}
+BENCHMARK(BM_AddJoins)->Unit(benchmark::kMillisecond);
+
+void BM_JoinsList(benchmark::State& state) {
+    dvTablesAndJoins diagram;
+    addTables(diagram);
+    addJoins(diagram);
+    qsizetype size = 0;
+    for (auto _ : state) {
+        const QString list = diagram.JoinsList();
+        size = list.size();
+        benchmark::DoNotOptimize(size);
+    }
+    state.counters["chars"] = static_cast<double>(size);
+}
+BENCHMARK(BM_JoinsList)->Unit(benchmark::kMicrosecond);
+
+void BM_Clear(benchmark::State& state) {
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto diagram = std::make_unique<dvTablesAndJoins>();
+        addTables(*diagram);
+        addJoins(*diagram);
+        state.ResumeTiming();
+        diagram->Clear();
+        state.PauseTiming();
+        diagram.reset();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(BM_Clear)->Unit(benchmark::kMillisecond);
+
+// A box of the big diagram with 20 joins to other boxes, dragged by its title with real mouse
+// events. Mode 0 measures the move alone (box position, the 20 join paths, scene bookkeeping);
+// mode 1 also lets the event loop repaint what changed, as it does between two moves on
+// screen; mode 2 repaints the whole viewport after every move (the worst frame).
+void BM_DragBoxWith20Joins(benchmark::State& state) {
+    const int mode = static_cast<int>(state.range(0));
+    auto diagram = shownDiagram();
+    addTables(*diagram);
+    addJoins(*diagram);
+    const QString moved = alias(0);
+    for (int k = 0; k < 20; ++k)
+        diagram->AddJoin(moved, column(k), alias(1 + k), column(k), "Inner Join");
+    QWidget* viewport = diagram->view()->viewport();
+    const QPoint start = diagram->titlePoint(moved);
+    auto send = [&](QEvent::Type type, const QPoint& at, Qt::MouseButtons buttons) {
+        QMouseEvent event(type, at, viewport->mapToGlobal(at),
+                          type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton, buttons,
+                          Qt::NoModifier, QPointingDevice::primaryPointingDevice());
+        QApplication::sendEvent(viewport, &event);
+    };
+    send(QEvent::MouseButtonPress, start, Qt::LeftButton);
+    int step = 0;
+    for (auto _ : state) {
+        // Back and forth over 40 pixels, so the box stays on screen.
+        const int offset = (step++ % 40);
+        send(QEvent::MouseMove, start + QPoint(offset, offset / 2), Qt::LeftButton);
+        if (mode == 1)
+            QApplication::processEvents();
+        else if (mode == 2)
+            viewport->repaint();
+    }
+    send(QEvent::MouseButtonRelease, start, Qt::NoButton);
+    state.counters["joinsOnBox"] = 20;
+}
+BENCHMARK(BM_DragBoxWith20Joins)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
+
+} // namespace
+} // namespace marovin
+
+int main(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
