@@ -100,6 +100,9 @@ public:
     QGraphicsView* view() const;
     QPoint columnPoint(const QString& alias, const QString& column);
     QPoint allColumnsPoint(const QString& alias);
+    // The add button at the end of a column row ("*" for the all-columns row): one click on it
+    // chooses the column, like a double-click on the row.
+    QPoint addButtonPoint(const QString& alias, const QString& column);
     QPoint titlePoint(const QString& alias);
     QPoint closeButtonPoint(const QString& alias);
     QPoint resizeGripPoint(const QString& alias); // bottom-right corner of the box

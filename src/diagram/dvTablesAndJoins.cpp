@@ -260,6 +260,16 @@ QPoint dvTablesAndJoins::allColumnsPoint(const QString& alias) {
     return viewportPoint(r, QPointF(r.left() + r.width() * 0.35, r.center().y()));
 }
 
+QPoint dvTablesAndJoins::addButtonPoint(const QString& alias, const QString& column) {
+    TableBoxItem* b = box(alias);
+    const int row = !b ? -1 : (column == QStringLiteral("*") ? 0 : b->rowOfColumn(column));
+    if (row < 0)
+        return QPoint(-1, -1);
+    b->ensureRowVisible(row);
+    const QRectF r = b->mapRectToScene(b->addButtonRect(row));
+    return viewportPoint(r, r.center());
+}
+
 QPoint dvTablesAndJoins::titlePoint(const QString& alias) {
     TableBoxItem* b = box(alias);
     if (!b)

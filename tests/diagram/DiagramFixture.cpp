@@ -64,7 +64,8 @@ void DiagramFixture::doubleClick(const QPoint& at) {
     QTest::mouseDClick(viewport(), Qt::LeftButton, Qt::NoModifier, at);
 }
 
-void DiagramFixture::chooseFromContextMenu(const QPoint& at, const QString& actionName) {
+void DiagramFixture::chooseFromContextMenu(const QPoint& at, const QString& actionName,
+                                           QContextMenuEvent::Reason reason) {
     bool found = false;
     // The menu runs its own event loop; pick the action from inside it with a real click.
     QTimer::singleShot(0, [&] {
@@ -82,10 +83,16 @@ void DiagramFixture::chooseFromContextMenu(const QPoint& at, const QString& acti
         }
         menu->close();
     });
-    QTest::mousePress(viewport(), Qt::RightButton, Qt::NoModifier, at);
-    QContextMenuEvent event(QContextMenuEvent::Mouse, at, viewport()->mapToGlobal(at));
-    QApplication::sendEvent(viewport(), &event);
-    QTest::mouseRelease(viewport(), Qt::RightButton, Qt::NoModifier, at);
+    if (reason == QContextMenuEvent::Mouse) {
+        QTest::mousePress(viewport(), Qt::RightButton, Qt::NoModifier, at);
+        QContextMenuEvent event(reason, at, viewport()->mapToGlobal(at));
+        QApplication::sendEvent(viewport(), &event);
+        QTest::mouseRelease(viewport(), Qt::RightButton, Qt::NoModifier, at);
+    } else {
+        // What Qt sends for the Menu key or Shift+F10.
+        QContextMenuEvent event(reason, at, viewport()->mapToGlobal(at));
+        QApplication::sendEvent(viewport(), &event);
+    }
     EXPECT_TRUE(found) << "no menu action " << actionName.toStdString();
 }
 

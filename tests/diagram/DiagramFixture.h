@@ -3,6 +3,7 @@
 // Shared set-up of the diagram's GUI tests: a shown diagram, tables placed the way the query
 // builder places them, and real mouse gestures on the view's viewport.
 
+#include <QContextMenuEvent>
 #include <QGraphicsView>
 #include <QSignalSpy>
 #include <QTest>
@@ -30,7 +31,9 @@ protected:
     void click(const QPoint& at, Qt::MouseButton button = Qt::LeftButton);
     void doubleClick(const QPoint& at);
     // Opens the context menu at a point and triggers the action with that object name.
-    void chooseFromContextMenu(const QPoint& at, const QString& actionName);
+    // With the keyboard reason the point is ignored and the menu is that of the selection.
+    void chooseFromContextMenu(const QPoint& at, const QString& actionName,
+                               QContextMenuEvent::Reason reason = QContextMenuEvent::Mouse);
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
     std::unique_ptr<QWidget> window;

@@ -218,6 +218,46 @@ TEST_F(DiagramJoins, AJoinLineFollowsItsBoxes) {
     EXPECT_EQ(diagram->selectedJoin(), 1);
 }
 
+TEST_F(DiagramJoins, EscapeDuringADragCancelsIt) {
+    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
+    const qsizetype itemsBefore = diagram->view()->scene()->items().size();
+    const QPoint to = diagram->columnPoint("Customers", "CustomerID");
+    const QPoint from = diagram->columnPoint("Orders", "CustomerID");
+    QTest::mousePress(viewport(), Qt::LeftButton, Qt::NoModifier, from);
+    for (int i = 1; i <= 8; ++i)
+        QTest::mouseMove(viewport(), from + (to - from) * i / 8);
+    EXPECT_EQ(diagram->view()->scene()->items().size(), itemsBefore + 1); // the rubber line
+    key(Qt::Key_Escape);
+    QTest::mouseRelease(viewport(), Qt::LeftButton, Qt::NoModifier, to);
+    EXPECT_EQ(requests.size(), 0);
+    EXPECT_EQ(diagram->JoinsList(), "0");
+    EXPECT_EQ(diagram->view()->scene()->items().size(), itemsBefore);
+}
+
+TEST_F(DiagramJoins, JoinsCanBeDrawnWhenZoomed) {
+    key(Qt::Key_Plus, Qt::ControlModifier);
+    key(Qt::Key_Plus, Qt::ControlModifier);
+    EXPECT_GT(diagram->view()->transform().m11(), 1.3);
+    dragColumn("Orders", "EmployeeID", "Employees", "EmployeeID");
+    key(Qt::Key_0, Qt::ControlModifier);
+    EXPECT_DOUBLE_EQ(diagram->view()->transform().m11(), 1.0);
+    key(Qt::Key_Minus, Qt::ControlModifier);
+    dragColumn("Customers", "City", "Employees", "City");
+    EXPECT_EQ(diagram->JoinsList(),
+              "2\n" + joinText("Orders", "EmployeeID", "Employees", "EmployeeID") + "\n" +
+                  joinText("Customers", "City", "Employees", "City"));
+}
+
+TEST_F(DiagramJoins, TheMenuKeyOpensTheMenuOfTheSelectedJoin) {
+    ASSERT_TRUE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
+    diagram->selectJoin(1);
+    ASSERT_EQ(diagram->selectedJoin(), 1);
+    QSignalSpy changed(diagram, &dvTablesAndJoins::joinChanged);
+    chooseFromContextMenu(QPoint(5, 5), "Right Join", QContextMenuEvent::Keyboard);
+    ASSERT_EQ(changed.size(), 1);
+    EXPECT_EQ(diagram->joins()[0].type, JoinType::Right);
+}
+
 TEST_F(DiagramJoins, AHandlerThatClearsTheDiagramDuringARequestIsSafe) {
     QObject::connect(diagram, &dvTablesAndJoins::joinRequest,
                      [this](const QString&, int*) { diagram->Clear(); });

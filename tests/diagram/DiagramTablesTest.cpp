@@ -149,6 +149,41 @@ TEST_F(DiagramTables, DoubleClicksChooseAColumnOrAllColumns) {
     EXPECT_EQ(diagram->currentColumn(), "City");
 }
 
+TEST_F(DiagramTables, TheAddButtonChoosesWithOneClick) {
+    QSignalSpy chosen(diagram, &dvTablesAndJoins::columnChosen);
+    QSignalSpy all(diagram, &dvTablesAndJoins::allColumns);
+    const QPoint button = diagram->addButtonPoint("Orders", "EmployeeID");
+    // The pointer comes to the row first, as a real mouse does, which shows the button.
+    QTest::mouseMove(viewport(), diagram->columnPoint("Orders", "EmployeeID"));
+    click(button);
+    ASSERT_EQ(chosen.size(), 1);
+    EXPECT_EQ(chosen[0][0].toString(), "Orders");
+    EXPECT_EQ(chosen[0][1].toString(), "EmployeeID");
+    click(diagram->addButtonPoint("Customers", "*"));
+    ASSERT_EQ(all.size(), 1);
+    EXPECT_EQ(all[0][0].toString(), "Customers");
+    // Pressing the button and sliding off it before releasing chooses nothing.
+    const QPoint city = diagram->addButtonPoint("Employees", "City");
+    QTest::mousePress(viewport(), Qt::LeftButton, Qt::NoModifier, city);
+    QTest::mouseMove(viewport(), city - QPoint(60, 0));
+    QTest::mouseRelease(viewport(), Qt::LeftButton, Qt::NoModifier, city - QPoint(60, 0));
+    EXPECT_EQ(chosen.size(), 1);
+    EXPECT_EQ(diagram->addButtonPoint("Orders", "Nope"), QPoint(-1, -1));
+}
+
+TEST_F(DiagramTables, DestroyingAFocusedTopLevelDiagramIsSafe) {
+    auto own = std::make_unique<dvTablesAndJoins>();
+    own->resize(800, 500);
+    own->show();
+    own->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(own.get()));
+    own->setFocus();
+    ASSERT_TRUE(own->AddTable(TableDefinition::build("A", {"x"}), 50, 20, 125, 100));
+    own->selectTable("A");
+    ASSERT_TRUE(own->view()->hasFocus());
+    own.reset(); // sends the view a focus-out while the diagram is being destroyed
+}
+
 TEST_F(DiagramTables, MovingABoxFarOutGrowsTheScene) {
     const QPoint title = diagram->titlePoint("Employees");
     // Several drags, each towards the view's bottom-right corner, which scrolls the view along.
