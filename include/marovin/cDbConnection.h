@@ -29,6 +29,9 @@ public:
     static constexpr const char* kProviderSqlite = "SQLite";
     static constexpr const char* kDefaultDriver = "FreeTDS";
     static constexpr const char* kDriverEnvironmentVariable = "MAROVIN_ODBC_DRIVER";
+    // The TDS protocol version given to FreeTDS (the environment variable overrides it).
+    static constexpr const char* kDefaultTdsVersion = "7.3";
+    static constexpr const char* kTdsVersionEnvironmentVariable = "MAROVIN_TDS_VERSION";
     static constexpr std::int32_t kCommandTimeout = 600;
     static constexpr std::int32_t kDefaultLoginTimeout = 15;
 
@@ -71,7 +74,8 @@ public:
     void setLngLoginTimeout(std::int32_t value) { m_lngLoginTimeout = value; }
 
     // The ODBC connection string the ODBC providers open, every value brace-escaped; empty for
-    // SQLite.
+    // SQLite, and empty when a value cannot be written safely for the driver (FreeTDS cannot
+    // take a value holding "};").
     std::string strOdbcConnectionString() const;
     // The driver actually used for SQL Server (strDriver, else the environment, else FreeTDS).
     std::string strEffectiveDriver() const;
@@ -93,6 +97,8 @@ public:
     static std::string LastConnectionError();
 
 private:
+    std::string odbcConnectionString(std::string& error) const;
+
     bool m_blnExcludeSystemTables = true;
     bool m_blnExcludeSystemViews = true;
     bool m_blnIncludeViews = true;

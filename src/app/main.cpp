@@ -1,6 +1,7 @@
 // marovin: the command-line host of the query model and the database layer.
 
 #include "Commands.h"
+#include "cmdDatabase.h"
 
 #include <exception>
 #include <iostream>
@@ -46,6 +47,8 @@ int main(int argc, char** argv) {
             std::cout << "marovin " << kVersion << '\n';
             return kExitOk;
         }
+        if (IsDatabaseCommand(command))
+            return RunDatabaseCommand(command, args, std::cout, std::cerr);
         if (command == "render")
             return RunRenderCommand(args, std::cin, std::cout, std::cerr);
         if (command == "xml")

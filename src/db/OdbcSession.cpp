@@ -134,7 +134,6 @@ OdbcSession::OdbcSession(const std::string& connectionString, std::int32_t login
     if (loginTimeout > 0) {
         auto t = reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(loginTimeout));
         SQLSetConnectAttr(m_dbc, SQL_ATTR_LOGIN_TIMEOUT, t, SQL_IS_UINTEGER);
-        SQLSetConnectAttr(m_dbc, SQL_ATTR_CONNECTION_TIMEOUT, t, SQL_IS_UINTEGER);
     }
     SQLCHAR out[1024];
     SQLSMALLINT outLength = 0;

@@ -771,4 +771,67 @@ bool registerSqlServerFunctions(sqlite3* db) {
     return ok;
 }
 
+std::string quoteJoinKeywordCalls(const std::string& sql) {
+    auto isWord = [](char c) {
+        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
+               c == '_' || c == '$' || static_cast<unsigned char>(c) >= 0x80;
+    };
+    auto skipTo = [&sql](std::size_t from, const char* endMark) {
+        std::size_t e = sql.find(endMark, from);
+        return e == std::string::npos ? sql.size() : e + std::char_traits<char>::length(endMark);
+    };
+    std::string out;
+    out.reserve(sql.size() + 8);
+    std::size_t i = 0;
+    while (i < sql.size()) {
+        char c = sql[i];
+        std::size_t next = i + 1;
+        if (c == '\'' || c == '"' || c == '`') {
+            // A quoted text or name; a doubled quote stays inside.
+            next = i + 1;
+            for (;;) {
+                next = sql.find(c, next);
+                if (next == std::string::npos) {
+                    next = sql.size();
+                    break;
+                }
+                if (next + 1 < sql.size() && sql[next + 1] == c) {
+                    next += 2;
+                    continue;
+                }
+                ++next;
+                break;
+            }
+        } else if (c == '[') {
+            next = skipTo(i + 1, "]");
+        } else if (c == '-' && i + 1 < sql.size() && sql[i + 1] == '-') {
+            next = skipTo(i + 2, "\n");
+        } else if (c == '/' && i + 1 < sql.size() && sql[i + 1] == '*') {
+            next = skipTo(i + 2, "*/");
+        } else if (isWord(c)) {
+            next = i;
+            while (next < sql.size() && isWord(sql[next]))
+                ++next;
+            std::string word = sql.substr(i, next - i);
+            std::string upper = word;
+            for (char& u : upper)
+                u = static_cast<char>(u >= 'a' && u <= 'z' ? u - 'a' + 'A' : u);
+            std::size_t after = next;
+            while (after < sql.size() && (sql[after] == ' ' || sql[after] == '\t' ||
+                                          sql[after] == '\r' || sql[after] == '\n'))
+                ++after;
+            bool preceededByDot = i > 0 && sql[i - 1] == '.';
+            if ((upper == "LEFT" || upper == "RIGHT") && after < sql.size() && sql[after] == '(' &&
+                !preceededByDot) {
+                out += '"' + upper + '"';
+                i = next;
+                continue;
+            }
+        }
+        out.append(sql, i, next - i);
+        i = next;
+    }
+    return out;
+}
+
 } // namespace marovin

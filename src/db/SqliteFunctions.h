@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 struct sqlite3;
 
 namespace marovin {
@@ -16,5 +18,11 @@ namespace marovin {
 // a bare day as a column name; weeks start on Sunday (SET DATEFIRST 7); an unreadable date is an
 // error rather than an implicit conversion. Returns false when SQLite refused a registration.
 bool registerSqlServerFunctions(sqlite3* db);
+
+// LEFT and RIGHT are join keywords to SQLite, so LEFT(...) does not parse as a call. Returns the
+// statement with every LEFT or RIGHT that is directly followed by "(" (blanks between allowed)
+// written as the quoted name "LEFT" or "RIGHT", which SQLite calls as a function. Text in string
+// literals, quoted identifiers and comments is left alone.
+std::string quoteJoinKeywordCalls(const std::string& sql);
 
 } // namespace marovin

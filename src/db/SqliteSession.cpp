@@ -208,7 +208,8 @@ std::vector<std::string> SqliteSession::Columns(const std::string& schema,
     return columns;
 }
 
-void SqliteSession::Execute(const std::string& sql) {
+void SqliteSession::Execute(const std::string& text) {
+    const std::string sql = quoteJoinKeywordCalls(text);
     sqlite3* db = handle();
     startClock();
     const char* tail = sql.c_str();
@@ -228,7 +229,8 @@ void SqliteSession::Execute(const std::string& sql) {
     }
 }
 
-void SqliteSession::Prepare(const std::string& sql) {
+void SqliteSession::Prepare(const std::string& text) {
+    const std::string sql = quoteJoinKeywordCalls(text);
     sqlite3* db = handle();
     startClock();
     const char* tail = sql.c_str();
@@ -243,7 +245,8 @@ void SqliteSession::Prepare(const std::string& sql) {
     }
 }
 
-std::shared_ptr<cRecordset> SqliteSession::Query(const std::string& sql, std::int32_t maxRows) {
+std::shared_ptr<cRecordset> SqliteSession::Query(const std::string& text, std::int32_t maxRows) {
+    const std::string sql = quoteJoinKeywordCalls(text);
     sqlite3* db = handle();
     startClock();
     const char* tail = sql.c_str();

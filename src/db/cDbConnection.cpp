@@ -54,6 +54,12 @@ std::string braced(const std::string& value) {
     return out + "}";
 }
 
+std::string bracedWhenNeeded(const std::string& value) {
+    bool plain = !value.empty() && value.front() != ' ' && value.back() != ' ' &&
+                 value.find_first_of(";{}=") == std::string::npos;
+    return plain ? value : braced(value);
+}
+
 // Blanks removed at both ends (only the blank character, not tabs).
 std::string trimBlanks(const std::string& s) {
     std::size_t b = s.find_first_not_of(' ');
@@ -89,52 +95,76 @@ std::string cDbConnection::strEffectiveDriver() const {
 }
 
 std::string cDbConnection::strOdbcConnectionString() const {
+    std::string error;
+    return odbcConnectionString(error);
+}
+
+std::string cDbConnection::odbcConnectionString(std::string& error) const {
+    // Every key ends in ";": FreeTDS misreads a braced value at the very end of the string.
     std::string cs;
     auto add = [&cs](const char* key, const std::string& value) {
-        if (!cs.empty() && cs.back() != ';')
-            cs += ';';
         cs += key;
         cs += '=';
-        cs += braced(value);
+        cs += value;
+        cs += ';';
     };
     switch (providerOf(m_strProvider)) {
     case Provider::SqlServer: {
         std::string driver = strEffectiveDriver();
-        add("DRIVER", driver);
-        add("SERVER", m_strServer);
-        add("DATABASE", m_strDatabase);
+        std::string d = lower(driver);
+        bool freeTds =
+            d.find("freetds") != std::string::npos || d.find("tdsodbc") != std::string::npos;
+        // FreeTDS reads a braced value up to the first "};" and knows no doubled "}}"; other
+        // drivers follow the ODBC rule of doubling "}".
+        auto value = [&](const std::string& v) {
+            if (!freeTds)
+                return braced(v);
+            if (v.find("};") != std::string::npos)
+                error = "A connection value holds \"};\", which the FreeTDS driver cannot take";
+            return "{" + v + "}";
+        };
+        add("DRIVER", braced(driver));
+        add("SERVER", value(m_strServer));
+        add("DATABASE", value(m_strDatabase));
         if (m_blnWindowsAuthentication) {
             add("Trusted_Connection", "Yes");
         } else {
-            add("UID", m_strUserName);
-            add("PWD", m_strPassword);
+            add("UID", value(m_strUserName));
+            add("PWD", value(m_strPassword));
         }
-        // FreeTDS hands out text in the client character set; ours is UTF-8.
-        std::string d = lower(driver);
-        if (d.find("freetds") != std::string::npos || d.find("tdsodbc") != std::string::npos)
+        if (freeTds) {
+            // Text in UTF-8, our encoding. A fixed protocol version, because FreeTDS's automatic
+            // version probing does not honour the login time-out against a silent server.
             add("ClientCharset", "UTF-8");
+            const char* version = std::getenv(kTdsVersionEnvironmentVariable);
+            add("TDS_Version", value(version && *version ? version : kDefaultTdsVersion));
+        }
         break;
     }
     case Provider::Odbc:
+        // The host's own string is used as given; values added to it are braced only when they
+        // hold a character that could end them early, since not every driver reads braces.
         cs = m_strConnectionString;
-        if (cs.empty() && !m_strServer.empty())
-            add("DSN", m_strServer);
+        if (!cs.empty() && cs.back() != ';')
+            cs += ';';
+        if (m_strConnectionString.empty() && !m_strServer.empty())
+            add("DSN", bracedWhenNeeded(m_strServer));
         if (!m_strDatabase.empty())
-            add("DATABASE", m_strDatabase);
+            add("DATABASE", bracedWhenNeeded(m_strDatabase));
         if (m_blnWindowsAuthentication) {
             add("Trusted_Connection", "Yes");
         } else {
             if (!m_strUserName.empty())
-                add("UID", m_strUserName);
+                add("UID", bracedWhenNeeded(m_strUserName));
             if (!m_strPassword.empty())
-                add("PWD", m_strPassword);
+                add("PWD", bracedWhenNeeded(m_strPassword));
         }
         break;
     case Provider::Sqlite:
     case Provider::Unknown:
         break;
     }
-    return cs;
+    return error.empty() ? cs : std::string();
 }
 
 std::string cDbConnection::LastConnectionError() {
@@ -148,9 +178,15 @@ std::unique_ptr<DbSession> cDbConnection::GetConnection() const {
         case Provider::Sqlite:
             return std::make_unique<SqliteSession>(m_strDatabase, kCommandTimeout);
         case Provider::SqlServer:
-        case Provider::Odbc:
-            return std::make_unique<OdbcSession>(strOdbcConnectionString(), m_lngLoginTimeout,
-                                                 kCommandTimeout);
+        case Provider::Odbc: {
+            std::string error;
+            std::string cs = odbcConnectionString(error);
+            if (!error.empty()) {
+                t_lastConnectionError = error;
+                return nullptr;
+            }
+            return std::make_unique<OdbcSession>(cs, m_lngLoginTimeout, kCommandTimeout);
+        }
         case Provider::Unknown:
             t_lastConnectionError = "Unknown provider: " + m_strProvider;
             return nullptr;

@@ -1,0 +1,436 @@
+// The commands that reach a database through cDbConnection: tables, columns, fieldin, check
+// and preview.
+
+#include "cmdDatabase.h"
+
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <marovin/ModelError.h>
+#include <marovin/cDbConnection.h>
+#include <marovin/cSQLQuery.h>
+#include <optional>
+#include <termios.h>
+#include <unistd.h>
+
+namespace marovin::cli {
+
+namespace {
+
+constexpr int kOk = 0;
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+
+// The default row limit of a preview, as the query builder's preview uses it.
+constexpr std::int32_t kDefaultMaxRows = 50;
+
+constexpr const char* kUsageText =
+    "Database (connection: --sqlite PATH | --server HOST --database DB [--user U]\n"
+    "          [--password-env VAR | --windows-auth] [--driver NAME] | --odbc CONNECTION-STRING;\n"
+    "          --login-timeout SECONDS):\n"
+    "  tables [--views|--no-views] [--system] [--raw]\n"
+    "                      list tables and views, one per line (--raw: the list as one line)\n"
+    "  columns TABLE [--qualified] [--raw]\n"
+    "                      list the columns of a table (schema.table or table)\n"
+    "  fieldin FIELD TABLE write True (exit 0) or False (exit 1)\n"
+    "  check (FILE|--sql TEXT)\n"
+    "                      check the syntax of a query document's statement or of a text\n"
+    "  preview (FILE|--sql TEXT) [--max-rows N] [--null TEXT]\n"
+    "                      run it: a header line, then the rows, tab-separated (NULL as TEXT,\n"
+    "                      default empty; tabs and line breaks inside values become blanks)\n"
+    "  Parameter markers <[name]> are sent as the string literal 'name'. Passwords come from\n"
+    "  the environment variable named by --password-env, or from a prompt on the terminal.\n";
+
+struct Options {
+    std::vector<std::string> positional;
+    std::optional<std::string> sqlite, server, database, user, passwordEnv, driver, odbc, sql,
+        nullText;
+    std::optional<std::int32_t> maxRows, loginTimeout;
+    bool windowsAuth = false;
+    bool views = true;
+    bool system = false;
+    bool raw = false;
+    bool qualified = false;
+};
+
+void printError(std::ostream& err, const std::string& where, const std::string& message) {
+    err << "marovin: " << where << ": " << message << '\n';
+}
+
+bool readInt(const std::string& text, std::int32_t& value) {
+    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return ec == std::errc{} && end == text.data() + text.size();
+}
+
+// Parses the options; on a usage error writes the message and returns false.
+bool parseOptions(const std::string& command, const std::vector<std::string>& args, Options& o,
+                  std::ostream& err) {
+    auto takeValue = [&](std::size_t& i, std::optional<std::string>& into) {
+        if (i + 1 >= args.size()) {
+            printError(err, command, args[i] + " needs a value");
+            return false;
+        }
+        into = args[++i];
+        return true;
+    };
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& a = args[i];
+        bool good = true;
+        if (a == "--sqlite")
+            good = takeValue(i, o.sqlite);
+        else if (a == "--server")
+            good = takeValue(i, o.server);
+        else if (a == "--database")
+            good = takeValue(i, o.database);
+        else if (a == "--user")
+            good = takeValue(i, o.user);
+        else if (a == "--password-env")
+            good = takeValue(i, o.passwordEnv);
+        else if (a == "--driver")
+            good = takeValue(i, o.driver);
+        else if (a == "--odbc")
+            good = takeValue(i, o.odbc);
+        else if (a == "--sql")
+            good = takeValue(i, o.sql);
+        else if (a == "--null")
+            good = takeValue(i, o.nullText);
+        else if (a == "--max-rows" || a == "--login-timeout") {
+            std::optional<std::string> text;
+            std::int32_t n = 0;
+            good = takeValue(i, text);
+            if (good && (!readInt(*text, n) || n < 0)) {
+                printError(err, command, a + " needs a whole number of at least 0");
+                return false;
+            }
+            (a == "--max-rows" ? o.maxRows : o.loginTimeout) = n;
+        } else if (a == "--windows-auth")
+            o.windowsAuth = true;
+        else if (a == "--views")
+            o.views = true;
+        else if (a == "--no-views")
+            o.views = false;
+        else if (a == "--system")
+            o.system = true;
+        else if (a == "--raw")
+            o.raw = true;
+        else if (a == "--qualified")
+            o.qualified = true;
+        else if (a == "--password" || a.starts_with("--password=")) {
+            printError(err, command,
+                       "passwords are not taken from the command line; use --password-env VAR");
+            return false;
+        } else if (a.size() > 1 && a[0] == '-' && a != "-") {
+            printError(err, command, "unknown option " + a);
+            return false;
+        } else
+            o.positional.push_back(a);
+        if (!good)
+            return false;
+    }
+    int sources = (o.sqlite ? 1 : 0) + (o.server ? 1 : 0) + (o.odbc ? 1 : 0);
+    if (sources != 1) {
+        printError(err, command,
+                   sources == 0 ? "no database: give --sqlite PATH, --server HOST --database DB "
+                                  "or --odbc CONNECTION-STRING"
+                                : "give only one of --sqlite, --server and --odbc");
+        return false;
+    }
+    if (o.server && !o.database) {
+        printError(err, command, "--server needs --database DB");
+        return false;
+    }
+    if (o.windowsAuth && (o.passwordEnv || o.user)) {
+        printError(err, command, "--windows-auth goes without --user and --password-env");
+        return false;
+    }
+    return true;
+}
+
+// Reads a password from the terminal without echo; empty when there is no terminal.
+std::string promptPassword(const std::string& user) {
+    if (!::isatty(STDIN_FILENO))
+        return {};
+    std::fprintf(stderr, "Password for %s: ", user.c_str());
+    std::fflush(stderr);
+    termios saved{};
+    bool restore = ::tcgetattr(STDIN_FILENO, &saved) == 0;
+    if (restore) {
+        termios silent = saved;
+        silent.c_lflag &= static_cast<tcflag_t>(~ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &silent);
+    }
+    std::string password;
+    std::getline(std::cin, password);
+    if (restore)
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &saved);
+    std::fputc('\n', stderr);
+    return password;
+}
+
+// Fills the connection from the options; false (message written) when the password variable
+// is not set.
+bool configure(const std::string& command, const Options& o, cDbConnection& db, std::ostream& err) {
+    if (o.sqlite) {
+        db.setStrProvider(cDbConnection::kProviderSqlite);
+        db.setStrDatabase(*o.sqlite);
+    } else if (o.server) {
+        db.setStrProvider(cDbConnection::kProviderSqlServer);
+        db.setStrServer(*o.server);
+        db.setStrDatabase(*o.database);
+        if (o.driver)
+            db.setStrDriver(*o.driver);
+    } else {
+        db.setStrProvider(cDbConnection::kProviderOdbc);
+        db.setStrConnectionString(*o.odbc);
+        if (o.database)
+            db.setStrDatabase(*o.database);
+    }
+    db.setBlnWindowsAuthentication(o.windowsAuth);
+    if (o.user)
+        db.setStrUserName(*o.user);
+    if (o.passwordEnv) {
+        const char* value = std::getenv(o.passwordEnv->c_str());
+        if (!value) {
+            printError(err, command, "the environment variable " + *o.passwordEnv + " is not set");
+            return false;
+        }
+        db.setStrPassword(value);
+    } else if (o.user && !o.windowsAuth) {
+        db.setStrPassword(promptPassword(*o.user));
+    }
+    if (o.loginTimeout)
+        db.setLngLoginTimeout(*o.loginTimeout);
+    db.setBlnIncludeViews(o.views);
+    db.setBlnExcludeSystemTables(!o.system);
+    db.setBlnExcludeSystemViews(!o.system);
+    return true;
+}
+
+// Says why no connection could be opened; false when there is one.
+bool reportNoConnection(const std::string& command, const cDbConnection& db, std::ostream& err) {
+    if (db.Check(true))
+        return false;
+    std::string why = cDbConnection::LastConnectionError();
+    err << "Problems connecting to database\n";
+    if (!why.empty())
+        printError(err, command, why);
+    return true;
+}
+
+void printList(std::ostream& out, const std::string& list, bool raw) {
+    if (raw) {
+        out << list << '\n';
+        return;
+    }
+    std::size_t start = 0;
+    while (start <= list.size() && !list.empty()) {
+        std::size_t comma = list.find(',', start);
+        out << list.substr(start, comma == std::string::npos ? std::string::npos : comma - start)
+            << '\n';
+        if (comma == std::string::npos)
+            break;
+        start = comma + 1;
+    }
+}
+
+// The statement of a check or preview: the text of --sql, or the statement of a query
+// document. Parameter markers become string literals holding the parameter's name.
+// On failure code is kUsage or kFailure.
+std::optional<std::string> statementOf(const std::string& command, const Options& o, int& code,
+                                       std::ostream& err) {
+    code = kUsage;
+    std::string sql;
+    if (o.sql) {
+        if (!o.positional.empty()) {
+            printError(err, command, "give either FILE or --sql TEXT");
+            return std::nullopt;
+        }
+        sql = *o.sql;
+    } else {
+        if (o.positional.size() != 1) {
+            printError(err, command, "give one query document FILE or --sql TEXT");
+            return std::nullopt;
+        }
+        const std::string& file = o.positional.front();
+        std::ifstream stream(file, std::ios::binary);
+        code = kFailure;
+        if (!stream) {
+            printError(err, file, "cannot read the file");
+            return std::nullopt;
+        }
+        std::string text((std::istreambuf_iterator<char>(stream)),
+                         std::istreambuf_iterator<char>());
+        try {
+            cSQLQuery query;
+            query.LoadXmlText(text);
+            sql = query.strSQL();
+        } catch (const std::exception& e) {
+            printError(err, file, e.what());
+            return std::nullopt;
+        }
+    }
+    std::string text;
+    text.reserve(sql.size());
+    for (std::size_t i = 0; i < sql.size(); ++i) {
+        bool marker = i + 1 < sql.size() && ((sql[i] == '<' && sql[i + 1] == '[') ||
+                                             (sql[i] == ']' && sql[i + 1] == '>'));
+        if (marker) {
+            text += '\'';
+            ++i;
+        } else {
+            text += sql[i];
+        }
+    }
+    return text;
+}
+
+std::string cellText(const DbValue& v, const std::string& nullText) {
+    if (v.IsNull())
+        return nullText;
+    std::string s = v.ToString();
+    for (char& c : s) {
+        if (c == '\t' || c == '\r' || c == '\n')
+            c = ' ';
+    }
+    return s;
+}
+
+int runTables(const Options& o, cDbConnection& db, std::ostream& out, std::ostream& err) {
+    if (!o.positional.empty()) {
+        printError(err, "tables", "takes no arguments");
+        return kUsage;
+    }
+    if (reportNoConnection("tables", db, err))
+        return kFailure;
+    printList(out, db.GetListOfTables(), o.raw);
+    return kOk;
+}
+
+int runColumns(const Options& o, cDbConnection& db, std::ostream& out, std::ostream& err) {
+    if (o.positional.size() != 1) {
+        printError(err, "columns", "give one TABLE");
+        return kUsage;
+    }
+    if (reportNoConnection("columns", db, err))
+        return kFailure;
+    std::string list = db.GetListOfFields(o.positional.front(), o.qualified);
+    if (list.empty()) {
+        printError(err, "columns", "no columns found for " + o.positional.front());
+        return kFailure;
+    }
+    printList(out, list, o.raw);
+    return kOk;
+}
+
+int runFieldIn(const Options& o, cDbConnection& db, std::ostream& out, std::ostream& err) {
+    if (o.positional.size() != 2) {
+        printError(err, "fieldin", "give FIELD and TABLE");
+        return kUsage;
+    }
+    if (reportNoConnection("fieldin", db, err))
+        return kFailure;
+    bool found = db.IsTheFieldInTheTable(o.positional[0], o.positional[1]);
+    out << (found ? "True" : "False") << '\n';
+    return found ? kOk : kFailure;
+}
+
+int runCheck(const Options& o, cDbConnection& db, std::ostream& out, std::ostream& err) {
+    int code = kOk;
+    auto sql = statementOf("check", o, code, err);
+    if (!sql)
+        return code;
+    std::string message = db.CheckSQLSyntax(*sql);
+    if (message.empty()) {
+        reportNoConnection("check", db, err);
+        return kFailure;
+    }
+    if (message == "Syntax SQL Query correct") {
+        out << message << '\n';
+        return kOk;
+    }
+    err << message << '\n';
+    return kFailure;
+}
+
+int runPreview(const Options& o, cDbConnection& db, std::ostream& out, std::ostream& err) {
+    int code = kOk;
+    auto sql = statementOf("preview", o, code, err);
+    if (!sql)
+        return code;
+    std::string error;
+    auto rs = db.FireQuery(*sql, error, o.maxRows.value_or(kDefaultMaxRows));
+    if (!error.empty() || !rs) {
+        err << error << '\n';
+        if (error == "Problems connecting to database") {
+            std::string why = cDbConnection::LastConnectionError();
+            if (!why.empty())
+                printError(err, "preview", why);
+        }
+        return kFailure;
+    }
+    const std::string nullText = o.nullText.value_or("");
+    std::string line;
+    for (std::int32_t c = 0; c < rs->FieldCount(); ++c) {
+        if (c > 0)
+            line += '\t';
+        line += rs->FieldName(c);
+    }
+    out << line << '\n';
+    for (rs->MoveFirst(); !rs->IsEOF(); rs->MoveNext()) {
+        line.clear();
+        for (std::int32_t c = 0; c < rs->FieldCount(); ++c) {
+            if (c > 0)
+                line += '\t';
+            line += cellText(rs->Fields(c), nullText);
+        }
+        out << line << '\n';
+    }
+    return kOk;
+}
+
+} // namespace
+
+bool IsDatabaseCommand(const std::string& name) {
+    return name == "tables" || name == "columns" || name == "fieldin" || name == "check" ||
+           name == "preview";
+}
+
+const char* DatabaseCommandsUsage() {
+    return kUsageText;
+}
+
+int RunDatabaseCommand(const std::string& name, const std::vector<std::string>& args,
+                       std::ostream& out, std::ostream& err) {
+    if (!IsDatabaseCommand(name)) {
+        printError(err, name, "not a database command");
+        return kUsage;
+    }
+    for (const std::string& a : args) {
+        if (a == "--help" || a == "-h") {
+            out << kUsageText;
+            return kOk;
+        }
+    }
+    Options o;
+    if (!parseOptions(name, args, o, err)) {
+        err << kUsageText;
+        return kUsage;
+    }
+    cDbConnection db;
+    if (!configure(name, o, db, err))
+        return kUsage;
+    if (name == "tables")
+        return runTables(o, db, out, err);
+    if (name == "columns")
+        return runColumns(o, db, out, err);
+    if (name == "fieldin")
+        return runFieldIn(o, db, out, err);
+    if (name == "check")
+        return runCheck(o, db, out, err);
+    return runPreview(o, db, out, err);
+}
+
+} // namespace marovin::cli
