@@ -46,6 +46,18 @@ std::string fileUri(const std::string& path) {
     return uri + "?mode=ro";
 }
 
+// A statement that would write anything (VACUUM INTO and settings included) is not run, even
+// where the read-only file would refuse it anyway.
+void refuseWrites(sqlite3_stmt* stmt) {
+    if (!sqlite3_stmt_readonly(stmt))
+        throw DbError("attempt to write a readonly database");
+}
+
+// Other databases cannot be attached or the sample detached.
+int authorize(void*, int action, const char*, const char*, const char*, const char*) {
+    return action == SQLITE_ATTACH || action == SQLITE_DETACH ? SQLITE_DENY : SQLITE_OK;
+}
+
 // Owns one prepared statement.
 class Statement {
 public:
@@ -107,6 +119,7 @@ SqliteSession::SqliteSession(const std::string& path, std::int32_t commandTimeou
         Close();
         throw DbError(msg);
     }
+    sqlite3_set_authorizer(m_db, authorize, nullptr);
     sqlite3_progress_handler(m_db, 10000, &SqliteSession::progress, this);
 }
 
@@ -221,6 +234,7 @@ void SqliteSession::Execute(const std::string& text) {
             fail();
         if (!stmt.get())
             break; // only blanks or comments left
+        refuseWrites(stmt.get());
         int rc;
         while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
         }
@@ -261,6 +275,7 @@ std::shared_ptr<cRecordset> SqliteSession::Query(const std::string& text, std::i
         sqlite3_stmt* s = stmt.get();
         if (!s)
             break;
+        refuseWrites(s);
         int nCols = sqlite3_column_count(s);
         if (nCols == 0) {
             int rc;

@@ -1,0 +1,77 @@
+#pragma once
+
+// Helpers shared by the database tests: temporary directories, SQLite files written with plain
+// SQL, and the bytes of a file (to prove that nothing wrote to it).
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sqlite3.h>
+#include <stdexcept>
+#include <stdlib.h>
+#include <string>
+#include <unistd.h>
+
+namespace marovin::test {
+
+// A fresh directory under the system's temporary directory, removed with its contents.
+class TempDir {
+public:
+    TempDir() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "marovin-db-XXXXXX");
+        if (!::mkdtemp(pattern.data()))
+            throw std::runtime_error("mkdtemp failed");
+        m_path = pattern;
+    }
+    ~TempDir() {
+        std::error_code ec;
+        std::filesystem::remove_all(m_path, ec);
+    }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const std::filesystem::path& path() const { return m_path; }
+    std::string file(const std::string& name) const { return (m_path / name).string(); }
+
+private:
+    std::filesystem::path m_path;
+};
+
+// Creates (or extends) an SQLite file by running the script.
+inline void writeSqlite(const std::string& path, const std::string& script) {
+    sqlite3* db = nullptr;
+    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) {
+        sqlite3_close(db);
+        throw std::runtime_error("cannot open " + path);
+    }
+    char* err = nullptr;
+    int rc =
+        sqlite3_exec(db, ("PRAGMA synchronous = OFF;" + script).c_str(), nullptr, nullptr, &err);
+    std::string message = err ? err : "";
+    sqlite3_free(err);
+    sqlite3_close(db);
+    if (rc != SQLITE_OK)
+        throw std::runtime_error(message);
+}
+
+// The first column of the first row of a query on the file, as text ("" for none).
+inline std::string querySqlite(const std::string& path, const std::string& sql) {
+    sqlite3* db = nullptr;
+    std::string out;
+    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+        sqlite3_stmt* stmt = nullptr;
+        if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK &&
+            sqlite3_step(stmt) == SQLITE_ROW && sqlite3_column_text(stmt, 0))
+            out = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
+        sqlite3_finalize(stmt);
+    }
+    sqlite3_close(db);
+    return out;
+}
+
+inline std::string fileBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+} // namespace marovin::test

@@ -1,0 +1,469 @@
+// cDbConnection on the embedded SQLite provider, on real files: the catalogue with every
+// combination of the listing flags, columns, the field test, the syntax check, row limits,
+// typed values, and the guarantee that nothing sent through it changes the file.
+
+#include "DbTestSupport.h"
+#include "SampleDatabaseGenerator.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <marovin/DbSession.h>
+#include <marovin/cDbConnection.h>
+#include <tuple>
+
+namespace marovin {
+namespace {
+
+using test::TempDir;
+
+// Tables, views and (through AUTOINCREMENT) an SQLite system table, with blanks and mixed case.
+const char* const kCatalogueScript = R"sql(
+CREATE TABLE Zeta (Id integer PRIMARY KEY AUTOINCREMENT, Name text);
+CREATE TABLE alpha (a integer);
+CREATE TABLE "Order Details" (OrderID integer, "Unit Price" money, Quantity integer);
+CREATE VIEW "v One" AS SELECT Name FROM Zeta;
+CREATE VIEW Beta AS SELECT a FROM alpha;
+INSERT INTO Zeta (Name) VALUES ('x');
+)sql";
+
+cDbConnection sqliteConnection(const std::string& path) {
+    cDbConnection db;
+    db.setStrProvider(cDbConnection::kProviderSqlite);
+    db.setStrDatabase(path);
+    return db;
+}
+
+class SqliteCatalogue : public ::testing::Test {
+protected:
+    void SetUp() override {
+        path = dir.file("catalogue.sqlite");
+        test::writeSqlite(path, kCatalogueScript);
+        db = sqliteConnection(path);
+    }
+    TempDir dir;
+    std::string path;
+    cDbConnection db;
+};
+
+TEST(DbConnectionProperties, DefaultsAreThoseOfANewConnection) {
+    cDbConnection db;
+    EXPECT_TRUE(db.blnExcludeSystemTables());
+    EXPECT_TRUE(db.blnExcludeSystemViews());
+    EXPECT_TRUE(db.blnIncludeViews());
+    EXPECT_FALSE(db.blnWindowsAuthentication());
+    EXPECT_EQ(db.strServer(), "");
+    EXPECT_EQ(db.strUserName(), "");
+    EXPECT_EQ(db.strPassword(), "");
+    EXPECT_EQ(db.strDatabase(), "");
+    EXPECT_EQ(db.lngId(), 0);
+    EXPECT_EQ(db.strProvider(), "SQLServer");
+    EXPECT_EQ(db.lngLoginTimeout(), 15);
+}
+
+TEST(DbConnectionProperties, CopyToCopiesEverythingButIncludeUserTables) {
+    TempDir dir;
+    std::string path = dir.file("copy.sqlite");
+    test::writeSqlite(path, kCatalogueScript);
+    cDbConnection source = sqliteConnection(path);
+    source.setBlnExcludeSystemTables(false);
+    source.setBlnExcludeSystemViews(false);
+    source.setBlnIncludeViews(false);
+    source.setLngId(-7);
+    source.setStrServer("srv");
+    source.setBlnWindowsAuthentication(true);
+    source.setStrUserName("u");
+    source.setStrPassword("p");
+    source.setLngLoginTimeout(3);
+    source.setBlnIncludeUserTables(true);
+
+    cDbConnection target;
+    target.setBlnIncludeUserTables(false);
+    source.CopyTo(target);
+    EXPECT_FALSE(target.blnExcludeSystemTables());
+    EXPECT_FALSE(target.blnExcludeSystemViews());
+    EXPECT_FALSE(target.blnIncludeViews());
+    EXPECT_EQ(target.lngId(), -7);
+    EXPECT_EQ(target.strServer(), "srv");
+    EXPECT_EQ(target.strDatabase(), path);
+    EXPECT_TRUE(target.blnWindowsAuthentication());
+    EXPECT_EQ(target.strUserName(), "u");
+    EXPECT_EQ(target.strPassword(), "p");
+    EXPECT_EQ(target.strProvider(), "SQLite");
+    EXPECT_EQ(target.lngLoginTimeout(), 3);
+    // The target kept blnIncludeUserTables False: its list holds no user tables.
+    EXPECT_EQ(target.GetListOfTables(), "dbo.sqlite_schema,dbo.sqlite_sequence");
+    target.setBlnIncludeUserTables(true);
+    EXPECT_EQ(target.GetListOfTables(),
+              "dbo.sqlite_schema,dbo.sqlite_sequence,dbo.alpha,dbo.Order Details,dbo.Zeta");
+}
+
+TEST_F(SqliteCatalogue, DefaultListHoldsUserTablesAndViewsInCatalogueOrder) {
+    EXPECT_EQ(db.GetListOfTables(), "dbo.alpha,dbo.Order Details,dbo.Zeta,dbo.Beta,dbo.v One");
+}
+
+TEST_F(SqliteCatalogue, SettingsTakeEffectAtTheNextCall) {
+    EXPECT_EQ(db.GetListOfTables(), "dbo.alpha,dbo.Order Details,dbo.Zeta,dbo.Beta,dbo.v One");
+    db.setBlnIncludeViews(false);
+    EXPECT_EQ(db.GetListOfTables(), "dbo.alpha,dbo.Order Details,dbo.Zeta");
+}
+
+// (include user tables, include views, exclude system tables, exclude system views)
+class SqliteListingFlags
+    : public SqliteCatalogue,
+      public ::testing::WithParamInterface<std::tuple<bool, bool, bool, bool>> {};
+
+TEST_P(SqliteListingFlags, EachTypeIsTakenByItsOwnFlag) {
+    auto [userTables, views, excludeSystemTables, excludeSystemViews] = GetParam();
+    db.setBlnIncludeUserTables(userTables);
+    db.setBlnIncludeViews(views);
+    db.setBlnExcludeSystemTables(excludeSystemTables);
+    db.setBlnExcludeSystemViews(excludeSystemViews);
+    std::string expected;
+    auto add = [&expected](const char* part) {
+        expected = expected.empty() ? part : expected + "," + part;
+    };
+    if (!excludeSystemTables)
+        add("dbo.sqlite_schema,dbo.sqlite_sequence");
+    if (userTables)
+        add("dbo.alpha,dbo.Order Details,dbo.Zeta");
+    if (views)
+        add("dbo.Beta,dbo.v One");
+    // SQLite has no system views: that flag changes nothing.
+    EXPECT_EQ(db.GetListOfTables(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(AllCombinations, SqliteListingFlags,
+                         ::testing::Combine(::testing::Bool(), ::testing::Bool(), ::testing::Bool(),
+                                            ::testing::Bool()));
+
+TEST_F(SqliteCatalogue, FieldsOfATableWithABlankInItsName) {
+    const std::string all = "OrderID,Unit Price,Quantity";
+    EXPECT_EQ(db.GetListOfFields("Order Details", false), all);
+    EXPECT_EQ(db.GetListOfFields("dbo.Order Details", false), all);
+    EXPECT_EQ(db.GetListOfFields(" dbo . Order Details ", false), all);
+    EXPECT_EQ(db.GetListOfFields("dbo.Order Details.ignored", false), all);
+    // SQLite, like SQL Server's default collation, does not tell table names apart by case.
+    EXPECT_EQ(db.GetListOfFields("order details", false), all);
+}
+
+TEST_F(SqliteCatalogue, FieldsWithTheTableNameAsPrefix) {
+    EXPECT_EQ(db.GetListOfFields("dbo.Order Details", true),
+              "dbo.Order Details.OrderID,dbo.Order Details.Unit Price,dbo.Order Details.Quantity");
+    // The prefix is the name exactly as given, untrimmed.
+    EXPECT_EQ(db.GetListOfFields("Zeta ", true), "Zeta .Id,Zeta .Name");
+}
+
+TEST_F(SqliteCatalogue, FieldsOfAnotherSchemaOrAMissingTableAreEmpty) {
+    EXPECT_EQ(db.GetListOfFields("sales.Zeta", false), "");
+    EXPECT_EQ(db.GetListOfFields("dbo.Nope", false), "");
+    EXPECT_EQ(db.GetListOfFields("Nope", true), "");
+}
+
+TEST_F(SqliteCatalogue, FieldsOfAViewAndOfASystemTable) {
+    EXPECT_EQ(db.GetListOfFields("dbo.v One", false), "Name");
+    EXPECT_EQ(db.GetListOfFields("dbo.sqlite_schema", false), "type,name,tbl_name,rootpage,sql");
+}
+
+TEST_F(SqliteCatalogue, AnEmptyTableNameListsTheColumnsOfEveryTable) {
+    EXPECT_EQ(db.GetListOfFields("", false),
+              "type,name,tbl_name,rootpage,sql,name,seq,a,OrderID,Unit Price,Quantity,Id,Name,a,"
+              "Name");
+}
+
+TEST_F(SqliteCatalogue, FieldInTableComparesTheLastPartCaseSensitively) {
+    EXPECT_TRUE(db.IsTheFieldInTheTable("dbo.Zeta.Id", "dbo.Zeta"));
+    EXPECT_TRUE(db.IsTheFieldInTheTable("Id", "Zeta"));
+    EXPECT_TRUE(db.IsTheFieldInTheTable("[Order Details].Unit Price", "dbo.Order Details"));
+    EXPECT_FALSE(db.IsTheFieldInTheTable("id", "dbo.Zeta"));
+    EXPECT_FALSE(db.IsTheFieldInTheTable("dbo.Zeta.Quantity", "dbo.Zeta"));
+    EXPECT_FALSE(db.IsTheFieldInTheTable("", "dbo.Zeta"));
+    EXPECT_FALSE(db.IsTheFieldInTheTable("Id", "dbo.Nope"));
+    EXPECT_FALSE(db.IsTheFieldInTheTable("Id.", "dbo.Zeta"));
+}
+
+TEST_F(SqliteCatalogue, GetConnectionGivesAnOpenSessionThatClosesWithItsOwner) {
+    std::unique_ptr<DbSession> session = db.GetConnection();
+    ASSERT_NE(session, nullptr);
+    EXPECT_EQ(session->strDbmsName(), "SQLite");
+    EXPECT_FALSE(session->SupportsParseOnly());
+    EXPECT_EQ(session->Columns("", "alpha"), std::vector<std::string>{"a"});
+    session->Close();
+    EXPECT_THROW(session->Tables(), std::exception);
+    EXPECT_TRUE(db.Check(false));
+    EXPECT_TRUE(db.Check(true));
+}
+
+class SqliteFailures : public ::testing::Test {
+protected:
+    TempDir dir;
+};
+
+TEST_F(SqliteFailures, AMissingFileIsAnErrorAndIsNotCreated) {
+    std::string path = dir.file("missing.sqlite");
+    cDbConnection db = sqliteConnection(path);
+    EXPECT_EQ(db.GetConnection(), nullptr);
+    EXPECT_NE(cDbConnection::LastConnectionError().find("missing.sqlite"), std::string::npos);
+    EXPECT_FALSE(db.Check(true));
+    EXPECT_EQ(db.GetListOfTables(), "");
+    EXPECT_EQ(db.GetListOfFields("Orders", true), "");
+    EXPECT_FALSE(db.IsTheFieldInTheTable("OrderID", "Orders"));
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT 1"), "");
+    std::string error = "left over";
+    EXPECT_EQ(db.FireQuery("SELECT 1", error, 10), nullptr);
+    EXPECT_EQ(error, "Problems connecting to database");
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(SqliteFailures, AFileThatIsNotADatabaseIsAnError) {
+    std::string path = dir.file("text.sqlite");
+    {
+        std::ofstream out(path);
+        out << "this is not a database, just some text that is long enough to fill a header";
+    }
+    cDbConnection db = sqliteConnection(path);
+    EXPECT_FALSE(db.Check(true));
+    std::string error;
+    EXPECT_EQ(db.FireQuery("SELECT 1", error, 0), nullptr);
+    EXPECT_EQ(error, "Problems connecting to database");
+}
+
+TEST_F(SqliteFailures, NoFileNameAndAnUnknownProviderGiveNoConnection) {
+    cDbConnection db;
+    db.setStrProvider("SQLite");
+    EXPECT_FALSE(db.Check(true));
+    db.setStrProvider("Oracle");
+    db.setStrDatabase(dir.file("x"));
+    EXPECT_EQ(db.GetConnection(), nullptr);
+    EXPECT_EQ(cDbConnection::LastConnectionError(), "Unknown provider: Oracle");
+}
+
+TEST_F(SqliteFailures, ProviderNamesAreReadWithoutRegardToCase) {
+    std::string path = dir.file("case.sqlite");
+    test::writeSqlite(path, kCatalogueScript);
+    cDbConnection db = sqliteConnection(path);
+    db.setStrProvider("sqlite");
+    EXPECT_TRUE(db.Check(true));
+}
+
+// The generated sample database, shared by the tests below.
+class SqliteSample : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_dir = new TempDir;
+        s_path = s_dir->file("northwind.sqlite");
+        std::string error;
+        ASSERT_TRUE(SampleDatabaseGenerator(SampleDatabaseGenerator::Small()).Write(s_path, error))
+            << error;
+    }
+    static void TearDownTestSuite() {
+        delete s_dir;
+        s_dir = nullptr;
+    }
+    void SetUp() override { db = sqliteConnection(s_path); }
+
+    static std::int64_t count(const std::string& table) {
+        return std::stoll(test::querySqlite(s_path, "SELECT count(*) FROM " + table));
+    }
+
+    static TempDir* s_dir;
+    static std::string s_path;
+    cDbConnection db;
+};
+
+TempDir* SqliteSample::s_dir = nullptr;
+std::string SqliteSample::s_path;
+
+TEST_F(SqliteSample, SyntaxCheckAnswersInTheFixedTexts) {
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT OrderID FROM dbo.Orders"), "Syntax SQL Query correct");
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT * FORM dbo.Orders"),
+              "Syntax error:\r\nnear \"FORM\": syntax error");
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT * FROM dbo.Nope"),
+              "Syntax error:\r\nno such table: dbo.Nope");
+    // A failing check leaves nothing behind: the next one runs normally.
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT 1"), "Syntax SQL Query correct");
+}
+
+TEST_F(SqliteSample, RowLimitZeroOrNegativeMeansAllRows) {
+    std::string error;
+    auto all = db.FireQuery("SELECT * FROM dbo.[Order Details]", error, 0);
+    ASSERT_NE(all, nullptr) << error;
+    EXPECT_EQ(error, "");
+    EXPECT_EQ(all->RecordCount(), count("\"Order Details\""));
+    EXPECT_EQ(all->RecordCount(), 2155);
+    auto negative = db.FireQuery("SELECT * FROM dbo.[Order Details]", error, -3);
+    ASSERT_NE(negative, nullptr);
+    EXPECT_EQ(negative->RecordCount(), 2155);
+}
+
+TEST_F(SqliteSample, RowLimitStopsAtN) {
+    std::string error = "stale text";
+    auto rs = db.FireQuery("SELECT OrderID FROM dbo.Orders ORDER BY OrderID", error, 100);
+    ASSERT_NE(rs, nullptr);
+    EXPECT_EQ(error, "");
+    EXPECT_EQ(rs->RecordCount(), 100);
+    EXPECT_EQ(rs->value(0, 0).AsInteger(), 10248);
+    EXPECT_EQ(rs->value(99, 0).AsInteger(), 10347);
+    auto one = db.FireQuery("SELECT OrderID FROM dbo.Orders", error, 1);
+    ASSERT_NE(one, nullptr);
+    EXPECT_EQ(one->RecordCount(), 1);
+    // A limit above the row count returns what there is.
+    auto few = db.FireQuery("SELECT * FROM dbo.Shippers", error, 100);
+    ASSERT_NE(few, nullptr);
+    EXPECT_EQ(few->RecordCount(), 3);
+}
+
+TEST_F(SqliteSample, ServerErrorsComeBackAsErrorText) {
+    std::string error;
+    EXPECT_EQ(db.FireQuery("SELECT * FROM dbo.Nope", error, 10), nullptr);
+    EXPECT_EQ(error, "Error\r\n\r\nno such table: dbo.Nope");
+    EXPECT_EQ(db.FireQuery("SELECT FROM", error, 10), nullptr);
+    EXPECT_EQ(error, "Error\r\n\r\nnear \"FROM\": syntax error");
+}
+
+TEST_F(SqliteSample, NullStaysDistinctFromTheEmptyString) {
+    // The generator gives every third customer a fax, an empty fax or none.
+    std::string error;
+    auto rs = db.FireQuery("SELECT CustomerID, Fax FROM dbo.Customers ORDER BY rowid", error, 3);
+    ASSERT_NE(rs, nullptr) << error;
+    ASSERT_EQ(rs->RecordCount(), 3);
+    EXPECT_EQ(rs->value(0, 1).Kind(), DbValueKind::Text);
+    EXPECT_FALSE(rs->value(0, 1).AsText().empty());
+    EXPECT_EQ(rs->value(1, 1).Kind(), DbValueKind::Text);
+    EXPECT_EQ(rs->value(1, 1).AsText(), "");
+    EXPECT_TRUE(rs->value(2, 1).IsNull());
+    EXPECT_NE(rs->value(1, 1), rs->value(2, 1));
+}
+
+TEST_F(SqliteSample, ValuesKeepTheirTypesAndColumnsTheirDeclaredTypes) {
+    std::string error;
+    auto rs = db.FireQuery("SELECT CategoryID, CategoryName, Picture, 1.5 AS Half, NULL AS NoValue "
+                           "FROM dbo.Categories ORDER BY CategoryID",
+                           error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    ASSERT_EQ(rs->FieldCount(), 5);
+    EXPECT_EQ(rs->FieldName(1), "CategoryName");
+    EXPECT_EQ(rs->FieldTypeName(1), "nvarchar(15)");
+    EXPECT_EQ(rs->FieldTypeName(2), "image");
+    EXPECT_EQ(rs->FieldTypeName(3), "");
+    EXPECT_EQ(rs->value(0, 0).Kind(), DbValueKind::Integer);
+    EXPECT_EQ(rs->value(0, 1).AsText(), "Beverages");
+    EXPECT_EQ(rs->value(2, 2).Kind(), DbValueKind::Blob);
+    EXPECT_EQ(rs->value(2, 2).ToString(), "0x424D02");
+    EXPECT_EQ(rs->value(0, 3).Kind(), DbValueKind::Real);
+    EXPECT_EQ(rs->value(0, 3).ToString(), "1.5");
+    EXPECT_TRUE(rs->value(0, 4).IsNull());
+    EXPECT_EQ(rs->value(0, 4).ToString(), "");
+}
+
+TEST_F(SqliteSample, TheCursorWalksForwardAndFindsFieldsByName) {
+    std::string error;
+    auto rs = db.FireQuery("SELECT ShipperID, CompanyName FROM dbo.Shippers ORDER BY ShipperID",
+                           error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    std::vector<std::string> names;
+    for (; !rs->IsEOF(); rs->MoveNext())
+        names.push_back(rs->Fields("companyname").AsText());
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"Speedy Express", "United Package", "Federal Shipping"}));
+    EXPECT_TRUE(rs->IsEOF());
+    EXPECT_FALSE(rs->IsBOF());
+    EXPECT_TRUE(rs->Fields(0).IsNull()); // past the end
+    rs->MoveNext();                      // stays at the end
+    EXPECT_EQ(rs->AbsolutePosition(), 3);
+    rs->MoveFirst();
+    EXPECT_EQ(rs->Fields("ShipperID").AsInteger(), 1);
+    EXPECT_TRUE(rs->Fields("NoSuchColumn").IsNull());
+    EXPECT_EQ(rs->FieldIndex("NoSuchColumn"), -1);
+    EXPECT_TRUE(rs->value(-1, 0).IsNull());
+    EXPECT_TRUE(rs->value(0, 2).IsNull());
+}
+
+TEST_F(SqliteSample, AnEmptyResultIsAtBofAndEof) {
+    std::string error;
+    auto rs = db.FireQuery("SELECT * FROM dbo.Orders WHERE 1 = 0", error, 10);
+    ASSERT_NE(rs, nullptr) << error;
+    EXPECT_EQ(rs->RecordCount(), 0);
+    EXPECT_TRUE(rs->IsBOF());
+    EXPECT_TRUE(rs->IsEOF());
+    EXPECT_EQ(rs->FieldCount(), 14);
+}
+
+TEST_F(SqliteSample, GeneratedTransactSqlRunsUnchanged) {
+    const std::string sql =
+        "SELECT Customers.CompanyName, SUM(Orders.Freight) AS TotalFreight, "
+        "LEFT(Customers.CompanyName, 3) AS Short, STDEV([Order Details].Quantity) AS Spread\r\n"
+        "FROM (dbo.Orders INNER JOIN dbo.Customers ON Orders.CustomerID = Customers.CustomerID)"
+        " INNER JOIN dbo.[Order Details] ON Orders.OrderID = [Order Details].OrderID\r\n"
+        "WHERE Orders.ShipCountry = 'Germany' AND YEAR(Orders.OrderDate) >= 1996\r\n"
+        "GROUP BY Customers.CompanyName\r\n"
+        "HAVING SUM(Orders.Freight) > 100\r\n"
+        "ORDER BY TotalFreight DESC";
+    EXPECT_EQ(db.CheckSQLSyntax(sql), "Syntax SQL Query correct");
+    std::string error;
+    auto rs = db.FireQuery(sql, error, 50);
+    ASSERT_NE(rs, nullptr) << error;
+    ASSERT_GT(rs->RecordCount(), 0);
+    EXPECT_EQ(rs->FieldName(2), "Short");
+    EXPECT_EQ(rs->value(0, 2).AsText(), rs->value(0, 0).AsText().substr(0, 3));
+    for (std::int32_t r = 1; r < rs->RecordCount(); ++r)
+        EXPECT_GE(rs->value(r - 1, 1).AsReal(), rs->value(r, 1).AsReal());
+}
+
+TEST_F(SqliteSample, ViewsAreListedAndRun) {
+    std::string list = db.GetListOfTables();
+    EXPECT_NE(list.find("dbo.Order Details Extended"), std::string::npos);
+    std::string error;
+    auto rs = db.FireQuery("SELECT * FROM dbo.[Order Details Extended]", error, 5);
+    ASSERT_NE(rs, nullptr) << error;
+    EXPECT_EQ(rs->RecordCount(), 5);
+    EXPECT_EQ(rs->FieldName(6), "ExtendedPrice");
+}
+
+// Statements that would change the database: the preview refuses them and the file stays as
+// it was, byte for byte.
+class SqliteWrites : public SqliteSample, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(SqliteWrites, APreviewCannotChangeTheFile) {
+    const std::string before = test::fileBytes(s_path);
+    const std::int64_t orders = count("Orders");
+    std::string error;
+    EXPECT_EQ(db.FireQuery(GetParam(), error, 10), nullptr);
+    EXPECT_TRUE(error.starts_with("Error\r\n\r\n")) << error;
+    EXPECT_EQ(test::fileBytes(s_path), before);
+    EXPECT_EQ(count("Orders"), orders);
+    EXPECT_FALSE(std::filesystem::exists(s_dir->file("other.sqlite")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    WritingStatements, SqliteWrites,
+    ::testing::Values("DELETE FROM dbo.Orders", "DELETE FROM Orders WHERE 1 = 1",
+                      "UPDATE dbo.Orders SET Freight = 0", "INSERT INTO Region VALUES (9, 'x')",
+                      "DROP TABLE dbo.Customers", "CREATE TABLE dbo.t (x integer)",
+                      "ALTER TABLE Orders ADD COLUMN x integer", "CREATE TEMP TABLE t (x)",
+                      "PRAGMA query_only = 0; DELETE FROM dbo.Orders",
+                      "PRAGMA dbo.journal_mode = WAL", "PRAGMA dbo.user_version = 5", "VACUUM",
+                      "ATTACH DATABASE 'other.sqlite' AS other", "DETACH DATABASE dbo"));
+
+TEST_F(SqliteSample, StatementsAfterTheFirstResultAreNotRun) {
+    const std::string before = test::fileBytes(s_path);
+    std::string error;
+    auto rs = db.FireQuery("SELECT 1 AS One; DELETE FROM dbo.Orders", error, 10);
+    ASSERT_NE(rs, nullptr) << error;
+    EXPECT_EQ(rs->FieldName(0), "One");
+    EXPECT_EQ(rs->RecordCount(), 1);
+    EXPECT_EQ(test::fileBytes(s_path), before);
+}
+
+TEST_F(SqliteSample, ACheckOfAWritingStatementOnlyCompilesIt) {
+    const std::string before = test::fileBytes(s_path);
+    EXPECT_EQ(db.CheckSQLSyntax("DELETE FROM dbo.Orders"), "Syntax SQL Query correct");
+    EXPECT_EQ(db.CheckSQLSyntax("UPDATE dbo.Orders SET Freight = 0; DROP TABLE dbo.Orders"),
+              "Syntax SQL Query correct");
+    EXPECT_EQ(db.CheckSQLSyntax("DELETE FROM dbo.Orders WHERE"),
+              "Syntax error:\r\nincomplete input");
+    EXPECT_EQ(test::fileBytes(s_path), before);
+    EXPECT_EQ(count("Orders"), 806);
+}
+
+} // namespace
+} // namespace marovin
