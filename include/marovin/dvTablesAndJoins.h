@@ -63,6 +63,11 @@ public:
     bool AddJoin(const QString& leftAlias, const QString& leftColumn, const QString& rightAlias,
                  const QString& rightColumn, const QString& joinType);
 
+    // The hint shown in the middle of an empty diagram (lines separated by line feeds); an empty
+    // text shows nothing.
+    QString placeholderText() const { return m_placeholderText; }
+    void setPlaceholderText(const QString& text);
+
     // --- Tables -------------------------------------------------------------------------------
     QStringList tableAliases() const; // in the order the boxes were added
     bool hasTable(const QString& alias) const;
@@ -163,6 +168,7 @@ private:
     QList<JoinLineItem*> m_joins;  // Owned by m_scene.
     QObject* m_selected = nullptr; // Not owned: a box of m_boxes, a line of m_joins, or null.
     qreal m_nextZ = 1;
+    QString m_placeholderText;
 };
 
 } // namespace marovin

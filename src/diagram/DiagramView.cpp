@@ -328,8 +328,23 @@ void DiagramView::updateRubberLine(const QPointF& scenePos) {
     path.cubicTo(start + QPointF(dir * pull, 0), scenePos - QPointF(dir * pull * 0.3, 0), scenePos);
     m_rubber->setPath(path);
 
+    // Near the top or bottom edge of another box's list, the list scrolls so that columns
+    // out of sight can be reached without letting go.
+    Target t = targetAt(mapFromScene(scenePos));
+    if (t.box && t.box != m_box && t.box->maxScrollOffset() > 0) {
+        const QPointF inBox = t.box->mapFromScene(scenePos);
+        const QRectF list = t.box->listRect();
+        const qreal zone = m_style->rowHeight * 0.75;
+        const qreal before = t.box->scrollOffset();
+        if (inBox.y() >= list.top() && inBox.y() < list.top() + zone)
+            t.box->setScrollOffset(before - m_style->rowHeight / 2);
+        else if (inBox.y() <= list.bottom() && inBox.y() > list.bottom() - zone)
+            t.box->setScrollOffset(before + m_style->rowHeight / 2);
+        if (t.box->scrollOffset() != before)
+            t = targetAt(mapFromScene(scenePos));
+    }
+
     // Highlight the column under the pointer when it may receive the join.
-    const Target t = targetAt(mapFromScene(scenePos));
     TableBoxItem* dropBox = nullptr;
     int dropRow = -1;
     if (t.box && t.box != m_box &&
@@ -625,6 +640,21 @@ void DiagramView::drawBackground(QPainter* painter, const QRectF& rect) {
         m_gridTileCanvas = m_style->canvas;
     }
     painter->fillRect(rect, QBrush(m_gridTile));
+}
+
+void DiagramView::drawForeground(QPainter* painter, const QRectF&) {
+    if (!m_owner->m_boxes.isEmpty() || m_owner->m_placeholderText.isEmpty())
+        return;
+    // The hint of an empty diagram, in the middle of what is visible.
+    painter->save();
+    painter->resetTransform();
+    QFont font = m_style->font;
+    font.setPointSizeF(font.pointSizeF() * 1.1);
+    painter->setFont(font);
+    painter->setPen(m_style->mutedText);
+    painter->drawText(viewport()->rect().adjusted(24, 24, -24, -24),
+                      Qt::AlignCenter | Qt::TextWordWrap, m_owner->m_placeholderText);
+    painter->restore();
 }
 
 } // namespace marovin

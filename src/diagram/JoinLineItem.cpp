@@ -3,6 +3,7 @@
 #include "DiagramStyle.h"
 #include "TableBoxItem.h"
 
+#include <QFontMetricsF>
 #include <QPainter>
 #include <QPainterPathStroker>
 #include <algorithm>
@@ -60,6 +61,7 @@ JoinLineItem::JoinLineItem(const DiagramJoin& join, TableBoxItem* left, int left
 void JoinLineItem::setJoinType(JoinType type) {
     m_join.type = type;
     updateToolTip();
+    updateGeometry(); // the label under the badge changes width
     update();
 }
 
@@ -140,12 +142,20 @@ void JoinLineItem::updateGeometry() {
     m_shapeValid = false;
     m_bounds = path.boundingRect()
                    .united(badgeRect())
+                   .united(labelRect())
                    .adjusted(-kMarkerSize, -kMarkerSize, kMarkerSize, kMarkerSize);
 }
 
 QRectF JoinLineItem::badgeRect() const {
     return QRectF(m_badge.x() - kBadgeWidth / 2, m_badge.y() - kBadgeHeight / 2, kBadgeWidth,
                   kBadgeHeight);
+}
+
+QRectF JoinLineItem::labelRect() const {
+    const QFontMetricsF metrics(m_style->font);
+    const qreal width = metrics.horizontalAdvance(joinTypeName(m_join.type)) + 14;
+    const qreal height = metrics.height() + 4;
+    return QRectF(m_badge.x() - width / 2, m_badge.y() + kBadgeHeight / 2 + 4, width, height);
 }
 
 QRectF JoinLineItem::boundingRect() const {
@@ -214,6 +224,23 @@ void JoinLineItem::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWi
     painter->setPen(QPen(color, 1.0));
     painter->drawEllipse(m_badge + QPointF(-kVennOffset, 0), kVennRadius, kVennRadius);
     painter->drawEllipse(m_badge + QPointF(kVennOffset, 0), kVennRadius, kVennRadius);
+
+    // The type in words under the badge of the join being pointed at or selected.
+    if (m_selected || m_hovered) {
+        const QRectF label = labelRect();
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(m_selected ? s.accent : s.boxFill);
+        painter->drawRoundedRect(label, label.height() / 2, label.height() / 2);
+        if (!m_selected) {
+            painter->setPen(QPen(s.boxBorder, 1));
+            painter->setBrush(Qt::NoBrush);
+            painter->drawRoundedRect(label.adjusted(0.5, 0.5, -0.5, -0.5), label.height() / 2,
+                                     label.height() / 2);
+        }
+        painter->setFont(s.font);
+        painter->setPen(m_selected ? s.accentText : s.text);
+        painter->drawText(label, Qt::AlignCenter, joinTypeName(m_join.type));
+    }
 }
 
 } // namespace marovin

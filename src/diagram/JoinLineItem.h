@@ -43,6 +43,7 @@ public:
 private:
     void updateToolTip();
     QRectF badgeRect() const;
+    QRectF labelRect() const; // the type name shown under the badge when pointed at or selected
 
     DiagramJoin m_join;
     TableBoxItem* m_left;        // Not owned.

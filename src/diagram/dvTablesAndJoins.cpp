@@ -32,7 +32,19 @@ dvTablesAndJoins::dvTablesAndJoins(QWidget* parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_view);
     setFocusProxy(m_view);
+    m_view->setAccessibleName(QStringLiteral("Tables and joins"));
+    m_view->setAccessibleDescription(
+        QStringLiteral("Tab moves between tables, the arrow keys between columns, Enter adds the "
+                       "column to the query, Delete removes the selected table or join."));
+    m_placeholderText =
+        QStringLiteral("Add tables to start.\nDrag a column onto a column of another "
+                       "table to join them.");
     updateSceneRect();
+}
+
+void dvTablesAndJoins::setPlaceholderText(const QString& text) {
+    m_placeholderText = text;
+    m_view->viewport()->update();
 }
 
 dvTablesAndJoins::~dvTablesAndJoins() {

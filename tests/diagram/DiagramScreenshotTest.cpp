@@ -5,6 +5,7 @@
 #include "DiagramFixture.h"
 
 #include <QDir>
+#include <QMouseEvent>
 #include <QPalette>
 #include <QScrollBar>
 
@@ -43,11 +44,15 @@ protected:
         dragColumn("Orders", "OrderID", "OrderDetails", "OrderID");
         dragColumn("OrderDetails", "ProductID", "Products", "ProductID");
         ASSERT_TRUE(diagram->setJoinType(1, "Left Join"));
-        diagram->selectTable("OrderDetails");
-        diagram->columnPoint("OrderDetails", "Quantity");
-        QTest::keyClick(diagram->view(), Qt::Key_Home);
-        for (int i = 0; i < 4; ++i)
-            QTest::keyClick(diagram->view(), Qt::Key_Down);
+        diagram->view()->horizontalScrollBar()->setValue(0);
+        diagram->view()->verticalScrollBar()->setValue(0);
+        // The outer join selected, so its type shows in words, and the pointer resting on a
+        // column, which shows that row's add button.
+        click(diagram->joinPoint(1));
+        const QPoint hover = diagram->columnPoint("Products", "ProductName");
+        QMouseEvent move(QEvent::MouseMove, hover, viewport()->mapToGlobal(hover), Qt::NoButton,
+                         Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(viewport(), &move);
         diagram->view()->horizontalScrollBar()->setValue(0);
         diagram->view()->verticalScrollBar()->setValue(0);
     }
@@ -73,6 +78,7 @@ TEST_F(DiagramScreenshot, LightAndDarkPalettesShowFourJoinedTables) {
     window->resize(1280, 480);
     buildSample();
     EXPECT_EQ(diagram->joinCount(), 3);
+    EXPECT_EQ(diagram->selectedJoin(), 1);
 
     const QImage light = shoot("diagram-light.png");
     ASSERT_FALSE(light.isNull());

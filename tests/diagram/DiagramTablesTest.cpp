@@ -253,5 +253,69 @@ TEST_F(DiagramLongTable, ColumnsThatDoNotFitScrollWithTheWheel) {
     EXPECT_TRUE(chosen[0][1].toString().startsWith("Column"));
 }
 
+TEST_F(DiagramLongTable, DraggingAJoinToTheListEdgeScrollsIt) {
+    QStringList columns;
+    for (int i = 1; i <= 40; ++i)
+        columns << QString("Column%1").arg(i);
+    place("Other", {"Key"});
+    place("Wide", columns);
+    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
+
+    const QRectF wide = diagram->tableSceneRect("Wide");
+    const QPoint nearBottom =
+        diagram->view()->mapFromScene(wide.left() + wide.width() * 0.35, wide.bottom() - 9);
+    const QPoint from = diagram->columnPoint("Other", "Key");
+    QTest::mousePress(viewport(), Qt::LeftButton, Qt::NoModifier, from);
+    for (int i = 1; i <= 8; ++i)
+        QTest::mouseMove(viewport(), from + (nearBottom - from) * i / 8);
+    // Each small move at the edge scrolls the list a little further.
+    for (int i = 0; i < 30; ++i)
+        QTest::mouseMove(viewport(), nearBottom + QPoint(i % 2, 0));
+    QTest::mouseRelease(viewport(), Qt::LeftButton, Qt::NoModifier, nearBottom);
+
+    ASSERT_EQ(requests.size(), 1);
+    const QStringList lines = requests[0][0].toString().split(u'\n');
+    ASSERT_EQ(lines.size(), 5);
+    EXPECT_EQ(lines[0], "Other");
+    EXPECT_EQ(lines[2], "Wide");
+    // Without scrolling, the last row in sight is about the 17th column.
+    EXPECT_GT(lines[3].mid(6).toInt(), 25) << lines[3].toStdString();
+}
+
+class DiagramPlaceholder : public DiagramFixture {
+protected:
+    // Pixels in the middle of the view that differ from the canvas colour there.
+    int inkInTheMiddle() {
+        QApplication::processEvents();
+        const QImage image = diagram->view()->viewport()->grab().toImage();
+        const QRect middle(image.width() / 4, image.height() / 3, image.width() / 2,
+                           image.height() / 3);
+        const QRgb canvas = image.pixel(5, 5);
+        int ink = 0;
+        for (int y = middle.top(); y <= middle.bottom(); y += 2) {
+            for (int x = middle.left(); x <= middle.right(); x += 2) {
+                const QColor c = image.pixelColor(x, y);
+                if (std::abs(c.lightness() - QColor(canvas).lightness()) > 60)
+                    ++ink;
+            }
+        }
+        return ink;
+    }
+};
+
+TEST_F(DiagramPlaceholder, AnEmptyDiagramShowsAHintUntilATableIsAdded) {
+    EXPECT_FALSE(diagram->placeholderText().isEmpty());
+    EXPECT_GT(inkInTheMiddle(), 20);
+    diagram->setPlaceholderText(QString());
+    EXPECT_EQ(inkInTheMiddle(), 0);
+    diagram->setPlaceholderText("Drop tables here");
+    EXPECT_GT(inkInTheMiddle(), 5);
+    // A table far away from the middle: the hint is gone.
+    ASSERT_TRUE(diagram->AddTable(TableDefinition::build("T", {"a"}), 0, 0, 125, 100));
+    EXPECT_EQ(inkInTheMiddle(), 0);
+    diagram->Clear();
+    EXPECT_GT(inkInTheMiddle(), 5);
+}
+
 } // namespace
 } // namespace marovin::testing
