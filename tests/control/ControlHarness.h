@@ -1,0 +1,78 @@
+#pragma once
+
+#include "marovin/cDbConnection.h"
+#include "marovin/cSQLQuery.h"
+#include "marovin/dvTablesAndJoins.h"
+#include "marovin/platform/CountingBusyPointer.h"
+#include "marovin/platform/MemoryClipboard.h"
+#include "marovin/platform/MemorySettingsStore.h"
+#include "marovin/platform/ScriptedMessageBox.h"
+#include "marovin/platform/SqlTextView.h"
+#include "marovin/uscMarovin.h"
+
+#include <QCheckBox>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTableView>
+#include <QTreeWidget>
+#include <memory>
+#include <ostream>
+#include <string>
+
+// Readable QString values in test failure messages.
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << '"' << text.toStdString() << '"';
+}
+
+namespace marovin::test {
+
+// A small Northwind-shaped SQLite database written once per test program.
+const std::string& SampleDatabasePath();
+std::shared_ptr<cDbConnection> SampleConnection();
+
+// One control on the sample database with scripted message boxes and in-memory settings,
+// shown offscreen so that real mouse and key events reach it.
+class ControlHarness {
+public:
+    explicit ControlHarness(std::shared_ptr<MemorySettingsStore> settings = nullptr);
+    ~ControlHarness();
+
+    uscMarovin& control() { return *m_control; }
+    void destroyControl();
+
+    QListWidget* tableList() const;
+    dvTablesAndJoins* diagram() const;
+    QTableView* grid() const;
+    QTreeWidget* conditions() const;
+    QTreeWidget* expressions() const;
+    SqlTextView* sqlView() const;
+    QCheckBox* checkBox(const char* name) const;
+    QPushButton* button(const char* name) const;
+
+    // Loads a query document into a new query given to the control.
+    void load(const std::string& xml);
+    // Selects the entry in the table list and clicks "Add table" with the mouse.
+    void placeTable(const QString& entry);
+    // Double-clicks a column row of a box in the diagram.
+    void chooseColumn(const QString& alias, const QString& column);
+    // Drags from one column row onto a column row of another box with the mouse.
+    void dragJoin(const QString& fromAlias, const QString& fromColumn, const QString& toAlias,
+                  const QString& toColumn);
+
+    // The grid's cell (row and column from 1) and row count.
+    QString cell(int row, int column) const;
+    int rows() const;
+    void clickButton(const char* name);
+
+    std::shared_ptr<ScriptedMessageBox> box = std::make_shared<ScriptedMessageBox>();
+    std::shared_ptr<MemorySettingsStore> settings;
+    std::shared_ptr<CountingBusyPointer> busy = std::make_shared<CountingBusyPointer>();
+    std::shared_ptr<cDbConnection> db;
+    std::shared_ptr<cSQLQuery> query = std::make_shared<cSQLQuery>();
+    int changed = 0;
+
+private:
+    std::unique_ptr<uscMarovin> m_control;
+};
+
+} // namespace marovin::test

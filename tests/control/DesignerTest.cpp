@@ -1,0 +1,181 @@
+#include "ControlHarness.h"
+#include "DesignerWindow.h"
+
+#include <QFile>
+#include <QGraphicsView>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace marovin;
+using namespace marovin::test;
+
+namespace {
+
+QString exampleDocument() {
+    return qEnvironmentVariable("MAROVIN_SOURCE_DIR") + "/examples/customers-freight.xml";
+}
+
+void writeFile(const QString& path, const QByteArray& content) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(content);
+}
+
+QByteArray readFile(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// A designer window on the sample database with scripted message boxes.
+struct Designer {
+    Designer() {
+        PlatformServices services;
+        services.messageBox = box;
+        services.settings = std::make_shared<MemorySettingsStore>();
+        services.busyPointer = std::make_shared<CountingBusyPointer>();
+        window = std::make_unique<DesignerWindow>(services);
+        window->show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+        window->setConnection(SampleConnection());
+    }
+    void chooseColumn(const QString& alias, const QString& column) {
+        auto* diagram = window->control()->findChild<dvTablesAndJoins*>("dvTablesAndJoins");
+        QTest::mouseDClick(diagram->view()->viewport(), Qt::LeftButton, {},
+                           diagram->columnPoint(alias, column));
+    }
+    std::shared_ptr<ScriptedMessageBox> box = std::make_shared<ScriptedMessageBox>();
+    std::unique_ptr<DesignerWindow> window;
+};
+
+} // namespace
+
+TEST(DesignerTest, SavedDocumentsOpenAgainWithTheSameQuery) {
+    QTemporaryDir dir;
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    EXPECT_FALSE(d.window->blnModified());
+    EXPECT_TRUE(d.window->windowTitle().startsWith("customers-freight.xml"));
+    EXPECT_TRUE(d.box->shown().empty());
+
+    d.chooseColumn("Orders", "ShipCity");
+    EXPECT_TRUE(d.window->blnModified());
+    const QString saved = dir.filePath("saved.xml");
+    ASSERT_TRUE(d.window->SaveDocumentAs(saved));
+    EXPECT_FALSE(d.window->blnModified());
+    EXPECT_EQ(d.window->strFileName(), saved);
+    const std::string sql = d.window->control()->strSQL();
+    EXPECT_NE(sql.find("Orders.ShipCity AS ShipCity"), std::string::npos);
+    EXPECT_EQ(readFile(saved).toStdString(), d.window->query()->ToXmlText(true));
+
+    Designer second;
+    ASSERT_TRUE(second.window->OpenDocument(saved));
+    EXPECT_EQ(second.window->control()->strSQL(), sql);
+    EXPECT_EQ(second.window->query()->ToXmlText(true), d.window->query()->ToXmlText(true));
+}
+
+TEST(DesignerTest, ABadDocumentLeavesTheCurrentQueryAndSaysWhy) {
+    QTemporaryDir dir;
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    const auto query = d.window->query();
+    const std::string sql = d.window->control()->strSQL();
+
+    const QString broken = dir.filePath("broken.xml");
+    writeFile(broken, "<SQLQuery><TABLES_USED>");
+    EXPECT_FALSE(d.window->OpenDocument(broken));
+    ASSERT_EQ(d.box->shown().size(), 1u);
+    EXPECT_EQ(d.box->shown()[0].icon, MessageIcon::Critical);
+    EXPECT_TRUE(d.box->shown()[0].strText.contains(broken));
+    EXPECT_TRUE(d.box->shown()[0].strText.contains("not a query document"));
+
+    const QString other = dir.filePath("other.xml");
+    writeFile(other, "<?xml version=\"1.0\"?><Report/>");
+    EXPECT_FALSE(d.window->OpenDocument(other));
+    EXPECT_FALSE(d.window->OpenDocument(dir.filePath("missing.xml")));
+    ASSERT_EQ(d.box->shown().size(), 3u);
+    EXPECT_TRUE(d.box->shown()[2].strText.contains("cannot be read"));
+
+    EXPECT_EQ(d.window->query(), query);
+    EXPECT_EQ(d.window->control()->SQLQueryObject(), query);
+    EXPECT_EQ(d.window->control()->strSQL(), sql);
+    EXPECT_EQ(d.window->strFileName(), exampleDocument());
+}
+
+TEST(DesignerTest, UnsavedChangesAreNotDiscardedWithoutAsking) {
+    QTemporaryDir dir;
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    d.chooseColumn("Customers", "City");
+    ASSERT_TRUE(d.window->blnModified());
+    const auto query = d.window->query();
+
+    d.box->QueueAnswer(MessageAnswer::Cancel);
+    EXPECT_FALSE(d.window->NewDocument());
+    ASSERT_EQ(d.box->shown().size(), 1u);
+    EXPECT_EQ(d.box->shown()[0].buttons, MessageButtons::YesNoCancel);
+    EXPECT_EQ(d.box->shown()[0].strCaption, "Marovin Designer");
+    EXPECT_EQ(d.window->query(), query);
+    EXPECT_TRUE(d.window->blnModified());
+
+    // Closing the window asks the same question; Cancel keeps it open.
+    d.box->QueueAnswer(MessageAnswer::Cancel);
+    EXPECT_FALSE(d.window->close());
+    EXPECT_TRUE(d.window->isVisible());
+
+    // Yes saves first (to the document's own file: use a copy).
+    const QString copy = dir.filePath("copy.xml");
+    ASSERT_TRUE(QFile::copy(exampleDocument(), copy));
+    d.box->QueueAnswer(MessageAnswer::No);
+    ASSERT_TRUE(d.window->OpenDocument(copy));
+    d.chooseColumn("Customers", "City");
+    d.box->QueueAnswer(MessageAnswer::Yes);
+    EXPECT_TRUE(d.window->NewDocument());
+    EXPECT_TRUE(readFile(copy).contains("<NAME>Customers.City</NAME>"));
+    EXPECT_EQ(d.window->query()->Tables()->Count(), 0);
+    EXPECT_TRUE(d.window->strFileName().isEmpty());
+    EXPECT_FALSE(d.window->blnModified());
+
+    // No discards.
+    ASSERT_TRUE(d.window->OpenDocument(copy));
+    d.chooseColumn("Orders", "ShipName");
+    d.box->QueueAnswer(MessageAnswer::No);
+    EXPECT_TRUE(d.window->NewDocument());
+    EXPECT_FALSE(readFile(copy).contains("ShipName"));
+}
+
+TEST(DesignerTest, ScriptModesPrintTheSqlSaveTheDocumentAndRenderTheWindow) {
+    QTemporaryDir dir;
+    const QString saved = dir.filePath("out.xml");
+    const QString png = dir.filePath("shot.png");
+    QProcess designer;
+    designer.start(MAROVIN_DESIGNER_EXE,
+                   {"--sqlite", QString::fromStdString(SampleDatabasePath()), "--open",
+                    exampleDocument(), "--print-sql", "--save-as", saved, "--screenshot", png});
+    ASSERT_TRUE(designer.waitForFinished(60000));
+    EXPECT_EQ(designer.exitCode(), 0) << designer.readAllStandardError().toStdString();
+    const QByteArray sql = designer.readAllStandardOutput();
+
+    QProcess render;
+    render.start(MAROVIN_TOOL_EXE, {"render", saved});
+    ASSERT_TRUE(render.waitForFinished(30000));
+    ASSERT_EQ(render.exitCode(), 0);
+    EXPECT_EQ(sql, render.readAllStandardOutput());
+    EXPECT_TRUE(sql.contains("\r\nFROM\r\n"));
+
+    QImage image(png);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_GE(image.width(), 800);
+
+    QProcess bad;
+    const QString broken = dir.filePath("broken.xml");
+    writeFile(broken, "not xml");
+    bad.start(MAROVIN_DESIGNER_EXE, {"--sqlite", QString::fromStdString(SampleDatabasePath()),
+                                     "--open", broken, "--print-sql"});
+    ASSERT_TRUE(bad.waitForFinished(60000));
+    EXPECT_EQ(bad.exitCode(), 1);
+    EXPECT_TRUE(bad.readAllStandardOutput().isEmpty());
+    EXPECT_TRUE(bad.readAllStandardError().contains("not a query document"));
+}

@@ -1,0 +1,243 @@
+#include "ControlHarness.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace marovin;
+using namespace marovin::test;
+
+namespace {
+
+constexpr int kAlias = 2;
+constexpr int kAggregation = 3;
+
+// Opens the editor of a grid cell with F2, as a user would.
+QWidget* startEdit(ControlHarness& h, int row, int column) {
+    QTableView* grid = h.grid();
+    grid->setFocus();
+    grid->setCurrentIndex(grid->model()->index(row - 1, column - 1));
+    QTest::keyClick(grid, Qt::Key_F2);
+    return grid->indexWidget(grid->currentIndex()) != nullptr
+               ? grid->indexWidget(grid->currentIndex())
+               : QApplication::focusWidget();
+}
+
+// Replaces the alias of a row by typing: the old text is erased with backspace, then the keys
+// are typed one by one and Enter commits.
+void typeAlias(ControlHarness& h, int row, const QString& keys) {
+    QWidget* editor = startEdit(h, row, kAlias);
+    auto* line = qobject_cast<QLineEdit*>(editor);
+    ASSERT_NE(line, nullptr);
+    QTest::keyClick(line, Qt::Key_End);
+    const int length = static_cast<int>(line->text().size());
+    for (int i = 0; i < length; ++i)
+        QTest::keyClick(line, Qt::Key_Backspace);
+    QTest::keyClicks(line, keys);
+    QTest::keyClick(line, Qt::Key_Return);
+    // The view commits the edit from its event queue.
+    QApplication::processEvents();
+}
+
+void chooseThree(ControlHarness& h) {
+    h.placeTable("dbo.Orders");
+    h.chooseColumn("Orders", "OrderID");
+    h.chooseColumn("Orders", "Freight");
+    h.chooseColumn("Orders", "ShipCity");
+}
+
+} // namespace
+
+TEST(SelectedItemsGridTest, HasTheFiveColumnsAndTheAggregationChoices) {
+    ControlHarness h;
+    QAbstractItemModel* model = h.grid()->model();
+    ASSERT_EQ(model->columnCount(), 5);
+    const QStringList expected{"Selected Field", "Alias", "Aggregation", "From Table",
+                               "Table Alias"};
+    for (int c = 0; c < 5; ++c)
+        EXPECT_EQ(model->headerData(c, Qt::Horizontal).toString(), expected[c]);
+
+    h.placeTable("dbo.Orders");
+    h.chooseColumn("Orders", "Freight");
+    auto* combo = qobject_cast<QComboBox*>(startEdit(h, 1, kAggregation));
+    ASSERT_NE(combo, nullptr);
+    QStringList items;
+    for (int i = 0; i < combo->count(); ++i)
+        items << combo->itemText(i);
+    EXPECT_EQ(items, (QStringList{"<none>", "AVG", "COUNT", "MAX", "MIN", "STDEV", "STDEVP", "SUM",
+                                  "VAR", "VARP"}));
+    EXPECT_EQ(combo->currentText(), "<none>");
+
+    // Choosing with the keyboard commits at once and aggregates the field.
+    h.changed = 0;
+    QTest::keyClick(combo, Qt::Key_Down);
+    EXPECT_EQ(h.cell(1, kAggregation), "AVG");
+    EXPECT_EQ(h.changed, 1);
+    EXPECT_NE(h.control().strSQL().find("AVG(Orders.Freight) AS Freight"), std::string::npos);
+}
+
+TEST(SelectedItemsGridTest, OnlyAliasAndAggregationCanBeEdited) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    h.chooseColumn("Orders", "Freight");
+    for (int column : {1, 4, 5}) {
+        startEdit(h, 1, column);
+        EXPECT_EQ(h.grid()->indexWidget(h.grid()->currentIndex()), nullptr) << column;
+        QTest::keyClicks(h.grid(), "xy");
+    }
+    EXPECT_EQ(h.cell(1, 1), "Freight");
+    EXPECT_EQ(h.cell(1, 4), "dbo.Orders");
+    EXPECT_EQ(h.cell(1, 5), "Orders");
+}
+
+TEST(SelectedItemsGridTest, TypedAliasesAreFilteredTrimmedAndMadeUnique) {
+    ControlHarness h;
+    chooseThree(h);
+    h.changed = 0;
+
+    // Characters outside letters, digits, "_" and the blank are swallowed while typing.
+    typeAlias(h, 2, "Net-Freight.v$");
+    EXPECT_EQ(h.cell(2, kAlias), "NetFreightv");
+    EXPECT_EQ(h.changed, 1);
+    EXPECT_NE(h.control().strSQL().find("Orders.Freight AS NetFreightv"), std::string::npos);
+
+    // Blanks around are trimmed and a leading digit becomes "_".
+    typeAlias(h, 2, " 9abc ");
+    EXPECT_EQ(h.cell(2, kAlias), "_abc");
+
+    // An alias used by another row falls back to the field name; when that is taken too (here
+    // by the row's own alias), the proposal is numbered.
+    typeAlias(h, 3, "OrderID");
+    EXPECT_EQ(h.cell(3, kAlias), "OrderID2");
+    typeAlias(h, 2, "OrderID");
+    EXPECT_EQ(h.cell(2, kAlias), "Freight");
+    // Not used by another row: kept as typed.
+    typeAlias(h, 2, "ShipCity");
+    EXPECT_EQ(h.cell(2, kAlias), "ShipCity");
+
+    // With the alias emptied, digits are refused until the row has an alias again.
+    typeAlias(h, 1, "   ");
+    EXPECT_EQ(h.cell(1, kAlias), "");
+    typeAlias(h, 1, "7x8");
+    EXPECT_EQ(h.cell(1, kAlias), "x");
+    typeAlias(h, 1, "x8");
+    EXPECT_EQ(h.cell(1, kAlias), "x8");
+}
+
+TEST(SelectedItemsGridTest, RepeatedFieldNamesAreNumberedAndDuplicatesRefused) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    h.placeTable("dbo.Customers");
+    h.placeTable("dbo.Orders");
+    h.chooseColumn("Orders", "CustomerID");
+    h.chooseColumn("Customers", "CustomerID");
+    h.chooseColumn("Orders1", "CustomerID");
+    ASSERT_EQ(h.rows(), 3);
+    EXPECT_EQ(h.cell(1, kAlias), "CustomerID");
+    EXPECT_EQ(h.cell(2, kAlias), "CustomerID2");
+    EXPECT_EQ(h.cell(3, kAlias), "CustomerID3");
+    EXPECT_EQ(h.cell(3, 5), "Orders1");
+    EXPECT_EQ(h.cell(3, 4), "dbo.Orders");
+    EXPECT_TRUE(h.box->shown().empty());
+
+    h.changed = 0;
+    h.chooseColumn("Customers", "CustomerID");
+    EXPECT_EQ(h.rows(), 3);
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strCaption, "Select a Column");
+    EXPECT_EQ(h.box->shown()[0].strText,
+              "Customers.CustomerID is already in the list of Select items");
+    EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Exclamation);
+    // The change notification still runs after a refused duplicate.
+    EXPECT_EQ(h.changed, 1);
+}
+
+TEST(SelectedItemsGridTest, MovingRowsChangesTheSelectOrder) {
+    ControlHarness h;
+    chooseThree(h);
+    QTableView* grid = h.grid();
+    grid->setCurrentIndex(grid->model()->index(2, 0));
+    h.changed = 0;
+
+    // The last row cannot go further down: nothing changes and nothing is raised.
+    h.clickButton("cmdMoveDown");
+    EXPECT_EQ(h.changed, 0);
+    EXPECT_EQ(h.cell(3, 1), "ShipCity");
+
+    h.clickButton("cmdMoveUp");
+    EXPECT_EQ(h.changed, 1);
+    EXPECT_EQ(h.cell(2, 1), "ShipCity");
+    EXPECT_EQ(h.cell(3, 1), "Freight");
+    EXPECT_EQ(grid->currentIndex().row(), 1);
+    h.clickButton("cmdMoveUp");
+    EXPECT_EQ(h.cell(1, 1), "ShipCity");
+    EXPECT_EQ(grid->currentIndex().row(), 0);
+    EXPECT_EQ(h.query->SelectedItems()->Item(1)->strAlias(), "ShipCity");
+    EXPECT_EQ(h.control().strSQL().rfind("SELECT\r\n     Orders.ShipCity AS ShipCity,", 0), 0u)
+        << h.control().strSQL();
+
+    h.changed = 0;
+    h.clickButton("cmdMoveUp");
+    EXPECT_EQ(h.changed, 0);
+    h.clickButton("cmdMoveDown");
+    EXPECT_EQ(h.cell(2, 1), "ShipCity");
+    EXPECT_EQ(h.changed, 1);
+}
+
+TEST(SelectedItemsGridTest, RemovingRowsRaisesChangedTwiceAndDisablesTheButtonsAtTheEnd) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    h.chooseColumn("Orders", "OrderID");
+    h.chooseColumn("Orders", "Freight");
+    EXPECT_TRUE(h.button("cmdRemoveSelectItem")->isEnabled());
+    QCheckBox* unique = h.checkBox("chkUniqueRecords");
+    ASSERT_TRUE(unique->isEnabled());
+    QTest::mouseClick(unique, Qt::LeftButton, {}, QPoint(5, unique->height() / 2));
+    ASSERT_TRUE(unique->isChecked());
+    EXPECT_TRUE(h.query->blnUniqueRecordsOnly());
+    EXPECT_EQ(h.control().strSQL().rfind("SELECT DISTINCT", 0), 0u) << h.control().strSQL();
+
+    h.grid()->setCurrentIndex(h.grid()->model()->index(0, 1));
+    h.changed = 0;
+    h.clickButton("cmdRemoveSelectItem");
+    EXPECT_EQ(h.changed, 2); // once before the row goes, once by the change notification
+    ASSERT_EQ(h.rows(), 1);
+    EXPECT_EQ(h.cell(1, 1), "Freight");
+    EXPECT_TRUE(h.box->shown().empty()); // no confirmation is asked
+
+    // RemoveSelectItem(true) behaves exactly like RemoveSelectItem(false).
+    h.grid()->setCurrentIndex(h.grid()->model()->index(0, 0));
+    h.control().RemoveSelectItem(true);
+    EXPECT_EQ(h.rows(), 0);
+    EXPECT_TRUE(h.box->shown().empty());
+    EXPECT_FALSE(h.button("cmdRemoveSelectItem")->isEnabled());
+    EXPECT_FALSE(h.button("cmdMoveUp")->isEnabled());
+    EXPECT_FALSE(h.button("cmdMoveDown")->isEnabled());
+    EXPECT_FALSE(unique->isEnabled());
+    EXPECT_FALSE(unique->isChecked());
+
+    h.changed = 0;
+    h.control().RemoveSelectItem(false); // nothing left: nothing happens
+    EXPECT_EQ(h.changed, 0);
+}
+
+TEST(SelectedItemsGridTest, AProposedAliasEqualToACalculatedItemIsKept) {
+    ControlHarness h;
+    h.load(R"(<SQLQuery>
+  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
+  <ITEMS_SELECTED>
+    <ITEM><NAME>Orders.OrderID</NAME><ALIAS>Freight</ALIAS></ITEM>
+  </ITEMS_SELECTED>
+  <CALCULATED_ITEMS>
+    <ITEM><ITEM_NAME>ShipCity</ITEM_NAME><COMPUTATION>UPPER(Orders.ShipCity)</COMPUTATION></ITEM>
+    <ITEM><ITEM_NAME>Freight2</ITEM_NAME><COMPUTATION>Orders.Freight * 2</COMPUTATION></ITEM>
+  </CALCULATED_ITEMS>
+</SQLQuery>)");
+    // No other row uses ShipCity: kept, although a calculated item has that name.
+    h.chooseColumn("Orders", "ShipCity");
+    EXPECT_EQ(h.cell(2, kAlias), "ShipCity");
+    // Freight is in use and so is the field name; Freight2 is a calculated item: Freight3.
+    h.chooseColumn("Orders", "Freight");
+    EXPECT_EQ(h.cell(3, kAlias), "Freight3");
+}

@@ -1,0 +1,328 @@
+#include "ControlHarness.h"
+
+#include <QDropEvent>
+#include <QGraphicsView>
+#include <QMimeData>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace marovin;
+using namespace marovin::test;
+
+namespace {
+
+QStringList listEntries(QListWidget* list) {
+    QStringList entries;
+    for (int i = 0; i < list->count(); ++i)
+        entries << list->item(i)->text();
+    return entries;
+}
+
+} // namespace
+
+TEST(TablesPaneTest, ChoosingAColumnAddsARowRaisesChangedThenShowsTheNewSql) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    ASSERT_EQ(h.diagram()->tableAliases(), QStringList{"Orders"});
+    const std::string before = h.control().strSQL();
+    h.changed = 0;
+
+    // The host reads the query and the SQL inside its Changed handler: both are still as they
+    // were before the edit.
+    std::string sqlSeenByHost;
+    long itemsSeenByHost = -1;
+    std::string viewSeenByHost;
+    auto connection = QObject::connect(&h.control(), &uscMarovin::Changed, [&] {
+        sqlSeenByHost = h.control().SQLQueryObject()->strSQL();
+        itemsSeenByHost = h.control().SQLQueryObject()->SelectedItems()->Count();
+        viewSeenByHost = h.sqlView()->strText();
+    });
+    h.chooseColumn("Orders", "Freight");
+    QObject::disconnect(connection);
+
+    EXPECT_EQ(h.changed, 1);
+    EXPECT_EQ(itemsSeenByHost, 0);
+    EXPECT_EQ(sqlSeenByHost, before);
+    EXPECT_EQ(viewSeenByHost, before);
+
+    ASSERT_EQ(h.rows(), 1);
+    EXPECT_EQ(h.cell(1, 1), "Freight");
+    EXPECT_EQ(h.cell(1, 2), "Freight");
+    EXPECT_EQ(h.cell(1, 3), "<none>");
+    EXPECT_EQ(h.cell(1, 4), "dbo.Orders");
+    EXPECT_EQ(h.cell(1, 5), "Orders");
+
+    const std::string sql = h.control().strSQL();
+    EXPECT_EQ(sql.rfind("SELECT\r\n     Orders.Freight AS Freight\r\nFROM", 0), 0u) << sql;
+    EXPECT_NE(sql.find("dbo.Orders AS Orders"), std::string::npos) << sql;
+    EXPECT_EQ(sql, h.query->strSQL());
+    EXPECT_EQ(h.sqlView()->strText(), sql);
+    EXPECT_EQ(h.control().SQLQueryObject(), h.query); // rebuilt in place, same object
+    EXPECT_EQ(h.query->SelectedItems()->Count(), 1);
+    EXPECT_EQ(h.busy->lngDepth(), 0);
+}
+
+TEST(TablesPaneTest, RepeatedTablesGetNumberedAliasesAndBoxesSideBySide) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    h.placeTable("dbo.Orders");
+    h.placeTable("dbo.Orders");
+    h.placeTable("dbo.Order Details");
+    EXPECT_EQ(h.diagram()->tableAliases(),
+              (QStringList{"Orders", "Orders1", "Orders2", "Order Details"}));
+    EXPECT_EQ(h.diagram()->tableColumns("Orders1").size(), 14);
+    EXPECT_EQ(h.diagram()->tableColumns("Order Details"),
+              (QStringList{"OrderID", "ProductID", "UnitPrice", "Quantity", "Discount"}));
+    // Each box starts further right than the one placed before it.
+    EXPECT_LT(h.diagram()->tableSceneRect("Orders").left(),
+              h.diagram()->tableSceneRect("Orders1").left());
+    EXPECT_LT(h.diagram()->tableSceneRect("Orders1").left(),
+              h.diagram()->tableSceneRect("Orders2").left());
+    EXPECT_EQ(h.changed, 4);
+    h.chooseColumn("Order Details", "Quantity");
+
+    ASSERT_EQ(h.query->Tables()->Count(), 4);
+    EXPECT_EQ(h.query->Tables()->Item(3)->strName(), "dbo.Orders");
+    EXPECT_EQ(h.query->Tables()->Item(3)->strAlias(), "Orders2");
+    EXPECT_NE(h.control().strSQL().find("dbo.[Order Details] AS [Order Details]"),
+              std::string::npos);
+}
+
+TEST(TablesPaneTest, TablesArePlacedByEnterDoubleClickAndDragFromTheList) {
+    ControlHarness h;
+    QListWidget* list = h.tableList();
+    auto* customers = list->findItems("dbo.Customers", Qt::MatchExactly).value(0);
+    ASSERT_NE(customers, nullptr);
+    list->setFocus();
+    list->setCurrentItem(customers);
+    QTest::keyClick(list, Qt::Key_Return);
+    EXPECT_EQ(h.diagram()->tableAliases(), QStringList{"Customers"});
+
+    auto* shippers = list->findItems("dbo.Shippers", Qt::MatchExactly).value(0);
+    ASSERT_NE(shippers, nullptr);
+    list->scrollToItem(shippers);
+    const QPoint onShippers = list->visualItemRect(shippers).center();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, onShippers);
+    QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, onShippers);
+    EXPECT_EQ(h.diagram()->tableAliases(), (QStringList{"Customers", "Shippers"}));
+
+    // Dropping a dragged list entry onto the diagram places that entry, whichever is selected.
+    auto* employees = list->findItems("dbo.Employees", Qt::MatchExactly).value(0);
+    ASSERT_NE(employees, nullptr);
+    list->setCurrentItem(customers);
+    std::unique_ptr<QMimeData> mime(
+        list->model()->mimeData({list->model()->index(list->row(employees), 0)}));
+    QWidget* target = h.diagram()->view()->viewport();
+    const QPoint at(target->width() / 2, target->height() / 2);
+    QDragEnterEvent enter(at, Qt::CopyAction, mime.get(), Qt::LeftButton, {});
+    QApplication::sendEvent(target, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    EXPECT_EQ(h.diagram()->tableAliases().size(), 2); // entering places nothing
+    QDropEvent drop(QPointF(at), Qt::CopyAction, mime.get(), Qt::LeftButton, {});
+    QApplication::sendEvent(target, &drop);
+    EXPECT_TRUE(drop.isAccepted());
+    EXPECT_EQ(h.diagram()->tableAliases(), (QStringList{"Customers", "Shippers", "Employees"}));
+
+    // Text that is not an entry of the list is not placed.
+    QMimeData foreign;
+    foreign.setText("dbo.Orders");
+    QDropEvent other(QPointF(at), Qt::CopyAction, &foreign, Qt::LeftButton, {});
+    QApplication::sendEvent(target, &other);
+    EXPECT_EQ(h.diagram()->tableAliases().size(), 3);
+}
+
+TEST(TablesPaneTest, ViewsAreListedOnlyWhileTheBoxIsTicked) {
+    ControlHarness h;
+    QListWidget* list = h.tableList();
+    EXPECT_TRUE(listEntries(list).contains("dbo.Current Product List"));
+    EXPECT_TRUE(listEntries(list).contains("dbo.Orders"));
+    QCheckBox* views = h.checkBox("chkAlsoListViews");
+    QTest::mouseClick(views, Qt::LeftButton, {}, QPoint(5, views->height() / 2));
+    EXPECT_FALSE(views->isChecked());
+    EXPECT_FALSE(listEntries(list).contains("dbo.Current Product List"));
+    EXPECT_TRUE(listEntries(list).contains("dbo.Orders"));
+    EXPECT_FALSE(h.control().DatabaseObject()->blnIncludeViews());
+    EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemViews());
+
+    QCheckBox* system = h.checkBox("chkAlsoListSystemTables");
+    QTest::mouseClick(system, Qt::LeftButton, {}, QPoint(5, system->height() / 2));
+    EXPECT_FALSE(h.control().DatabaseObject()->blnExcludeSystemTables());
+    // System views stay excluded while views are not listed at all.
+    EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemViews());
+    EXPECT_EQ(h.changed, 0); // the list options do not change the query
+}
+
+TEST(TablesPaneTest, JoinsAreAcceptedUnlessBothTablesAreJoinedAlready) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    h.placeTable("dbo.Customers");
+    h.placeTable("dbo.Employees");
+    h.placeTable("dbo.Shippers");
+    h.chooseColumn("Customers", "CompanyName");
+    h.changed = 0;
+
+    h.dragJoin("Orders", "CustomerID", "Customers", "CustomerID");
+    ASSERT_EQ(h.diagram()->joinCount(), 1);
+    EXPECT_EQ(h.changed, 1);
+    EXPECT_NE(h.control().strSQL().find(
+                  "INNER JOIN dbo.Customers AS Customers\r\n     ON (Orders.CustomerID = "
+                  "Customers.CustomerID)"),
+              std::string::npos)
+        << h.control().strSQL();
+
+    // A second join between the same two tables is accepted and merged into the one join.
+    h.dragJoin("Orders", "ShipCity", "Customers", "City");
+    ASSERT_EQ(h.diagram()->joinCount(), 2);
+    ASSERT_EQ(h.query->JoinConditions()->Count(), 1);
+    EXPECT_EQ(h.query->JoinConditions()->Item(1)->strCondition(),
+              "(Orders.CustomerID = Customers.CustomerID and Orders.ShipCity = Customers.City)");
+
+    // Employees is new: accepted. Shippers then joins the chain through a new table too.
+    h.dragJoin("Employees", "EmployeeID", "Orders", "EmployeeID");
+    EXPECT_EQ(h.diagram()->joinCount(), 3);
+    EXPECT_TRUE(h.box->shown().empty());
+
+    // Customers and Employees both take part in joins already: refused, with the message.
+    h.dragJoin("Customers", "City", "Employees", "City");
+    EXPECT_EQ(h.diagram()->joinCount(), 3);
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strCaption, "Add join");
+    EXPECT_EQ(h.box->shown()[0].strText, "Loops not allowed in join-schema.");
+    EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Exclamation);
+    EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::Ok);
+    EXPECT_EQ(h.query->JoinConditions()->Count(), 2);
+}
+
+TEST(TablesPaneTest, TwoSeparatePairsCannotBeJoinedToEachOther) {
+    ControlHarness h;
+    for (const char* table : {"dbo.Orders", "dbo.Customers", "dbo.Employees", "dbo.Shippers"})
+        h.placeTable(table);
+    ASSERT_TRUE(
+        h.diagram()->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
+    ASSERT_TRUE(h.diagram()->AddJoin("Employees", "Title", "Shippers", "CompanyName", "Left Join"));
+    h.dragJoin("Customers", "CompanyName", "Employees", "LastName");
+    EXPECT_EQ(h.diagram()->joinCount(), 2);
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strText, "Loops not allowed in join-schema.");
+}
+
+TEST(TablesPaneTest, JoinsOfOtherTypeOrDirectionStaySeparate) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    h.placeTable("dbo.Customers");
+    ASSERT_TRUE(
+        h.diagram()->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Left Join"));
+    ASSERT_TRUE(h.diagram()->AddJoin("Orders", "ShipCity", "Customers", "City", "Inner Join"));
+    ASSERT_TRUE(h.diagram()->AddJoin("Customers", "Country", "Orders", "ShipCountry", "Left Join"));
+    const auto joins = h.query->JoinConditions();
+    ASSERT_EQ(joins->Count(), 3);
+    EXPECT_EQ(joins->Item(1)->strCondition(), "(Orders.CustomerID = Customers.CustomerID)");
+    EXPECT_TRUE(joins->Item(1)->blnIncludeAllRowsOfLeftTable());
+    EXPECT_FALSE(joins->Item(1)->blnIncludeAllRowsOfRightTable());
+    EXPECT_FALSE(joins->Item(2)->blnIncludeAllRowsOfLeftTable());
+    EXPECT_EQ(joins->Item(3)->LeftTable()->strAlias(), "Customers");
+    EXPECT_EQ(joins->Item(3)->RightTable()->strAlias(), "Orders");
+
+    ASSERT_TRUE(h.diagram()->setJoinType(2, "Full Join"));
+    EXPECT_TRUE(h.query->JoinConditions()->Item(2)->blnIncludeAllRowsOfLeftTable());
+    EXPECT_TRUE(h.query->JoinConditions()->Item(2)->blnIncludeAllRowsOfRightTable());
+}
+
+TEST(TablesPaneTest, RemovingATableAsksAndTakesItsRowsItemsAndConditionsAlong) {
+    ControlHarness h;
+    h.load(R"(<SQLQuery>
+  <TABLES_USED>
+    <TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE>
+    <TABLE><NAME>dbo.Customers</NAME><ALIAS>Customers</ALIAS></TABLE>
+  </TABLES_USED>
+  <ITEMS_SELECTED>
+    <ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS></ITEM>
+    <ITEM><NAME>Customers.CompanyName</NAME><ALIAS>CompanyName</ALIAS></ITEM>
+    <ITEM><NAME>Orders.OrderID</NAME><ALIAS>OrderID</ALIAS></ITEM>
+  </ITEMS_SELECTED>
+  <CALCULATED_ITEMS>
+    <ITEM><ITEM_NAME>Total</ITEM_NAME><COMPUTATION>SUM(Orders.Freight)</COMPUTATION></ITEM>
+    <ITEM><ITEM_NAME>Who</ITEM_NAME><COMPUTATION>Customers.ContactName</COMPUTATION></ITEM>
+  </CALCULATED_ITEMS>
+  <JOINS><JOIN><LEFT_TABLE allrows="False">Orders</LEFT_TABLE>
+    <RIGHT_TABLE allrows="False">Customers</RIGHT_TABLE>
+    <CONDITION>(Orders.CustomerID = Customers.CustomerID)</CONDITION></JOIN></JOINS>
+  <FIXED_FILTERS>
+    <FILTER isactive="True">Customers.Country = 'Germany'</FILTER>
+    <FILTER isactive="True">Orders.Freight &gt; 10</FILTER>
+  </FIXED_FILTERS>
+</SQLQuery>)");
+    ASSERT_EQ(h.rows(), 3);
+    ASSERT_EQ(h.diagram()->joinCount(), 1);
+
+    // Answering No keeps everything.
+    h.box->QueueAnswer(MessageAnswer::No);
+    QTest::mouseClick(h.diagram()->view()->viewport(), Qt::LeftButton, {},
+                      h.diagram()->closeButtonPoint("Customers"));
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strCaption, "Remove a Table");
+    EXPECT_EQ(h.box->shown()[0].strText,
+              "Do you really want to remove table Customers?\r\nRemoving a table may have "
+              "implications for selected fields and expressions");
+    EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::YesNo);
+    EXPECT_TRUE(h.diagram()->hasTable("Customers"));
+    EXPECT_EQ(h.rows(), 3);
+
+    h.box->QueueAnswer(MessageAnswer::Yes);
+    QTest::mouseClick(h.diagram()->view()->viewport(), Qt::LeftButton, {},
+                      h.diagram()->closeButtonPoint("Customers"));
+    EXPECT_FALSE(h.diagram()->hasTable("Customers"));
+    EXPECT_EQ(h.diagram()->joinCount(), 0);
+    ASSERT_EQ(h.rows(), 2);
+    EXPECT_EQ(h.cell(1, 2), "Freight");
+    EXPECT_EQ(h.cell(2, 2), "OrderID");
+    ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
+    EXPECT_EQ(h.expressions()->topLevelItem(0)->text(0), "Total");
+    ASSERT_EQ(h.conditions()->topLevelItemCount(), 1);
+    EXPECT_EQ(h.conditions()->topLevelItem(0)->text(0), "Orders.Freight > 10");
+    EXPECT_EQ(h.control().strSQL().find("Customers"), std::string::npos) << h.control().strSQL();
+    EXPECT_EQ(h.query->Tables()->Count(), 1);
+
+    // The last table takes every row with it, whatever table the row names.
+    h.box->QueueAnswer(MessageAnswer::Yes);
+    ASSERT_TRUE(h.diagram()->requestTableRemoval("Orders"));
+    EXPECT_EQ(h.rows(), 0);
+    EXPECT_FALSE(h.button("cmdRemoveSelectItem")->isEnabled());
+    EXPECT_EQ(h.expressions()->topLevelItemCount(), 0);
+}
+
+TEST(TablesPaneTest, TheAliasIsRemovedAsASubstringOfExpressionsAndConditions) {
+    ControlHarness h;
+    h.load(R"(<SQLQuery>
+  <TABLES_USED>
+    <TABLE><NAME>dbo.Region</NAME><ALIAS>Region</ALIAS></TABLE>
+    <TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE>
+  </TABLES_USED>
+  <CALCULATED_ITEMS>
+    <ITEM><ITEM_NAME>A</ITEM_NAME><COMPUTATION>Orders.ShipRegion</COMPUTATION></ITEM>
+    <ITEM><ITEM_NAME>B</ITEM_NAME><COMPUTATION>Orders.Freight</COMPUTATION></ITEM>
+  </CALCULATED_ITEMS>
+</SQLQuery>)");
+    h.box->QueueAnswer(MessageAnswer::Yes);
+    ASSERT_TRUE(h.diagram()->requestTableRemoval("Region"));
+    // "ShipRegion" contains "Region": that item goes too.
+    ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
+    EXPECT_EQ(h.expressions()->topLevelItem(0)->text(0), "B");
+}
+
+TEST(TablesPaneTest, AllColumnsAddsEveryColumnWithoutDuplicates) {
+    ControlHarness h;
+    h.placeTable("dbo.Shippers");
+    h.chooseColumn("Shippers", "Phone");
+    h.changed = 0;
+    QTest::mouseDClick(h.diagram()->view()->viewport(), Qt::LeftButton, {},
+                       h.diagram()->allColumnsPoint("Shippers"));
+    ASSERT_EQ(h.rows(), 3);
+    EXPECT_EQ(h.cell(1, 1), "Phone");
+    EXPECT_EQ(h.cell(2, 1), "ShipperID");
+    EXPECT_EQ(h.cell(3, 1), "CompanyName");
+    EXPECT_TRUE(h.box->shown().empty()); // the duplicate is skipped silently here
+    EXPECT_EQ(h.changed, 1);
+    EXPECT_EQ(h.busy->lngDepth(), 0);
+    EXPECT_GT(h.busy->lngShown(), 0);
+}
