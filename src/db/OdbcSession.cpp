@@ -154,6 +154,9 @@ OdbcSession::OdbcSession(const std::string& connectionString, std::int32_t login
     std::memset(info, 0, sizeof info);
     if (ok(SQLGetInfo(m_dbc, SQL_SEARCH_PATTERN_ESCAPE, info, sizeof info, &infoLength)))
         m_searchEscape = info;
+    SQLUINTEGER schemaUsage = 0;
+    if (ok(SQLGetInfo(m_dbc, SQL_SCHEMA_USAGE, &schemaUsage, sizeof schemaUsage, nullptr)))
+        m_schemaUsage = schemaUsage != 0;
 }
 
 OdbcSession::~OdbcSession() {
@@ -207,7 +210,10 @@ std::vector<DbSession::TableRow> OdbcSession::Tables() {
 
 std::vector<std::string> OdbcSession::Columns(const std::string& schema, const std::string& table) {
     Stmt stmt(*this);
-    std::string s = searchPattern(schema), t = searchPattern(table);
+    // An empty restriction means any: "%" rather than a null argument, because some drivers
+    // (psqlODBC) read a null schema as "the schemas on the search path" only.
+    std::string s = schema.empty() ? (m_schemaUsage ? "%" : "") : searchPattern(schema);
+    std::string t = table.empty() ? "%" : searchPattern(table);
     auto arg = [](std::string& v) {
         return v.empty() ? nullptr : reinterpret_cast<SQLCHAR*>(v.data());
     };

@@ -41,6 +41,7 @@ private:
     std::int32_t m_commandTimeout;
     std::string m_dbmsName;
     std::string m_searchEscape;
+    bool m_schemaUsage = false; // whether the source has schemas
 };
 
 } // namespace marovin

@@ -1,0 +1,208 @@
+// cDbConnection's generic ODBC provider against a real PostgreSQL server, reached through the
+// unixODBC driver manager and psqlODBC. The server is started by the tests on 127.0.0.1.
+
+#include "PostgresServer.h"
+
+#include <gtest/gtest.h>
+#include <marovin/DbSession.h>
+#include <marovin/cDbConnection.h>
+#include <memory>
+
+namespace marovin {
+namespace {
+
+constexpr const char* kSuperuserPassword = "Sup3r-secret";
+// A password with every character that could break out of a connection string value.
+constexpr const char* kHostilePassword = "p;w}d={x}=;PORT=1";
+
+const char* const kSchemaScript[] = {
+    "CREATE SCHEMA sales",
+    "CREATE TABLE public.orders (id integer PRIMARY KEY, amount numeric(10,2), note text)",
+    "CREATE TABLE sales.orders (id integer PRIMARY KEY, region text)",
+    "CREATE TABLE public.\"Order Details\" (\"OrderID\" integer, \"Unit Price\" money, "
+    "\"Quantity\" smallint)",
+    "CREATE TABLE public.a_b (p integer)",
+    "CREATE TABLE public.axb (q integer)",
+    "CREATE VIEW public.big_orders AS SELECT id, amount FROM public.orders WHERE amount > 100",
+    "INSERT INTO public.orders SELECT g, g * 0.5, CASE WHEN g % 2 = 0 THEN '' END "
+    "FROM generate_series(1, 500) AS g",
+    "INSERT INTO sales.orders VALUES (1, 'North'), (2, 'South')",
+    "CREATE ROLE hostile LOGIN PASSWORD 'p;w}d={x}=;PORT=1'",
+    "GRANT SELECT ON ALL TABLES IN SCHEMA public TO hostile",
+};
+
+class OdbcPostgres : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        if (test::PostgresServer::FindBinaries().empty())
+            return;
+        s_server = std::make_unique<test::PostgresServer>();
+        if (!s_server->Start(kSuperuserPassword, s_startError))
+            return;
+        cDbConnection admin = connection("postgres", kSuperuserPassword);
+        auto session = admin.GetConnection();
+        if (!session) {
+            s_startError = "cannot connect: " + cDbConnection::LastConnectionError();
+            return;
+        }
+        try {
+            for (const char* sql : kSchemaScript)
+                session->Execute(sql);
+        } catch (const std::exception& e) {
+            s_startError = std::string("cannot set up the database: ") + e.what();
+        }
+    }
+    static void TearDownTestSuite() { s_server.reset(); }
+
+    void SetUp() override {
+        if (test::PostgresServer::FindBinaries().empty())
+            GTEST_SKIP() << "PostgreSQL server binaries (initdb, postgres) are not installed";
+        ASSERT_EQ(s_startError, "") << "log: " << (s_server ? s_server->log() : "");
+        db = connection("postgres", kSuperuserPassword);
+    }
+
+    static cDbConnection connection(const std::string& user, const std::string& password) {
+        cDbConnection c;
+        c.setStrProvider(cDbConnection::kProviderOdbc);
+        c.setStrConnectionString("DRIVER={PostgreSQL ANSI};SERVER=127.0.0.1;PORT=" +
+                                 std::to_string(s_server->port()));
+        c.setStrDatabase("postgres");
+        c.setStrUserName(user);
+        c.setStrPassword(password);
+        c.setLngLoginTimeout(10);
+        return c;
+    }
+
+    static std::unique_ptr<test::PostgresServer> s_server;
+    static std::string s_startError;
+    cDbConnection db;
+};
+
+std::unique_ptr<test::PostgresServer> OdbcPostgres::s_server;
+std::string OdbcPostgres::s_startError;
+
+std::vector<std::string> splitList(const std::string& list) {
+    std::vector<std::string> items;
+    std::size_t start = 0;
+    while (!list.empty()) {
+        std::size_t comma = list.find(',', start);
+        items.push_back(list.substr(start, comma == std::string::npos ? comma : comma - start));
+        if (comma == std::string::npos)
+            break;
+        start = comma + 1;
+    }
+    return items;
+}
+
+bool contains(const std::vector<std::string>& items, const std::string& item) {
+    return std::find(items.begin(), items.end(), item) != items.end();
+}
+
+TEST_F(OdbcPostgres, TheCatalogueHoldsTablesAndViewsWithTheirSchemas) {
+    auto items = splitList(db.GetListOfTables());
+    EXPECT_TRUE(contains(items, "public.orders"));
+    EXPECT_TRUE(contains(items, "sales.orders"));
+    EXPECT_TRUE(contains(items, "public.Order Details"));
+    EXPECT_TRUE(contains(items, "public.big_orders"));
+    EXPECT_FALSE(contains(items, "pg_catalog.pg_class"));
+
+    db.setBlnIncludeViews(false);
+    items = splitList(db.GetListOfTables());
+    EXPECT_FALSE(contains(items, "public.big_orders"));
+    EXPECT_TRUE(contains(items, "public.orders"));
+
+    db.setBlnIncludeUserTables(false);
+    db.setBlnIncludeViews(true);
+    items = splitList(db.GetListOfTables());
+    EXPECT_EQ(items, std::vector<std::string>{"public.big_orders"});
+}
+
+TEST_F(OdbcPostgres, TheCatalogueComesInTheDriversOrder) {
+    auto session = db.GetConnection();
+    ASSERT_NE(session, nullptr);
+    std::vector<std::string> expected;
+    for (const DbSession::TableRow& row : session->Tables()) {
+        if (row.strType == "TABLE" || row.strType == "VIEW")
+            expected.push_back(row.strSchema + "." + row.strName);
+    }
+    EXPECT_EQ(splitList(db.GetListOfTables()), expected);
+}
+
+TEST_F(OdbcPostgres, ColumnsOfOneSchemaOrOfEvery) {
+    EXPECT_EQ(db.GetListOfFields("public.Order Details", false), "OrderID,Unit Price,Quantity");
+    EXPECT_EQ(db.GetListOfFields("sales.orders", false), "id,region");
+    EXPECT_EQ(db.GetListOfFields(" sales . orders ", true),
+              " sales . orders .id, sales . orders .region");
+    // Without a schema: the table of that name in every schema.
+    EXPECT_EQ(db.GetListOfFields("orders", false), "id,amount,note,id,region");
+    // "_" is a wildcard of the catalogue functions; here it is taken literally.
+    EXPECT_EQ(db.GetListOfFields("public.a_b", false), "p");
+    EXPECT_EQ(db.GetListOfFields("public.nope", false), "");
+}
+
+TEST_F(OdbcPostgres, FieldInTable) {
+    EXPECT_TRUE(db.IsTheFieldInTheTable("sales.orders.region", "sales.orders"));
+    EXPECT_FALSE(db.IsTheFieldInTheTable("Region", "sales.orders"));
+    EXPECT_FALSE(db.IsTheFieldInTheTable("amount", "sales.orders"));
+}
+
+TEST_F(OdbcPostgres, RowLimitsAndTypedValues) {
+    std::string error;
+    auto all = db.FireQuery("SELECT id, amount, note FROM public.orders ORDER BY id", error, 0);
+    ASSERT_NE(all, nullptr) << error;
+    EXPECT_EQ(all->RecordCount(), 500);
+    EXPECT_EQ(all->FieldName(1), "amount");
+    EXPECT_EQ(all->value(0, 0).Kind(), DbValueKind::Integer);
+    EXPECT_EQ(all->value(0, 1).ToString(), "0.50"); // numeric stays exact, as text
+    EXPECT_TRUE(all->value(0, 2).IsNull());
+    EXPECT_EQ(all->value(1, 2).Kind(), DbValueKind::Text);
+    EXPECT_EQ(all->value(1, 2).AsText(), "");
+
+    auto limited = db.FireQuery("SELECT id FROM public.orders ORDER BY id", error, 100);
+    ASSERT_NE(limited, nullptr) << error;
+    EXPECT_EQ(limited->RecordCount(), 100);
+    EXPECT_EQ(limited->value(99, 0).AsInteger(), 100);
+}
+
+TEST_F(OdbcPostgres, ErrorsCarryTheDriversDiagnostics) {
+    std::string error;
+    EXPECT_EQ(db.FireQuery("SELECT * FROM public.nope", error, 10), nullptr);
+    EXPECT_TRUE(error.starts_with("Error\r\n\r\n")) << error;
+    EXPECT_NE(error.find("relation \"public.nope\" does not exist"), std::string::npos) << error;
+}
+
+TEST_F(OdbcPostgres, TheSyntaxCheckPreparesWithoutRunning) {
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT id FROM public.orders"), "Syntax SQL Query correct");
+    std::string message = db.CheckSQLSyntax("SELECT * FORM public.orders");
+    EXPECT_TRUE(message.starts_with("Syntax error:\r\n")) << message;
+    EXPECT_NE(message.find("syntax error at or near \"FORM\""), std::string::npos) << message;
+    EXPECT_EQ(db.CheckSQLSyntax("DELETE FROM public.orders"), "Syntax SQL Query correct");
+    std::string error;
+    auto rs = db.FireQuery("SELECT count(*) FROM public.orders", error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    EXPECT_EQ(rs->value(0, 0).AsInteger(), 500);
+}
+
+TEST_F(OdbcPostgres, AHostilePasswordReachesTheServerIntact) {
+    cDbConnection hostile = connection("hostile", kHostilePassword);
+    EXPECT_TRUE(hostile.Check(true)) << cDbConnection::LastConnectionError();
+    cDbConnection wrong = connection("hostile", "p;w}d={x}=");
+    EXPECT_FALSE(wrong.Check(true));
+    EXPECT_NE(cDbConnection::LastConnectionError().find("password authentication failed"),
+              std::string::npos)
+        << cDbConnection::LastConnectionError();
+}
+
+TEST_F(OdbcPostgres, AStoppedServerGivesTheFixedTexts) {
+    cDbConnection closed = db;
+    closed.setStrConnectionString("DRIVER={PostgreSQL ANSI};SERVER=127.0.0.1;PORT=1");
+    std::string error;
+    EXPECT_EQ(closed.FireQuery("SELECT 1", error, 1), nullptr);
+    EXPECT_EQ(error, "Problems connecting to database");
+    EXPECT_EQ(closed.CheckSQLSyntax("SELECT 1"), "");
+    EXPECT_EQ(closed.GetListOfTables(), "");
+    EXPECT_FALSE(closed.Check(true));
+}
+
+} // namespace
+} // namespace marovin
