@@ -1,0 +1,129 @@
+// cDbConnection's generic ODBC provider through the unixODBC driver manager and Debian's SQLite
+// ODBC driver (in-process): catalogue, columns, row limits, the prepared syntax check and the
+// driver's diagnostics.
+
+#include "DbTestSupport.h"
+
+#include <gtest/gtest.h>
+#include <marovin/DbSession.h>
+#include <marovin/cDbConnection.h>
+
+namespace marovin {
+namespace {
+
+class OdbcSqliteDriver : public ::testing::Test {
+protected:
+    void SetUp() override {
+        path = dir.file("odbc.sqlite");
+        test::writeSqlite(path, R"sql(
+            CREATE TABLE Zeta (Id integer PRIMARY KEY AUTOINCREMENT, Name text);
+            CREATE TABLE "Order Details" (OrderID integer, "Unit Price" real, Quantity integer);
+            CREATE VIEW "v One" AS SELECT Name FROM Zeta;
+            CREATE TABLE a_b (p integer);
+            CREATE TABLE axb (q integer);
+            INSERT INTO Zeta (Name) VALUES ('x'), (''), (NULL);
+            WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 250)
+            INSERT INTO "Order Details" SELECT i, i * 1.5, i % 7 FROM n;
+        )sql");
+        db.setStrProvider(cDbConnection::kProviderOdbc);
+        db.setStrConnectionString("DRIVER={SQLite3};Database=" + path);
+    }
+    test::TempDir dir;
+    std::string path;
+    cDbConnection db;
+};
+
+TEST_F(OdbcSqliteDriver, TheCatalogueComesInTheDriversOrderWithAnEmptySchema) {
+    // The driver has no schemas: each name reads "." and the name.
+    EXPECT_EQ(db.GetListOfTables(), ".Zeta,.sqlite_sequence,.Order Details,.v One,.a_b,.axb");
+    db.setBlnIncludeViews(false);
+    EXPECT_EQ(db.GetListOfTables(), ".Zeta,.sqlite_sequence,.Order Details,.a_b,.axb");
+    db.setBlnIncludeUserTables(false);
+    EXPECT_EQ(db.GetListOfTables(), "");
+}
+
+TEST_F(OdbcSqliteDriver, Columns) {
+    EXPECT_EQ(db.GetListOfFields("Order Details", false), "OrderID,Unit Price,Quantity");
+    // The names from the list (".Order Details") work as they are.
+    EXPECT_EQ(db.GetListOfFields(".Order Details", true),
+              ".Order Details.OrderID,.Order Details.Unit Price,.Order Details.Quantity");
+    EXPECT_EQ(db.GetListOfFields("a_b", false), "p");
+    EXPECT_EQ(db.GetListOfFields("nope", false), "");
+    EXPECT_TRUE(db.IsTheFieldInTheTable("Quantity", ".Order Details"));
+    EXPECT_FALSE(db.IsTheFieldInTheTable("quantity", ".Order Details"));
+}
+
+TEST_F(OdbcSqliteDriver, RowLimitsAndValues) {
+    std::string error;
+    auto all = db.FireQuery("SELECT * FROM \"Order Details\"", error, 0);
+    ASSERT_NE(all, nullptr) << error;
+    EXPECT_EQ(all->RecordCount(), 250);
+    auto limited = db.FireQuery("SELECT * FROM \"Order Details\" ORDER BY OrderID", error, 100);
+    ASSERT_NE(limited, nullptr) << error;
+    EXPECT_EQ(limited->RecordCount(), 100);
+    EXPECT_EQ(limited->value(99, 0).AsInteger(), 100);
+    EXPECT_DOUBLE_EQ(limited->value(1, 1).AsReal(), 3.0);
+
+    auto names = db.FireQuery("SELECT Name FROM Zeta ORDER BY Id", error, 0);
+    ASSERT_NE(names, nullptr) << error;
+    ASSERT_EQ(names->RecordCount(), 3);
+    EXPECT_EQ(names->value(0, 0).AsText(), "x");
+    EXPECT_EQ(names->value(1, 0).Kind(), DbValueKind::Text);
+    EXPECT_TRUE(names->value(2, 0).IsNull());
+}
+
+TEST_F(OdbcSqliteDriver, ErrorsCarryTheDriversDiagnostics) {
+    std::string error;
+    EXPECT_EQ(db.FireQuery("SELECT * FROM nope", error, 10), nullptr);
+    EXPECT_EQ(error, "Error\r\n\r\n[SQLite]no such table: nope (1)");
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT * FORM Zeta"),
+              "Syntax error:\r\n[SQLite]near \"FORM\": syntax error (1)");
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT Name FROM Zeta"), "Syntax SQL Query correct");
+}
+
+TEST_F(OdbcSqliteDriver, TheCheckPreparesWithoutRunning) {
+    const std::string before = test::fileBytes(path);
+    EXPECT_EQ(db.CheckSQLSyntax("DELETE FROM \"Order Details\""), "Syntax SQL Query correct");
+    EXPECT_EQ(test::fileBytes(path), before);
+    EXPECT_EQ(test::querySqlite(path, "SELECT count(*) FROM \"Order Details\""), "250");
+}
+
+TEST_F(OdbcSqliteDriver, TheSessionNamesItsDatabase) {
+    auto session = db.GetConnection();
+    ASSERT_NE(session, nullptr);
+    EXPECT_EQ(session->strDbmsName(), "SQLite");
+    EXPECT_FALSE(session->SupportsParseOnly());
+}
+
+TEST_F(OdbcSqliteDriver, AnUnknownDriverOrDsnGivesNoConnection) {
+    db.setStrConnectionString("DRIVER={No Such Driver};Database=" + path);
+    EXPECT_FALSE(db.Check(true));
+    EXPECT_NE(cDbConnection::LastConnectionError().find("No Such Driver"), std::string::npos)
+        << cDbConnection::LastConnectionError();
+    std::string error;
+    EXPECT_EQ(db.FireQuery("SELECT 1", error, 0), nullptr);
+    EXPECT_EQ(error, "Problems connecting to database");
+    db.setStrConnectionString("");
+    db.setStrServer("NoSuchDsn");
+    EXPECT_EQ(db.strOdbcConnectionString(), "DSN=NoSuchDsn;");
+    EXPECT_FALSE(db.Check(true));
+}
+
+TEST(OdbcConnectionString, ValuesAreAddedAndBracedWhenTheyNeedIt) {
+    cDbConnection db;
+    db.setStrProvider("ODBC");
+    db.setStrConnectionString("DRIVER={PostgreSQL ANSI};SERVER=h");
+    db.setStrDatabase("shop");
+    db.setStrUserName("u");
+    db.setStrPassword("a;b}c");
+    EXPECT_EQ(db.strOdbcConnectionString(),
+              "DRIVER={PostgreSQL ANSI};SERVER=h;DATABASE=shop;UID=u;PWD={a;b}}c};");
+    db.setBlnWindowsAuthentication(true);
+    EXPECT_EQ(db.strOdbcConnectionString(),
+              "DRIVER={PostgreSQL ANSI};SERVER=h;DATABASE=shop;Trusted_Connection=Yes;");
+    db.setStrProvider("SQLite");
+    EXPECT_EQ(db.strOdbcConnectionString(), "");
+}
+
+} // namespace
+} // namespace marovin

@@ -1,0 +1,230 @@
+// The SQL Server provider through unixODBC and FreeTDS, where no server is available: a closed
+// port fails at once, a port that accepts and never answers is given up after the login
+// time-out, and no password can add keys of its own to the connection string.
+
+#include <arpa/inet.h>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <marovin/cDbConnection.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace marovin {
+namespace {
+
+sockaddr_in loopback(int port) {
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    addr.sin_port = htons(static_cast<std::uint16_t>(port));
+    return addr;
+}
+
+int boundPort(int fd) {
+    sockaddr_in addr{};
+    socklen_t len = sizeof addr;
+    ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
+    return ntohs(addr.sin_port);
+}
+
+// A loopback port on which nothing listens.
+int closedPort() {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr = loopback(0);
+    ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
+    int port = boundPort(fd);
+    ::close(fd);
+    return port;
+}
+
+// Accepts connections on a loopback port and never sends a byte.
+class SilentServer {
+public:
+    SilentServer() {
+        m_fd = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in addr = loopback(0);
+        if (::bind(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 ||
+            ::listen(m_fd, 16) != 0)
+            throw std::runtime_error("cannot listen");
+        m_port = boundPort(m_fd);
+        m_thread = std::thread([this] { run(); });
+    }
+    ~SilentServer() {
+        m_stop = true;
+        m_thread.join();
+        for (int c : m_clients)
+            ::close(c);
+        ::close(m_fd);
+    }
+    SilentServer(const SilentServer&) = delete;
+    SilentServer& operator=(const SilentServer&) = delete;
+
+    int port() const { return m_port; }
+    int accepted() const { return m_accepted; }
+
+private:
+    void run() {
+        while (!m_stop) {
+            pollfd p{m_fd, POLLIN, 0};
+            if (::poll(&p, 1, 50) > 0) {
+                int c = ::accept(m_fd, nullptr, nullptr);
+                if (c >= 0) {
+                    m_clients.push_back(c);
+                    ++m_accepted;
+                }
+            }
+        }
+    }
+
+    int m_fd = -1;
+    int m_port = 0;
+    std::atomic<bool> m_stop{false};
+    std::atomic<int> m_accepted{0};
+    std::vector<int> m_clients;
+    std::thread m_thread;
+};
+
+cDbConnection sqlServer(const std::string& server, const std::string& password) {
+    cDbConnection db;
+    db.setStrDriver("FreeTDS");
+    db.setStrServer(server);
+    db.setStrDatabase("Northwind");
+    db.setStrUserName("sa");
+    db.setStrPassword(password);
+    db.setLngLoginTimeout(1);
+    return db;
+}
+
+std::string onLoopback(int port) {
+    return "127.0.0.1," + std::to_string(port);
+}
+
+TEST(SqlServerFreeTds, AClosedPortFailsWithTheFixedTexts) {
+    cDbConnection db = sqlServer(onLoopback(closedPort()), "secret");
+    EXPECT_EQ(db.GetConnection(), nullptr);
+    EXPECT_NE(cDbConnection::LastConnectionError().find("[FreeTDS]"), std::string::npos)
+        << cDbConnection::LastConnectionError();
+    EXPECT_FALSE(db.Check(true));
+    EXPECT_EQ(db.GetListOfTables(), "");
+    EXPECT_EQ(db.GetListOfFields("dbo.Orders", true), "");
+    EXPECT_FALSE(db.IsTheFieldInTheTable("OrderID", "dbo.Orders"));
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT 1"), "");
+    std::string error = "left over";
+    EXPECT_EQ(db.FireQuery("SELECT 1", error, 50), nullptr);
+    EXPECT_EQ(error, "Problems connecting to database");
+}
+
+TEST(SqlServerFreeTds, AServerThatNeverAnswersIsGivenUpAfterTheLoginTimeout) {
+    SilentServer server;
+    cDbConnection db = sqlServer(onLoopback(server.port()), "secret");
+    std::string error;
+    EXPECT_EQ(db.FireQuery("SELECT 1", error, 50), nullptr);
+    EXPECT_EQ(error, "Problems connecting to database");
+    EXPECT_NE(cDbConnection::LastConnectionError().find("Timeout expired"), std::string::npos)
+        << cDbConnection::LastConnectionError();
+    EXPECT_GE(server.accepted(), 1);
+}
+
+// Passwords that try to send the connection to another port.
+class HostilePassword : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(HostilePassword, CannotRedirectTheConnection) {
+    SilentServer trap;
+    std::string password = GetParam();
+    for (std::size_t pos; (pos = password.find("TRAP")) != std::string::npos;)
+        password.replace(pos, 4, std::to_string(trap.port()));
+    cDbConnection db = sqlServer(onLoopback(closedPort()), password);
+    EXPECT_FALSE(db.Check(true));
+    EXPECT_EQ(trap.accepted(), 0) << db.strOdbcConnectionString();
+}
+
+INSTANTIATE_TEST_SUITE_P(Injections, HostilePassword,
+                         ::testing::Values("x;Port=TRAP", "x}Port=TRAP;", "x};Port=TRAP",
+                                           "x}};Port=TRAP", "{x};Port=TRAP;", "x;Port=TRAP}",
+                                           "=;Port=TRAP;Server=127.0.0.1,TRAP"));
+
+TEST(SqlServerFreeTds, TheSameTextWrittenRawDoesRedirect) {
+    // The control for the test above: unescaped, the key does take effect.
+    SilentServer trap;
+    cDbConnection db;
+    db.setStrProvider("ODBC");
+    db.setLngLoginTimeout(1);
+    db.setStrConnectionString("DRIVER={FreeTDS};SERVER=127.0.0.1," + std::to_string(closedPort()) +
+                              ";UID=sa;PWD=x;Port=" + std::to_string(trap.port()) +
+                              ";TDS_Version=7.3;");
+    EXPECT_FALSE(db.Check(true));
+    EXPECT_GE(trap.accepted(), 1);
+}
+
+TEST(SqlServerConnectionString, FreeTdsValuesAreBracedAndEndInASemicolon) {
+    cDbConnection db;
+    db.setStrDriver("FreeTDS");
+    db.setStrServer("db.example.com\\SQLEXPRESS");
+    db.setStrDatabase("Order Entry");
+    db.setStrUserName("sa");
+    db.setStrPassword("a}b;c=d");
+    EXPECT_EQ(db.strOdbcConnectionString(),
+              "DRIVER={FreeTDS};SERVER={db.example.com\\SQLEXPRESS};DATABASE={Order Entry};"
+              "UID={sa};PWD={a}b;c=d};ClientCharset=UTF-8;TDS_Version={7.3};");
+    // FreeTDS ends a braced value at the first "};": such a value cannot be passed safely.
+    db.setStrPassword("a};b");
+    EXPECT_EQ(db.strOdbcConnectionString(), "");
+    EXPECT_EQ(db.GetConnection(), nullptr);
+    EXPECT_EQ(cDbConnection::LastConnectionError(),
+              "A connection value holds \"};\", which the FreeTDS driver cannot take");
+}
+
+TEST(SqlServerConnectionString, OtherDriversDoubleTheClosingBrace) {
+    cDbConnection db;
+    db.setStrDriver("ODBC Driver 18 for SQL Server");
+    db.setStrServer("tcp:host,1433");
+    db.setStrDatabase("Northwind");
+    db.setStrUserName("u");
+    db.setStrPassword("a};b");
+    EXPECT_EQ(db.strOdbcConnectionString(),
+              "DRIVER={ODBC Driver 18 for SQL Server};SERVER={tcp:host,1433};"
+              "DATABASE={Northwind};UID={u};PWD={a}};b};");
+}
+
+TEST(SqlServerConnectionString, WindowsAuthenticationSendsNoUserOrPassword) {
+    cDbConnection db;
+    db.setStrDriver("FreeTDS");
+    db.setStrServer("h");
+    db.setStrUserName("ignored");
+    db.setStrPassword("ignored");
+    db.setBlnWindowsAuthentication(true);
+    EXPECT_EQ(db.strOdbcConnectionString(),
+              "DRIVER={FreeTDS};SERVER={h};DATABASE={};Trusted_Connection=Yes;"
+              "ClientCharset=UTF-8;TDS_Version={7.3};");
+}
+
+TEST(SqlServerConnectionString, TheDriverComesFromThePropertyTheEnvironmentOrTheDefault) {
+    cDbConnection db;
+    ::unsetenv(cDbConnection::kDriverEnvironmentVariable);
+    EXPECT_EQ(db.strEffectiveDriver(), "FreeTDS");
+    ::setenv(cDbConnection::kDriverEnvironmentVariable, "ODBC Driver 18 for SQL Server", 1);
+    EXPECT_EQ(db.strEffectiveDriver(), "ODBC Driver 18 for SQL Server");
+    EXPECT_TRUE(
+        db.strOdbcConnectionString().starts_with("DRIVER={ODBC Driver 18 for SQL Server};"));
+    db.setStrDriver("FreeTDS");
+    EXPECT_EQ(db.strEffectiveDriver(), "FreeTDS");
+    ::unsetenv(cDbConnection::kDriverEnvironmentVariable);
+}
+
+TEST(SqlServerConnectionString, AnUninstalledDriverGivesNoConnection) {
+    cDbConnection db;
+    db.setStrDriver("No Such SQL Server Driver");
+    db.setStrServer("127.0.0.1");
+    EXPECT_FALSE(db.Check(true));
+    EXPECT_NE(cDbConnection::LastConnectionError().find("No Such SQL Server Driver"),
+              std::string::npos)
+        << cDbConnection::LastConnectionError();
+}
+
+} // namespace
+} // namespace marovin
