@@ -14,7 +14,7 @@ case "${1:-}" in
 esac
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMAROVIN_FUZZ=ON \
   -DMAROVIN_GUI=OFF -DMAROVIN_TESTS=OFF -DMAROVIN_BENCH=OFF >/dev/null
-cmake --build build-fuzz -j"$(nproc)" --target marovin_fuzz_document
+cmake --build build-fuzz -j"$(nproc)" --target marovin_fuzz_document 2>&1 | tail -n 2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir -p "$work/corpus"

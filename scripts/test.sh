@@ -14,16 +14,35 @@ export LSAN_OPTIONS="suppressions=$root/scripts/lsan.supp:print_suppressions=0"
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 
+logs=$(mktemp -d)
+trap 'rm -rf "$logs"' EXIT
+# Runs ctest, keeping its summary line for the closing count.
+run_ctest() {
+  local dir=$1 log=$2
+  shift 2
+  ctest --test-dir "$dir" -j"$jobs" "$@" 2>&1 | tee "$log"
+  return "${PIPESTATUS[0]}"
+}
+# "<failed> <total>" from a ctest log.
+ctest_counts() {
+  sed -nE 's/.* ([0-9]+) tests? failed out of ([0-9]+).*/\1 \2/p' "$1" | tail -n 1
+}
+
 echo "== build and test"
 cmake -S . -B build -G "Unix Makefiles" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$jobs"
-ctest --test-dir build -j"$jobs" --timeout 300
+run_ctest build "$logs/plain" --timeout 300
 
 echo "== build and test with AddressSanitizer and UndefinedBehaviorSanitizer"
 cmake -S . -B build-asan -G "Unix Makefiles" -DCMAKE_BUILD_TYPE=Debug -DMAROVIN_SANITIZE=ON \
   -DMAROVIN_BENCH=OFF >/dev/null
 cmake --build build-asan -j"$jobs"
-ctest --test-dir build-asan -j"$jobs" --timeout 600
+run_ctest build-asan "$logs/asan" --timeout 600
 
 echo "== fuzz (short run)"
 "$root/scripts/fuzz.sh" --runs "${MAROVIN_FUZZ_RUNS:-20000}"
+
+read -r failed_plain total_plain < <(ctest_counts "$logs/plain")
+read -r failed_asan total_asan < <(ctest_counts "$logs/asan")
+failed=$((failed_plain + failed_asan))
+echo "tests: $((total_plain + total_asan - failed)) passed, $failed failed"
