@@ -1,5 +1,6 @@
 #include "SampleDatabaseGenerator.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -512,15 +513,14 @@ void writeAll(Db& db, const SampleDatabaseGenerator::Options& o) {
             .text(13, std::to_string(rnd.between(10000, 99999)))
             .text(14, p.country)
             .run();
-        std::int64_t lines = std::min<std::int64_t>(rnd.between(1, 4) + (rnd.between(0, 4) == 0),
-                                                    o.orderLines - written);
+        // 1 to 5 different products per order (never more than there are products).
+        std::int64_t lines =
+            std::min<std::int64_t>({rnd.between(1, 4) + (rnd.between(0, 4) == 0),
+                                    o.orderLines - written, static_cast<std::int64_t>(o.products)});
         chosen.clear();
         while (static_cast<std::int64_t>(chosen.size()) < lines) {
             std::int64_t pid = rnd.between(1, o.products);
-            bool seen = false;
-            for (std::int64_t c : chosen)
-                seen = seen || c == pid;
-            if (seen && static_cast<std::int64_t>(chosen.size()) < o.products)
+            if (std::find(chosen.begin(), chosen.end(), pid) != chosen.end())
                 continue;
             chosen.push_back(pid);
             line.integer(1, orderId)

@@ -1,0 +1,136 @@
+// The sample database generator: the Northwind shape, keys that hold, views that run, the same
+// rows every time, and the scale options.
+
+#include "DbTestSupport.h"
+#include "SampleDatabaseGenerator.h"
+
+#include <gtest/gtest.h>
+#include <marovin/cDbConnection.h>
+
+namespace marovin {
+namespace {
+
+using test::querySqlite;
+
+std::string generate(const test::TempDir& dir, const std::string& name,
+                     SampleDatabaseGenerator::Options options) {
+    std::string path = dir.file(name);
+    std::string error;
+    EXPECT_TRUE(SampleDatabaseGenerator(options).Write(path, error)) << error;
+    return path;
+}
+
+// Every row of every table and view, in a fixed order, as one text.
+std::string contents(const std::string& path) {
+    cDbConnection db;
+    db.setStrProvider("SQLite");
+    db.setStrDatabase(path);
+    std::string all;
+    std::string list = db.GetListOfTables();
+    std::size_t start = 0;
+    while (start < list.size()) {
+        std::size_t comma = list.find(',', start);
+        std::string table = list.substr(start, comma == std::string::npos ? comma : comma - start);
+        std::string error;
+        auto rs = db.FireQuery("SELECT * FROM " + table.substr(0, 4) + "\"" + table.substr(4) +
+                                   "\" ORDER BY 1, 2",
+                               error, 0);
+        EXPECT_NE(rs, nullptr) << table << ": " << error;
+        all += table + "\n";
+        for (std::int32_t r = 0; rs && r < rs->RecordCount(); ++r) {
+            for (std::int32_t c = 0; c < rs->FieldCount(); ++c)
+                all += rs->value(r, c).ToString() + (rs->value(r, c).IsNull() ? "<null>|" : "|");
+            all += "\n";
+        }
+        if (comma == std::string::npos)
+            break;
+        start = comma + 1;
+    }
+    return all;
+}
+
+TEST(SampleDatabase, HasTheNorthwindShape) {
+    test::TempDir dir;
+    std::string path = generate(dir, "n.sqlite", SampleDatabaseGenerator::Small());
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM \"Order Details\""), "2155");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Customers"), "91");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Products"), "77");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Categories"), "8");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Shippers"), "3");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Employees"), "9");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM sqlite_schema WHERE type = 'view'"), "5");
+    EXPECT_EQ(querySqlite(path, "SELECT min(OrderID) FROM Orders"), "10248");
+    EXPECT_EQ(querySqlite(path, "SELECT min(OrderDate) FROM Orders"), "1996-07-04 00:00:00.000");
+    // Primary keys, including the two-column key of "Order Details".
+    EXPECT_EQ(querySqlite(path, "SELECT group_concat(name) FROM pragma_table_info('Order Details') "
+                                "WHERE pk > 0"),
+              "OrderID,ProductID");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM pragma_foreign_key_list('Orders')"), "3");
+}
+
+TEST(SampleDatabase, ForeignKeysHoldAndEveryOrderHasLines) {
+    test::TempDir dir;
+    std::string path = generate(dir, "n.sqlite", SampleDatabaseGenerator::Small());
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM pragma_foreign_key_check"), "0");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Orders WHERE OrderID NOT IN "
+                                "(SELECT OrderID FROM \"Order Details\")"),
+              "0");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM \"Order Details Extended\""), "2155");
+    // Some orders are not shipped yet, some customers have an empty fax, others none.
+    EXPECT_NE(querySqlite(path, "SELECT count(*) FROM Orders WHERE ShippedDate IS NULL"), "0");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Customers WHERE Fax = ''"), "30");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Customers WHERE Fax IS NULL"), "30");
+}
+
+TEST(SampleDatabase, TheSameOptionsGiveTheSameRows) {
+    test::TempDir dir;
+    std::string a = generate(dir, "a.sqlite", SampleDatabaseGenerator::Small());
+    std::string b = generate(dir, "b.sqlite", SampleDatabaseGenerator::Small());
+    std::string first = contents(a);
+    EXPECT_GT(first.size(), 100000u);
+    EXPECT_EQ(first, contents(b));
+}
+
+TEST(SampleDatabase, ScaleOptions) {
+    test::TempDir dir;
+    SampleDatabaseGenerator::Options options;
+    options.orderLines = 10;
+    options.customers = 2;
+    options.products = 3;
+    options.extraTables = 4;
+    options.wideColumns = 20;
+    std::string path = generate(dir, "s.sqlite", options);
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM \"Order Details\""), "10");
+    EXPECT_EQ(querySqlite(path, "SELECT count(DISTINCT CustomerID) <= 2 FROM Orders"), "1");
+    EXPECT_EQ(querySqlite(path, "SELECT max(ProductID) <= 3 FROM \"Order Details\""), "1");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM sqlite_schema WHERE name LIKE 'Extra%'"),
+              "4");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM pragma_table_info('WideTable')"), "21");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM pragma_foreign_key_check"), "0");
+}
+
+TEST(SampleDatabase, BadOptionsAndPlacesFailWithAMessage) {
+    test::TempDir dir;
+    SampleDatabaseGenerator::Options options;
+    options.customers = 0;
+    std::string error;
+    EXPECT_FALSE(SampleDatabaseGenerator(options).Write(dir.file("x.sqlite"), error));
+    EXPECT_EQ(error, "customers and products must be at least 1, order lines at least 0");
+    error.clear();
+    EXPECT_FALSE(SampleDatabaseGenerator(SampleDatabaseGenerator::Small())
+                     .Write(dir.file("no/such/dir/x.sqlite"), error));
+    EXPECT_FALSE(error.empty());
+    EXPECT_FALSE(std::filesystem::exists(dir.file("x.sqlite")));
+}
+
+TEST(SampleDatabase, AnExistingFileIsReplaced) {
+    test::TempDir dir;
+    std::string path = dir.file("r.sqlite");
+    test::writeSqlite(path, "CREATE TABLE Old (x integer);");
+    generate(dir, "r.sqlite", SampleDatabaseGenerator::Small());
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM sqlite_schema WHERE name = 'Old'"), "0");
+    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Shippers"), "3");
+}
+
+} // namespace
+} // namespace marovin

@@ -1,0 +1,273 @@
+// The database commands of the marovin tool, run in-process on real SQLite files and against a
+// closed SQL Server port.
+
+#include "cmdDatabase.h"
+
+#include "DbTestSupport.h"
+#include "SampleDatabaseGenerator.h"
+
+#include <arpa/inet.h>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sstream>
+#include <sys/socket.h>
+
+namespace marovin::cli {
+namespace {
+
+struct Outcome {
+    int code = 0;
+    std::string out;
+    std::string err;
+};
+
+Outcome run(const std::string& command, const std::vector<std::string>& args) {
+    std::ostringstream out, err;
+    Outcome r;
+    r.code = RunDatabaseCommand(command, args, out, err);
+    r.out = out.str();
+    r.err = err.str();
+    return r;
+}
+
+std::size_t lineCount(const std::string& text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+class DatabaseCommands : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_dir = new test::TempDir;
+        s_path = s_dir->file("northwind.sqlite");
+        std::string error;
+        ASSERT_TRUE(SampleDatabaseGenerator(SampleDatabaseGenerator::Small()).Write(s_path, error))
+            << error;
+    }
+    static void TearDownTestSuite() {
+        delete s_dir;
+        s_dir = nullptr;
+    }
+    std::string document(const std::string& name, const std::string& text) {
+        std::string path = s_dir->file(name);
+        std::ofstream(path) << text;
+        return path;
+    }
+    static std::string sourceDir() {
+        const char* dir = std::getenv("MAROVIN_SOURCE_DIR");
+        return dir ? dir : ".";
+    }
+
+    static test::TempDir* s_dir;
+    static std::string s_path;
+};
+
+test::TempDir* DatabaseCommands::s_dir = nullptr;
+std::string DatabaseCommands::s_path;
+
+TEST_F(DatabaseCommands, TheDatabaseCommandsAreKnown) {
+    for (const char* name : {"tables", "columns", "fieldin", "check", "preview"})
+        EXPECT_TRUE(IsDatabaseCommand(name)) << name;
+    EXPECT_FALSE(IsDatabaseCommand("render"));
+    EXPECT_FALSE(IsDatabaseCommand("Tables"));
+    EXPECT_EQ(run("render", {}).code, 2);
+}
+
+TEST_F(DatabaseCommands, TablesPrintsOneNamePerLineInCatalogueOrder) {
+    Outcome r = run("tables", {"--sqlite", s_path});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    EXPECT_TRUE(r.out.starts_with("dbo.Categories\ndbo.Customers\n")) << r.out;
+    EXPECT_NE(r.out.find("\ndbo.Order Details\ndbo.Orders\n"), std::string::npos);
+    EXPECT_TRUE(r.out.ends_with("dbo.Products Above Average Price\n"));
+    EXPECT_EQ(lineCount(r.out), 16u);
+}
+
+TEST_F(DatabaseCommands, TablesListingOptions) {
+    Outcome raw = run("tables", {"--sqlite", s_path, "--raw"});
+    ASSERT_EQ(raw.code, 0);
+    EXPECT_EQ(lineCount(raw.out), 1u);
+    EXPECT_TRUE(raw.out.starts_with("dbo.Categories,dbo.Customers,"));
+
+    Outcome noViews = run("tables", {"--no-views", "--sqlite", s_path});
+    EXPECT_EQ(lineCount(noViews.out), 11u);
+    EXPECT_EQ(noViews.out.find("Order Details Extended"), std::string::npos);
+    Outcome views = run("tables", {"--no-views", "--views", "--sqlite", s_path});
+    EXPECT_EQ(views.out, run("tables", {"--sqlite", s_path}).out);
+
+    Outcome system = run("tables", {"--sqlite", s_path, "--system"});
+    EXPECT_TRUE(system.out.starts_with("dbo.sqlite_schema\ndbo.sqlite_sequence\ndbo.Categories\n"))
+        << system.out;
+}
+
+TEST_F(DatabaseCommands, ColumnsPlainAndQualified) {
+    Outcome plain = run("columns", {"Order Details", "--sqlite", s_path});
+    ASSERT_EQ(plain.code, 0) << plain.err;
+    EXPECT_EQ(plain.out, "OrderID\nProductID\nUnitPrice\nQuantity\nDiscount\n");
+    Outcome qualified = run("columns", {"--qualified", "dbo.Order Details", "--sqlite", s_path});
+    EXPECT_EQ(qualified.out, "dbo.Order Details.OrderID\ndbo.Order Details.ProductID\n"
+                             "dbo.Order Details.UnitPrice\ndbo.Order Details.Quantity\n"
+                             "dbo.Order Details.Discount\n");
+    Outcome raw = run("columns", {"dbo.Shippers", "--raw", "--sqlite", s_path});
+    EXPECT_EQ(raw.out, "ShipperID,CompanyName,Phone\n");
+    Outcome missing = run("columns", {"dbo.Nope", "--sqlite", s_path});
+    EXPECT_EQ(missing.code, 1);
+    EXPECT_EQ(missing.out, "");
+    EXPECT_EQ(missing.err, "marovin: columns: no columns found for dbo.Nope\n");
+}
+
+TEST_F(DatabaseCommands, FieldInAnswersTrueOrFalse) {
+    Outcome yes = run("fieldin", {"dbo.Orders.Freight", "dbo.Orders", "--sqlite", s_path});
+    EXPECT_EQ(yes.code, 0);
+    EXPECT_EQ(yes.out, "True\n");
+    Outcome no = run("fieldin", {"freight", "dbo.Orders", "--sqlite", s_path});
+    EXPECT_EQ(no.code, 1);
+    EXPECT_EQ(no.out, "False\n");
+    EXPECT_EQ(run("fieldin", {"Freight", "--sqlite", s_path}).code, 2);
+}
+
+TEST_F(DatabaseCommands, CheckPrintsTheServicesMessage) {
+    Outcome good = run("check", {"--sql", "SELECT OrderID FROM dbo.Orders", "--sqlite", s_path});
+    EXPECT_EQ(good.code, 0);
+    EXPECT_EQ(good.out, "Syntax SQL Query correct\n");
+    Outcome bad = run("check", {"--sql", "SELECT * FORM dbo.Orders", "--sqlite", s_path});
+    EXPECT_EQ(bad.code, 1);
+    EXPECT_EQ(bad.out, "");
+    EXPECT_EQ(bad.err, "Syntax error:\r\nnear \"FORM\": syntax error\n");
+}
+
+TEST_F(DatabaseCommands, CheckAndPreviewOfAQueryDocument) {
+    std::string example = sourceDir() + "/examples/customers-freight.xml";
+    Outcome check = run("check", {example, "--sqlite", s_path});
+    EXPECT_EQ(check.code, 0) << check.err;
+    EXPECT_EQ(check.out, "Syntax SQL Query correct\n");
+
+    Outcome preview = run("preview", {example, "--sqlite", s_path});
+    ASSERT_EQ(preview.code, 0) << preview.err;
+    EXPECT_TRUE(preview.out.starts_with("CompanyName\tTotalFreight\tOrderCount\n")) << preview.out;
+    EXPECT_GT(lineCount(preview.out), 1u);
+    EXPECT_LE(lineCount(preview.out), 51u); // the default limit of 50 rows
+
+    Outcome two = run("preview", {example, "--max-rows", "2", "--sqlite", s_path});
+    EXPECT_EQ(lineCount(two.out), 3u);
+}
+
+TEST_F(DatabaseCommands, ABadDocumentIsReportedClearly) {
+    std::string broken = document("broken.xml", "<SQLQuery><TABLES_USED>");
+    Outcome r = run("preview", {broken, "--sqlite", s_path});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_TRUE(r.err.starts_with("marovin: " + broken + ": ")) << r.err;
+    Outcome missing = run("check", {s_dir->file("absent.xml"), "--sqlite", s_path});
+    EXPECT_EQ(missing.code, 1);
+    EXPECT_EQ(missing.err, "marovin: " + s_dir->file("absent.xml") + ": cannot read the file\n");
+}
+
+TEST_F(DatabaseCommands, PreviewWritesTabSeparatedRows) {
+    Outcome r =
+        run("preview", {"--sql",
+                        "SELECT ShipperID, CompanyName, NULL AS Gone, '' AS Blank, "
+                        "'a' || char(9) || 'b' AS Tabbed FROM dbo.Shippers ORDER BY ShipperID",
+                        "--sqlite", s_path, "--null", "NULL"});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.out, "ShipperID\tCompanyName\tGone\tBlank\tTabbed\n"
+                     "1\tSpeedy Express\tNULL\t\ta b\n"
+                     "2\tUnited Package\tNULL\t\ta b\n"
+                     "3\tFederal Shipping\tNULL\t\ta b\n");
+    Outcome none = run("preview", {"--sql", "SELECT 1 AS One WHERE 0", "--sqlite", s_path});
+    EXPECT_EQ(none.out, "One\n");
+}
+
+TEST_F(DatabaseCommands, ParameterMarkersBecomeStringLiterals) {
+    Outcome r = run("preview", {"--sql", "SELECT <[Country]> AS Name", "--sqlite", s_path});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.out, "Name\nCountry\n");
+}
+
+TEST_F(DatabaseCommands, PreviewFailuresPrintTheErrorText) {
+    Outcome r = run("preview", {"--sql", "SELECT * FROM dbo.Nope", "--sqlite", s_path});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "Error\r\n\r\nno such table: dbo.Nope\n");
+}
+
+TEST_F(DatabaseCommands, AMissingDatabaseIsAConnectionProblem) {
+    std::string missing = s_dir->file("missing.sqlite");
+    Outcome tables = run("tables", {"--sqlite", missing});
+    EXPECT_EQ(tables.code, 1);
+    EXPECT_EQ(tables.err, "Problems connecting to database\nmarovin: tables: unable to open "
+                          "database file: " +
+                              missing + "\n");
+    Outcome preview = run("preview", {"--sql", "SELECT 1", "--sqlite", missing});
+    EXPECT_EQ(preview.code, 1);
+    EXPECT_TRUE(preview.err.starts_with("Problems connecting to database\n"));
+    Outcome check = run("check", {"--sql", "SELECT 1", "--sqlite", missing});
+    EXPECT_EQ(check.code, 1);
+    EXPECT_TRUE(check.err.starts_with("Problems connecting to database\n"));
+}
+
+TEST_F(DatabaseCommands, UsageErrors) {
+    EXPECT_EQ(run("tables", {}).code, 2);
+    EXPECT_EQ(run("tables", {"--sqlite", s_path, "--odbc", "DSN=x"}).code, 2);
+    EXPECT_EQ(run("tables", {"--server", "h", "--sqlite", s_path}).code, 2);
+    EXPECT_EQ(run("tables", {"--server", "h"}).code, 2);
+    EXPECT_EQ(run("tables", {"--sqlite"}).code, 2);
+    EXPECT_EQ(run("tables", {"--sqlite", s_path, "--bogus"}).code, 2);
+    EXPECT_EQ(run("tables", {"--sqlite", s_path, "extra"}).code, 2);
+    EXPECT_EQ(run("columns", {"--sqlite", s_path}).code, 2);
+    EXPECT_EQ(run("preview", {"--sqlite", s_path}).code, 2);
+    EXPECT_EQ(run("preview", {"a.xml", "--sql", "SELECT 1", "--sqlite", s_path}).code, 2);
+    Outcome rows = run("preview", {"--sql", "SELECT 1", "--max-rows", "ten", "--sqlite", s_path});
+    EXPECT_EQ(rows.code, 2);
+    EXPECT_TRUE(rows.err.starts_with("marovin: preview: --max-rows needs a whole number"));
+    Outcome help = run("preview", {"--help"});
+    EXPECT_EQ(help.code, 0);
+    EXPECT_EQ(help.out, DatabaseCommandsUsage());
+}
+
+TEST_F(DatabaseCommands, PasswordsNeverComeFromTheCommandLine) {
+    Outcome r =
+        run("tables", {"--server", "h", "--database", "d", "--user", "sa", "--password", "secret"});
+    EXPECT_EQ(r.code, 2);
+    EXPECT_TRUE(r.err.starts_with("marovin: tables: passwords are not taken from the command "
+                                  "line; use --password-env VAR\n"));
+    ::unsetenv("MAROVIN_TEST_UNSET_PASSWORD");
+    Outcome unset = run("tables", {"--server", "h", "--database", "d", "--user", "sa",
+                                   "--password-env", "MAROVIN_TEST_UNSET_PASSWORD"});
+    EXPECT_EQ(unset.code, 2);
+    EXPECT_EQ(unset.err,
+              "marovin: tables: the environment variable MAROVIN_TEST_UNSET_PASSWORD is not set\n");
+    EXPECT_EQ(
+        run("tables", {"--server", "h", "--database", "d", "--windows-auth", "--user", "u"}).code,
+        2);
+}
+
+TEST_F(DatabaseCommands, AnUnreachableSqlServerFailsWithTheFixedText) {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof addr;
+    ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
+    ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
+    std::string server = "127.0.0.1," + std::to_string(ntohs(addr.sin_port));
+    ::close(fd);
+    ::setenv("MAROVIN_TEST_PASSWORD", "p;w}d", 1);
+    Outcome r = run("preview", {"--sql", "SELECT 1", "--server", server, "--database", "Northwind",
+                                "--user", "sa", "--password-env", "MAROVIN_TEST_PASSWORD",
+                                "--driver", "FreeTDS", "--login-timeout", "2"});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_TRUE(r.err.starts_with("Problems connecting to database\nmarovin: preview: [FreeTDS]"))
+        << r.err;
+}
+
+TEST_F(DatabaseCommands, TheBuildMadeTheSampleDatabase) {
+    const char* binary = std::getenv("MAROVIN_BINARY_DIR");
+    ASSERT_NE(binary, nullptr);
+    std::string built = std::string(binary) + "/sample/northwind.sqlite";
+    Outcome r = run("tables", {"--sqlite", built});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.out, run("tables", {"--sqlite", s_path}).out);
+}
+
+} // namespace
+} // namespace marovin::cli
