@@ -53,10 +53,6 @@ protected:
         std::ofstream(path) << text;
         return path;
     }
-    static std::string sourceDir() {
-        const char* dir = std::getenv("MAROVIN_SOURCE_DIR");
-        return dir ? dir : ".";
-    }
 
     static test::TempDir* s_dir;
     static std::string s_path;
@@ -137,7 +133,7 @@ TEST_F(DatabaseCommands, CheckPrintsTheServicesMessage) {
 }
 
 TEST_F(DatabaseCommands, CheckAndPreviewOfAQueryDocument) {
-    std::string example = sourceDir() + "/examples/customers-freight.xml";
+    std::string example = std::string(MAROVIN_EXAMPLES_DIR) + "/customers-freight.xml";
     Outcome check = run("check", {example, "--sqlite", s_path});
     EXPECT_EQ(check.code, 0) << check.err;
     EXPECT_EQ(check.out, "Syntax SQL Query correct\n");
@@ -261,9 +257,7 @@ TEST_F(DatabaseCommands, AnUnreachableSqlServerFailsWithTheFixedText) {
 }
 
 TEST_F(DatabaseCommands, TheBuildMadeTheSampleDatabase) {
-    const char* binary = std::getenv("MAROVIN_BINARY_DIR");
-    ASSERT_NE(binary, nullptr);
-    std::string built = std::string(binary) + "/sample/northwind.sqlite";
+    std::string built = MAROVIN_BUILT_SAMPLE_DB;
     Outcome r = run("tables", {"--sqlite", built});
     ASSERT_EQ(r.code, 0) << r.err;
     EXPECT_EQ(r.out, run("tables", {"--sqlite", s_path}).out);
