@@ -38,6 +38,17 @@ bool isScriptMode(int argc, char** argv) {
     return false;
 }
 
+// In the script modes the platform plugin's notes about what an offscreen window cannot do
+// (size hints, no runtime directory) are noise on standard error; other messages pass.
+QtMessageHandler g_defaultHandler = nullptr;
+void scriptMessageHandler(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (text.startsWith(QLatin1String("This plugin does not support")) ||
+        text.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set")))
+        return;
+    if (g_defaultHandler != nullptr)
+        g_defaultHandler(type, context, text);
+}
+
 void printError(const QString& text) {
     const QByteArray line = (QStringLiteral("marovin-designer: ") + text + "\n").toUtf8();
     std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stderr);
@@ -63,6 +74,8 @@ int main(int argc, char** argv) {
     const bool script = isScriptMode(argc, argv);
     if (script && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (script)
+        g_defaultHandler = qInstallMessageHandler(scriptMessageHandler);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QString::fromLatin1(DesignerWindow::kCaption));
     QApplication::setApplicationVersion(QStringLiteral("0.1.0"));
