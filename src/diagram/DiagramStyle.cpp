@@ -2,6 +2,7 @@
 
 #include <QFontMetricsF>
 #include <algorithm>
+#include <marovin/DiagramJoin.h>
 
 namespace marovin {
 
@@ -23,6 +24,11 @@ DiagramStyle DiagramStyle::fromWidget(const QPalette& palette, const QFont& font
     const QFontMetricsF metrics(font);
     s.rowHeight = std::max<qreal>(20, std::ceil(metrics.height() + 6));
     s.titleHeight = std::max<qreal>(26, std::ceil(QFontMetricsF(s.titleFont).height() + 10));
+    for (int t = 0; t < 4; ++t) {
+        s.joinLabelSize[t] =
+            QSizeF(metrics.horizontalAdvance(joinTypeName(static_cast<JoinType>(t))) + 14,
+                   metrics.height() + 4);
+    }
 
     const QColor window = palette.color(QPalette::Window);
     const QColor base = palette.color(QPalette::Base);

@@ -3,6 +3,8 @@
 #include <QColor>
 #include <QFont>
 #include <QPalette>
+#include <QSizeF>
+#include <array>
 
 namespace marovin {
 
@@ -30,6 +32,8 @@ public:
     qreal closeSize = 16;
     qreal minWidth = 110;
     qreal joinStub = 14;
+    // The label with a join type's name, by JoinType, measured once per font.
+    std::array<QSizeF, 4> joinLabelSize;
 
     QColor canvas;
     QColor gridDot;

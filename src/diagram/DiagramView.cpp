@@ -610,6 +610,15 @@ void DiagramView::setViewFocusOnBoxes(bool focused) {
 
 void DiagramView::focusInEvent(QFocusEvent* event) {
     setViewFocusOnBoxes(true);
+    // Arriving with Tab (or Shift+Tab) picks the first (or last) box, so the keyboard can work
+    // on the diagram at once.
+    const QList<TableBoxItem*>& boxes = m_owner->m_boxes;
+    if (!m_owner->m_selected && !boxes.isEmpty()) {
+        if (event->reason() == Qt::TabFocusReason)
+            m_owner->selectItem(boxes.first());
+        else if (event->reason() == Qt::BacktabFocusReason)
+            m_owner->selectItem(boxes.last());
+    }
     QGraphicsView::focusInEvent(event);
 }
 

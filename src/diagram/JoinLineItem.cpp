@@ -3,7 +3,6 @@
 #include "DiagramStyle.h"
 #include "TableBoxItem.h"
 
-#include <QFontMetricsF>
 #include <QPainter>
 #include <QPainterPathStroker>
 #include <algorithm>
@@ -152,10 +151,9 @@ QRectF JoinLineItem::badgeRect() const {
 }
 
 QRectF JoinLineItem::labelRect() const {
-    const QFontMetricsF metrics(m_style->font);
-    const qreal width = metrics.horizontalAdvance(joinTypeName(m_join.type)) + 14;
-    const qreal height = metrics.height() + 4;
-    return QRectF(m_badge.x() - width / 2, m_badge.y() + kBadgeHeight / 2 + 4, width, height);
+    const QSizeF size = m_style->joinLabelSize[static_cast<int>(m_join.type)];
+    return QRectF(m_badge.x() - size.width() / 2, m_badge.y() + kBadgeHeight / 2 + 4, size.width(),
+                  size.height());
 }
 
 QRectF JoinLineItem::boundingRect() const {

@@ -32,7 +32,7 @@ public:
     bool isLineSelected() const { return m_selected; }
     void setHovered(bool hovered);
 
-    // Recomputes the path from the current box geometry.
+    // Recomputes the path from the current box geometry (and the style's label sizes).
     void updateGeometry();
     QPointF badgeCenter() const { return m_badge; }
 

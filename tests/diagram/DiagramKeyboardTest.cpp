@@ -4,6 +4,7 @@
 
 #include <QLayout>
 #include <QLineEdit>
+#include <QVBoxLayout>
 
 namespace marovin::testing {
 namespace {
@@ -43,6 +44,20 @@ TEST_F(DiagramKeyboard, TabPastTheLastBoxLeavesTheDiagram) {
     key(Qt::Key_Tab);
     EXPECT_TRUE(next->hasFocus());
     EXPECT_EQ(diagram->selectedTable(), "Employees");
+}
+
+TEST_F(DiagramKeyboard, TabbingIntoTheDiagramPicksTheFirstBox) {
+    auto* before = new QLineEdit(window.get());
+    static_cast<QVBoxLayout*>(window->layout())->insertWidget(0, before);
+    before->show();
+    QWidget::setTabOrder(before, diagram);
+    before->setFocus();
+    ASSERT_TRUE(before->hasFocus());
+    QTest::keyClick(before, Qt::Key_Tab);
+    EXPECT_TRUE(diagram->view()->hasFocus());
+    EXPECT_EQ(diagram->selectedTable(), "Customers");
+    key(Qt::Key_Down);
+    EXPECT_EQ(diagram->currentColumn(), "CustomerID");
 }
 
 TEST_F(DiagramKeyboard, ArrowsMoveBetweenColumnsAndEnterChoosesOne) {
