@@ -48,8 +48,10 @@ public:
     void Clear();
 
     // Adds a box from the table-definition text (LF-separated) at left/top with width/height in
-    // the diagram's units. Returns false and sets *error for a malformed definition or an alias
-    // that is already in the diagram (nothing is added then).
+    // the diagram's units. When boxes the user has left there would cover part of it, the new
+    // box goes below them at the same left, so a box never lands on top of another. Returns
+    // false and sets *error for a malformed definition or an alias that is already in the
+    // diagram (nothing is added then).
     bool AddTable(const QString& definition, int left, int top, int width, int height,
                   QString* error = nullptr);
 
@@ -139,6 +141,7 @@ private:
     friend class DiagramView;
 
     TableBoxItem* box(const QString& alias) const;
+    QPointF freePlace(QRectF wanted) const; // top-left of the first free place at or below wanted
     TableBoxItem* selectedBox() const;
     JoinLineItem* selectedJoinItem() const;
     JoinLineItem* joinItem(int index) const;       // 1-based; null for a bad index

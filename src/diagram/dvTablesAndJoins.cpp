@@ -91,13 +91,34 @@ bool dvTablesAndJoins::AddTable(const QString& definition, int left, int top, in
     auto* item = new TableBoxItem(
         parsed, QSizeF(std::round(width * kSizeScale), std::round(height * kSizeScale)),
         m_style.get());
-    item->setPos(std::round(left * kPositionScale), std::round(top * kPositionScale));
+    item->setPos(freePlace(
+        QRectF(QPointF(std::round(left * kPositionScale), std::round(top * kPositionScale)),
+               item->size())));
     item->setViewFocused(m_view->hasFocus());
     m_scene->addItem(item);
     m_boxes.append(item);
     raiseBox(item);
     extendSceneRect(item->sceneBoundingRect());
     return true;
+}
+
+QPointF dvTablesAndJoins::freePlace(QRectF wanted) const {
+    // The host places the n-th table at a fixed spot; after removals or moves that spot may be
+    // taken. Step down past every box in the way (with a little air) until the place is free.
+    constexpr qreal kAir = 20;
+    bool moved = true;
+    while (moved) {
+        moved = false;
+        for (const TableBoxItem* b : m_boxes) {
+            const QRectF taken =
+                b->mapRectToScene(b->bodyRect()).adjusted(-kAir, -kAir, kAir, kAir);
+            if (taken.intersects(wanted)) {
+                wanted.moveTop(taken.bottom());
+                moved = true;
+            }
+        }
+    }
+    return wanted.topLeft();
 }
 
 QString dvTablesAndJoins::JoinsList() const {

@@ -5,6 +5,7 @@
 
 #include <QScrollBar>
 #include <QWheelEvent>
+#include <cmath>
 
 namespace marovin::testing {
 namespace {
@@ -182,6 +183,24 @@ TEST_F(DiagramTables, DestroyingAFocusedTopLevelDiagramIsSafe) {
     own->selectTable("A");
     ASSERT_TRUE(own->view()->hasFocus());
     own.reset(); // sends the view a focus-out while the diagram is being destroyed
+}
+
+TEST_F(DiagramTables, ANewBoxNeverLandsOnAnotherOne) {
+    // After a removal the host counts one table less and places the next one where the last
+    // box still stands.
+    const QRectF employees = diagram->tableSceneRect("Employees");
+    ASSERT_TRUE(diagram->AddTable(TableDefinition::build("Shippers", {"ShipperID"}), 2 * 160 + 50,
+                                  20, 8 * 5 + 120, 100));
+    const QRectF shippers = diagram->tableSceneRect("Shippers");
+    EXPECT_FALSE(shippers.intersects(employees));
+    EXPECT_DOUBLE_EQ(shippers.left(), employees.left());
+    EXPECT_GT(shippers.top(), employees.bottom());
+    // Where nothing stands, the box goes exactly where it was asked to.
+    ASSERT_TRUE(diagram->AddTable(TableDefinition::build("Regions", {"RegionID"}), 3 * 160 + 50, 20,
+                                  7 * 5 + 120, 100));
+    EXPECT_EQ(diagram->tableSceneRect("Regions").topLeft(),
+              QPointF(std::round(530 * dvTablesAndJoins::kPositionScale),
+                      std::round(20 * dvTablesAndJoins::kPositionScale)));
 }
 
 TEST_F(DiagramTables, MovingABoxFarOutGrowsTheScene) {
