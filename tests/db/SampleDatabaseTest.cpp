@@ -99,14 +99,25 @@ TEST(SampleDatabase, ScaleOptions) {
     options.products = 3;
     options.extraTables = 4;
     options.wideColumns = 20;
+    options.extraViews = 3;
     std::string path = generate(dir, "s.sqlite", options);
     EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM \"Order Details\""), "10");
     EXPECT_EQ(querySqlite(path, "SELECT count(DISTINCT CustomerID) <= 2 FROM Orders"), "1");
     EXPECT_EQ(querySqlite(path, "SELECT max(ProductID) <= 3 FROM \"Order Details\""), "1");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM sqlite_schema WHERE name LIKE 'Extra%'"),
-              "4");
+    EXPECT_EQ(
+        querySqlite(
+            path, "SELECT count(*) FROM sqlite_schema WHERE type = 'table' AND name LIKE 'Extra%'"),
+        "4");
     EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM pragma_table_info('WideTable')"), "21");
     EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM pragma_foreign_key_check"), "0");
+    EXPECT_EQ(querySqlite(path, "PRAGMA integrity_check"), "ok");
+    EXPECT_EQ(querySqlite(path, "SELECT Id FROM ExtraView000003"), "1");
+    cDbConnection db;
+    db.setStrProvider("SQLite");
+    db.setStrDatabase(path);
+    EXPECT_TRUE(db.GetListOfTables().ends_with(
+        ",dbo.ExtraView000001,dbo.ExtraView000002,dbo.ExtraView000003,dbo.Order Details Extended,"
+        "dbo.Order Subtotals,dbo.Products Above Average Price"));
 }
 
 TEST(SampleDatabase, BadOptionsAndPlacesFailWithAMessage) {

@@ -554,6 +554,22 @@ void writeAll(Db& db, const SampleDatabaseGenerator::Options& o) {
     }
 }
 
+// Views have no pages of their own, so their schema rows can be written directly; the next
+// connection reads them like any other view.
+void writeViews(Db& db, std::int32_t count) {
+    db.exec("BEGIN; PRAGMA writable_schema = ON");
+    Insert view(db, "INSERT INTO sqlite_schema (type, name, tbl_name, rootpage, sql) "
+                    "VALUES ('view', ?1, ?1, 0, ?2)");
+    char name[32];
+    for (std::int32_t v = 1; v <= count; ++v) {
+        std::snprintf(name, sizeof name, "ExtraView%06d", static_cast<int>(v));
+        view.text(1, std::string(name))
+            .text(2, "CREATE VIEW " + std::string(name) + " AS SELECT 1 AS Id")
+            .run();
+    }
+    db.exec("PRAGMA writable_schema = OFF; COMMIT");
+}
+
 } // namespace
 
 SampleDatabaseGenerator::Options SampleDatabaseGenerator::Large() {
@@ -577,6 +593,8 @@ bool SampleDatabaseGenerator::Write(const std::string& path, std::string& error)
             db.exec("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; BEGIN");
             writeAll(db, m_options);
             db.exec("COMMIT");
+            if (m_options.extraViews > 0)
+                writeViews(db, m_options.extraViews);
         }
         if (std::rename(temp.c_str(), path.c_str()) != 0)
             throw std::runtime_error("cannot rename " + temp + " to " + path);

@@ -1,5 +1,5 @@
 // Builds the sample database: marovin_make_sample_db OUTPUT [--large] [--order-lines N]
-// [--customers N] [--products N] [--extra-tables N] [--wide-columns N]
+// [--customers N] [--products N] [--extra-tables N] [--extra-views N] [--wide-columns N]
 #include "SampleDatabaseGenerator.h"
 
 #include <charconv>
@@ -16,7 +16,7 @@ bool readNumber(std::string_view text, std::int64_t& out) {
 
 int usage() {
     std::fputs("usage: marovin_make_sample_db OUTPUT [--large] [--order-lines N] [--customers N]"
-               " [--products N] [--extra-tables N] [--wide-columns N]\n",
+               " [--products N] [--extra-tables N] [--extra-views N] [--wide-columns N]\n",
                stderr);
     return 2;
 }
@@ -48,6 +48,8 @@ int main(int argc, char** argv) {
                 options.products = static_cast<std::int32_t>(n);
             else if (arg == "--extra-tables")
                 options.extraTables = static_cast<std::int32_t>(n);
+            else if (arg == "--extra-views")
+                options.extraViews = static_cast<std::int32_t>(n);
             else if (arg == "--wide-columns" && n <= 2000)
                 options.wideColumns = static_cast<std::int32_t>(n);
             else
