@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -57,6 +58,12 @@ void DiagramFixture::dragColumn(const QString& fromAlias, const QString& fromCol
 
 void DiagramFixture::click(const QPoint& at, Qt::MouseButton button) {
     QTest::mouseClick(viewport(), button, Qt::NoModifier, at);
+}
+
+void DiagramFixture::hover(const QPoint& at) {
+    QMouseEvent move(QEvent::MouseMove, at, viewport()->mapToGlobal(at), Qt::NoButton, Qt::NoButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(viewport(), &move);
 }
 
 void DiagramFixture::doubleClick(const QPoint& at) {

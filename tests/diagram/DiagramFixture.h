@@ -29,6 +29,8 @@ protected:
     void dragColumn(const QString& fromAlias, const QString& fromColumn, const QString& toAlias,
                     const QString& toColumn);
     void click(const QPoint& at, Qt::MouseButton button = Qt::LeftButton);
+    // The pointer resting at a point with no button pressed.
+    void hover(const QPoint& at);
     void doubleClick(const QPoint& at);
     // Opens the context menu at a point and triggers the action with that object name.
     // With the keyboard reason the point is ignored and the menu is that of the selection.

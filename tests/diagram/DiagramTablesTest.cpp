@@ -203,6 +203,29 @@ TEST_F(DiagramTables, ANewBoxNeverLandsOnAnotherOne) {
                       std::round(20 * dvTablesAndJoins::kPositionScale)));
 }
 
+TEST_F(DiagramTables, ThePointerShowsWhatAPlaceOfTheBoxDoes) {
+    auto cursorAt = [this](const QPoint& at) {
+        hover(at);
+        return viewport()->cursor().shape();
+    };
+    EXPECT_EQ(cursorAt(diagram->titlePoint("Orders")), Qt::SizeAllCursor);
+    EXPECT_EQ(cursorAt(diagram->resizeGripPoint("Orders")), Qt::SizeFDiagCursor);
+    EXPECT_EQ(cursorAt(diagram->closeButtonPoint("Orders")), Qt::PointingHandCursor);
+    EXPECT_EQ(cursorAt(diagram->columnPoint("Orders", "OrderID")), Qt::ArrowCursor);
+    EXPECT_EQ(cursorAt(diagram->joinPoint(1)), Qt::PointingHandCursor);
+    const QRectF orders = diagram->tableSceneRect("Orders");
+    const QPoint rightEdge = diagram->view()->mapFromScene(orders.right() - 2, orders.center().y());
+    EXPECT_EQ(cursorAt(rightEdge), Qt::SizeHorCursor);
+    const QPoint bottomEdge =
+        diagram->view()->mapFromScene(orders.center().x(), orders.bottom() - 2);
+    EXPECT_EQ(cursorAt(bottomEdge), Qt::SizeVerCursor);
+    // The edges resize in one direction only.
+    drag(rightEdge, rightEdge + QPoint(30, 30));
+    const QRectF wider = diagram->tableSceneRect("Orders");
+    EXPECT_DOUBLE_EQ(wider.width(), orders.width() + 30);
+    EXPECT_DOUBLE_EQ(wider.height(), orders.height());
+}
+
 TEST_F(DiagramTables, MovingABoxFarOutGrowsTheScene) {
     const QPoint title = diagram->titlePoint("Employees");
     // Several drags, each towards the view's bottom-right corner, which scrolls the view along.
@@ -299,6 +322,31 @@ TEST_F(DiagramLongTable, DraggingAJoinToTheListEdgeScrollsIt) {
     EXPECT_EQ(lines[2], "Wide");
     // Without scrolling, the last row in sight is about the 17th column.
     EXPECT_GT(lines[3].mid(6).toInt(), 25) << lines[3].toStdString();
+}
+
+TEST_F(DiagramLongTable, TheScrollThumbDragsTheList) {
+    QStringList columns;
+    for (int i = 1; i <= 40; ++i)
+        columns << QString("Column%1").arg(i);
+    place("Wide", columns);
+    const QRectF wide = diagram->tableSceneRect("Wide");
+    // The thumb sits at the top of the track along the right edge, below the title.
+    const QPoint thumb = diagram->view()->mapFromScene(wide.right() - 10, wide.top() + 40);
+    const QPoint firstRow = diagram->view()->mapFromScene(wide.left() + 60, wide.top() + 50);
+    QSignalSpy chosen(diagram, &dvTablesAndJoins::columnChosen);
+    doubleClick(firstRow);
+    ASSERT_EQ(chosen.size(), 1);
+    EXPECT_EQ(chosen[0][1].toString(), "Column1");
+
+    drag(thumb, thumb + QPoint(0, 400)); // to the end of the track and beyond
+    doubleClick(firstRow);
+    ASSERT_EQ(chosen.size(), 2);
+    // The list now ends with the last column: the first row in sight is far down the list.
+    EXPECT_GT(chosen[1][1].toString().mid(6).toInt(), 20);
+    // Every column stays reachable.
+    doubleClick(diagram->columnPoint("Wide", "Column40"));
+    ASSERT_EQ(chosen.size(), 3);
+    EXPECT_EQ(chosen[2][1].toString(), "Column40");
 }
 
 class DiagramPlaceholder : public DiagramFixture {
