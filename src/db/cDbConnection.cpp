@@ -213,8 +213,11 @@ std::string cDbConnection::GetListOfTables() const {
                         (type == "SYSTEM VIEW" && !m_blnExcludeSystemViews);
             if (!take)
                 continue;
-            std::string name = row.strSchema + "." + row.strName;
-            list = list.empty() ? name : list + "," + name;
+            if (!list.empty())
+                list += ',';
+            list += row.strSchema;
+            list += '.';
+            list += row.strName;
         }
     } catch (...) {
         return {};
