@@ -227,7 +227,6 @@ TEST_F(DiagramTables, ThePointerShowsWhatAPlaceOfTheBoxDoes) {
 }
 
 TEST_F(DiagramTables, MovingABoxFarOutGrowsTheScene) {
-    const QPoint title = diagram->titlePoint("Employees");
     // Several drags, each towards the view's bottom-right corner, which scrolls the view along.
     for (int i = 0; i < 4; ++i) {
         const QPoint start = diagram->titlePoint("Employees");
@@ -240,7 +239,6 @@ TEST_F(DiagramTables, MovingABoxFarOutGrowsTheScene) {
     EXPECT_GT(box.top(), 700);
     EXPECT_TRUE(diagram->view()->sceneRect().contains(box));
     EXPECT_GT(diagram->view()->horizontalScrollBar()->maximum(), 0);
-    (void)title;
     // Boxes cannot be pushed past the top-left corner.
     drag(diagram->titlePoint("Customers"), QPoint(0, 0));
     EXPECT_GE(diagram->tableSceneRect("Customers").left(), 0);

@@ -134,6 +134,16 @@ TEST_F(AddTableDefinition, ADuplicateAliasIsRefused) {
     EXPECT_EQ(diagram->tableColumns("Orders"), QStringList{"OrderID"});
 }
 
+TEST_F(AddTableDefinition, ABoxWithoutColumnsStillOffersAllColumns) {
+    ASSERT_TRUE(diagram->AddTable("Empty\n\n \n0", 50, 20, 145, 90));
+    EXPECT_TRUE(diagram->tableColumns("Empty").isEmpty());
+    EXPECT_EQ(diagram->columnPoint("Empty", "x"), QPoint(-1, -1));
+    QSignalSpy all(diagram, &dvTablesAndJoins::allColumns);
+    doubleClick(diagram->allColumnsPoint("Empty"));
+    ASSERT_EQ(all.size(), 1);
+    EXPECT_EQ(all[0][0].toString(), "Empty");
+}
+
 TEST_F(AddTableDefinition, TinySizesAreEnlargedToAUsableBox) {
     ASSERT_TRUE(diagram->AddTable(TableDefinition::build("T", {"a", "b"}), 0, 0, 1, 1));
     const QRectF r = diagram->tableSceneRect("T");
