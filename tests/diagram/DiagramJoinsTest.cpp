@@ -258,6 +258,32 @@ TEST_F(DiagramJoins, TheMenuKeyOpensTheMenuOfTheSelectedJoin) {
     EXPECT_EQ(diagram->joins()[0].type, JoinType::Right);
 }
 
+TEST_F(DiagramJoins, TheJoinsListRestoresThroughAddJoin) {
+    // What a host does when it stores a query and loads it again: read the list, clear,
+    // place the tables, then draw every listed join with AddJoin.
+    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
+    dragColumn("Employees", "EmployeeID", "Orders", "EmployeeID");
+    dragColumn("Orders", "ShipCity", "Customers", "City");
+    ASSERT_TRUE(diagram->setJoinType(2, "Right Join"));
+    ASSERT_TRUE(diagram->setJoinType(3, "Full Join"));
+    const QString stored = diagram->JoinsList();
+
+    diagram->Clear();
+    placed = 0;
+    place("Customers", {"CustomerID", "CompanyName", "City"});
+    place("Orders", {"OrderID", "CustomerID", "EmployeeID", "ShipCity"});
+    place("Employees", {"EmployeeID", "LastName", "City"});
+    const QStringList lines = stored.split(u'\n');
+    const int count = lines[0].toInt();
+    ASSERT_EQ(lines.size(), 1 + 5 * count);
+    for (int i = 0; i < count; ++i) {
+        const int at = 1 + 5 * i;
+        ASSERT_TRUE(diagram->AddJoin(lines[at], lines[at + 1], lines[at + 2], lines[at + 3],
+                                     lines[at + 4]));
+    }
+    EXPECT_EQ(diagram->JoinsList(), stored);
+}
+
 TEST_F(DiagramJoins, AHandlerThatClearsTheDiagramDuringARequestIsSafe) {
     QObject::connect(diagram, &dvTablesAndJoins::joinRequest,
                      [this](const QString&, int*) { diagram->Clear(); });
