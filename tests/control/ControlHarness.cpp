@@ -18,6 +18,7 @@ const std::string& SampleDatabasePath() {
         options.orderLines = 40;
         options.customers = 6;
         options.products = 8;
+        options.wideColumns = 25; // one table of more columns than a box shows
         const std::string file = dir.filePath("northwind.sqlite").toStdString();
         std::string error;
         if (!SampleDatabaseGenerator(options).Write(file, error))

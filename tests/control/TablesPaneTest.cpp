@@ -326,3 +326,23 @@ TEST(TablesPaneTest, AllColumnsAddsEveryColumnWithoutDuplicates) {
     EXPECT_EQ(h.busy->lngDepth(), 0);
     EXPECT_GT(h.busy->lngShown(), 0);
 }
+
+TEST(TablesPaneTest, BoxesArePlacedSideBySideAndSizedByAliasAndColumnCount) {
+    ControlHarness h;
+    h.placeTable("dbo.Shippers");
+    h.placeTable("dbo.WideTable");
+    ASSERT_GT(h.diagram()->tableColumns("WideTable").size(), 20);
+    const double position = dvTablesAndJoins::kPositionScale;
+    const double size = dvTablesAndJoins::kSizeScale;
+    // In the diagram's units, rounded to whole pixels: left = 160 n + 50, top = 20, width = 5 per
+    // alias character + 120, height = 10 per column beyond the first + 100, at most 300.
+    const QRectF shippers = h.diagram()->tableSceneRect("Shippers");
+    EXPECT_NEAR(shippers.left(), 50 * position, 1);
+    EXPECT_NEAR(shippers.top(), 20 * position, 1);
+    EXPECT_NEAR(shippers.width(), (5 * 8 + 120) * size, 1);
+    EXPECT_NEAR(shippers.height(), (10 * 2 + 100) * size, 1);
+    const QRectF wide = h.diagram()->tableSceneRect("WideTable");
+    EXPECT_NEAR(wide.left(), 210 * position, 1);
+    EXPECT_NEAR(wide.width(), (5 * 9 + 120) * size, 1);
+    EXPECT_NEAR(wide.height(), 300 * size, 1);
+}
