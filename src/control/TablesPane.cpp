@@ -11,6 +11,7 @@
 #include "marovin/uscMarovin.h"
 
 #include <QCheckBox>
+#include <QDataStream>
 #include <QDropEvent>
 #include <QListWidget>
 #include <QMimeData>
@@ -270,13 +271,27 @@ void uscMarovin::onAllColumns(const QString& alias) {
 
 bool uscMarovin::handleDiagramDrop(QEvent* event) {
     auto* drop = static_cast<QDropEvent*>(event);
-    if (drop->source() != m_lstTables || !drop->mimeData()->hasFormat(kListMimeType))
+    if (!drop->mimeData()->hasFormat(kListMimeType))
         return false;
+    // The entry dragged from the table list: the display text of the first encoded item.
+    QByteArray encoded = drop->mimeData()->data(kListMimeType);
+    QDataStream stream(&encoded, QIODevice::ReadOnly);
+    QString entry;
+    while (!stream.atEnd() && entry.isEmpty()) {
+        int row = 0;
+        int column = 0;
+        QMap<int, QVariant> roles;
+        stream >> row >> column >> roles;
+        entry = roles.value(Qt::DisplayRole).toString();
+    }
+    // Only entries of this control's table list are placed.
+    if (entry.isEmpty() || !IsInTableList(entry))
+        return false;
+    drop->setDropAction(Qt::CopyAction);
+    drop->accept();
     if (event->type() == QEvent::Drop) {
-        drop->acceptProposedAction();
-        SelectTable();
-    } else {
-        drop->acceptProposedAction();
+        AddTableToDiagram(entry.toStdString());
+        EnableButtons();
     }
     return true;
 }

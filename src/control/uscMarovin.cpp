@@ -100,6 +100,8 @@ void uscMarovin::setupViews() {
     m_lstTables->setSelectionMode(QAbstractItemView::SingleSelection);
     m_lstTables->setDragEnabled(true);
     m_lstTables->setDragDropMode(QAbstractItemView::DragOnly);
+    // A dragged entry is copied onto the diagram; it must never leave the list.
+    m_lstTables->setDefaultDropAction(Qt::CopyAction);
     m_lstTables->installEventFilter(this);
     m_chkAlsoListViews = new QCheckBox(tr("Also list views"));
     m_chkAlsoListViews->setObjectName(QStringLiteral("chkAlsoListViews"));

@@ -1,10 +1,15 @@
+#include "ConnectionDialog.h"
 #include "ControlHarness.h"
 #include "DesignerWindow.h"
 
+#include <QDialogButtonBox>
 #include <QFile>
 #include <QGraphicsView>
 #include <QImage>
+#include <QLineEdit>
 #include <QProcess>
+#include <QPushButton>
+#include <QRadioButton>
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -178,4 +183,62 @@ TEST(DesignerTest, ScriptModesPrintTheSqlSaveTheDocumentAndRenderTheWindow) {
     EXPECT_EQ(bad.exitCode(), 1);
     EXPECT_TRUE(bad.readAllStandardOutput().isEmpty());
     EXPECT_TRUE(bad.readAllStandardError().contains("not a query document"));
+}
+
+TEST(DesignerTest, TheConnectionDialogRefusesAMissingFileAndBuildsTheConnection) {
+    auto box = std::make_shared<ScriptedMessageBox>();
+    ConnectionDialog dialog(box);
+    dialog.show();
+    ASSERT_TRUE(dialog.sqliteChoice()->isChecked());
+    QTest::keyClicks(dialog.sqlitePathEdit(), "/nonexistent/northwind.sqlite");
+    QPushButton* ok = dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+    QTest::mouseClick(ok, Qt::LeftButton);
+    EXPECT_EQ(dialog.result(), QDialog::Rejected);
+    EXPECT_TRUE(dialog.isVisible());
+    ASSERT_EQ(box->shown().size(), 1u);
+    EXPECT_TRUE(box->shown()[0].strText.contains("does not exist"));
+
+    dialog.sqlitePathEdit()->clear();
+    QTest::keyClicks(dialog.sqlitePathEdit(), QString::fromStdString(SampleDatabasePath()));
+    EXPECT_TRUE(dialog.strProblem().isEmpty());
+    QTest::mouseClick(ok, Qt::LeftButton);
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+    const auto db = dialog.connection();
+    EXPECT_EQ(db->strProvider(), cDbConnection::kProviderSqlite);
+    EXPECT_EQ(db->strDatabase(), SampleDatabasePath());
+    EXPECT_NE(db->GetListOfTables().find("dbo.Orders"), std::string::npos);
+
+    // The dialog shows an existing server connection as it is.
+    cDbConnection server;
+    server.setStrServer("sql01,1433");
+    server.setStrDatabase("Sales");
+    server.setStrUserName("reader");
+    server.setStrPassword("secret");
+    ConnectionDialog again(box);
+    again.setConnection(&server);
+    EXPECT_TRUE(again.serverChoice()->isChecked());
+    const auto copy = again.connection();
+    EXPECT_EQ(copy->strProvider(), cDbConnection::kProviderSqlServer);
+    EXPECT_EQ(copy->strServer(), "sql01,1433");
+    EXPECT_EQ(copy->strDatabase(), "Sales");
+    EXPECT_EQ(copy->strUserName(), "reader");
+    EXPECT_EQ(copy->strPassword(), "secret");
+}
+
+TEST(DesignerTest, AnotherDatabaseReloadsTheQueryAndReportsWhatItLacks) {
+    QTemporaryDir dir;
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    auto empty = std::make_shared<cDbConnection>();
+    empty->setStrProvider(cDbConnection::kProviderSqlite);
+    empty->setStrDatabase(dir.filePath("none.sqlite").toStdString());
+    d.window->setConnection(empty);
+    ASSERT_EQ(d.box->shown().size(), 1u);
+    EXPECT_EQ(d.box->shown()[0].strCaption, "SQL Server connection");
+    EXPECT_EQ(d.window->control()->DatabaseObject(), empty);
+    EXPECT_EQ(d.window->query()->Tables()->Count(), 0);
+    EXPECT_FALSE(d.window->blnModified());
+
+    d.window->setConnection(SampleConnection());
+    EXPECT_EQ(d.box->shown().size(), 1u);
 }

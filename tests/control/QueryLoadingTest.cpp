@@ -148,4 +148,17 @@ TEST(QueryLoadingTest, ASubQueryWithItemsIsOfferedAndPlacedAsATable) {
     EXPECT_TRUE(h.query->Tables()->Item(1)->blnIsSubQuery());
     EXPECT_EQ(h.query->Tables()->Item(1)->SubQuery(), h.query->SubQuery());
     EXPECT_NE(h.control().strSQL().find("AS Big"), std::string::npos) << h.control().strSQL();
+
+    // Removing the sub-query's box warns that its dependants stay, and leaves them.
+    h.box->QueueAnswer(MessageAnswer::Yes);
+    ASSERT_TRUE(h.diagram()->requestTableRemoval("Big"));
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strCaption, "Remove a Table");
+    EXPECT_EQ(h.box->shown()[0].strText,
+              "This table is a sub-query. After removal, this sub-query will be deleted from "
+              "\r\nthe FROM clause of the main SQL-query which may become invalid. Fields, "
+              "expressions \r\nand conditions based on this table must be removed "
+              "manually.\r\nDo you want to continue?");
+    EXPECT_EQ(h.rows(), 1);
+    EXPECT_EQ(h.query->Tables()->Count(), 0);
 }

@@ -60,17 +60,17 @@ TEST(PaneProportionsTest, ThePanesAreLaidOutByTheProportions) {
     ControlHarness h(settings);
     h.control().resize(1000, 1000);
     QApplication::processEvents();
-    const QRect diagram = h.diagram()->geometry();
-    const QRect grid = h.grid()->mapTo(&h.control(), QPoint(0, 0)).y() > 0
-                           ? QRect(h.grid()->mapTo(&h.control(), QPoint(0, 0)), h.grid()->size())
-                           : QRect();
-    // The top row ends near half the height, the grid starts below it.
-    EXPECT_NEAR(diagram.height(), 500, 20);
-    EXPECT_NEAR(grid.top(), 500, 60);
-    // The table list takes about three tenths of the width.
-    EXPECT_NEAR(h.diagram()->mapTo(&h.control(), QPoint(0, 0)).x(), 300, 20);
-    const QWidget* expressions = h.expressions();
-    EXPECT_NEAR(expressions->mapTo(&h.control(), QPoint(0, 0)).x(), 250, 30);
+    auto at = [&h](const QWidget* widget) {
+        return widget->mapTo(&h.control(), QPoint(0, 0));
+    };
+    // The top row (table list and diagram) takes half the height; the grid's pane starts there.
+    EXPECT_NEAR(h.diagram()->height(), 500, 20);
+    EXPECT_NEAR(at(h.grid()).y(), 500, 60);
+    // The SQL text starts below nine tenths of the height.
+    EXPECT_NEAR(at(h.sqlView()).y(), 900, 60);
+    // The diagram starts at three tenths of the width, the calculated items at a quarter.
+    EXPECT_NEAR(at(h.diagram()).x(), 300, 20);
+    EXPECT_NEAR(at(h.expressions()).x(), 250, 30);
 }
 
 TEST(uscMarovinTest, BuildSubQueryHidesTheSubQueryButtonForGood) {

@@ -27,13 +27,12 @@ public:
     std::shared_ptr<cDbConnection> connection() const;
     // The reason the entries cannot make a connection, or an empty text when they can.
     QString strProblem() const;
+    // Closes the dialog only when the entries can make a connection; says why otherwise.
+    void accept() override;
 
     QRadioButton* sqliteChoice() const { return m_sqlite; }
     QRadioButton* serverChoice() const { return m_server; }
     QLineEdit* sqlitePathEdit() const { return m_path; }
-
-protected:
-    void accept() override;
 
 private:
     void updateEnabled();
