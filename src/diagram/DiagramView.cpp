@@ -1,6 +1,7 @@
 #include "DiagramView.h"
 
 #include "DiagramStyle.h"
+#include "JoinBadgeItem.h"
 #include "JoinLineItem.h"
 
 #include <QApplication>
@@ -74,6 +75,10 @@ DiagramView::Target DiagramView::targetAt(const QPoint& viewportPos) const {
         }
         if (auto* join = dynamic_cast<JoinLineItem*>(item)) {
             target.join = join;
+            return target;
+        }
+        if (auto* badge = dynamic_cast<JoinBadgeItem*>(item)) {
+            target.join = badge->joinLine();
             return target;
         }
     }

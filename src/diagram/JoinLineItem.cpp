@@ -1,50 +1,19 @@
 #include "JoinLineItem.h"
 
 #include "DiagramStyle.h"
+#include "JoinBadgeItem.h"
 #include "TableBoxItem.h"
 
+#include <QGraphicsScene>
 #include <QPainter>
 #include <QPainterPathStroker>
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace marovin {
 
 namespace {
-constexpr qreal kBadgeWidth = 34;
-constexpr qreal kBadgeHeight = 21;
 constexpr qreal kMarkerSize = 8;
-constexpr qreal kVennRadius = 6.2;
-constexpr qreal kVennOffset = 4.2;
-
-// The shaded part of the badge's two circles, centred on the origin: the overlap for an inner
-// join, plus the whole circle of each table whose rows are all kept. Built once per kind, since
-// path intersections are costly.
-const QPainterPath& vennArea(JoinType type, bool leftFirst) {
-    static const auto areas = [] {
-        std::array<QPainterPath, 8> result;
-        for (int first = 0; first < 2; ++first) {
-            for (int t = 0; t < 4; ++t) {
-                const auto kind = static_cast<JoinType>(t);
-                QPainterPath left;
-                left.addEllipse(QPointF(first ? -kVennOffset : kVennOffset, 0), kVennRadius,
-                                kVennRadius);
-                QPainterPath right;
-                right.addEllipse(QPointF(first ? kVennOffset : -kVennOffset, 0), kVennRadius,
-                                 kVennRadius);
-                QPainterPath area = left.intersected(right);
-                if (kind == JoinType::Left || kind == JoinType::Full)
-                    area = area.united(left);
-                if (kind == JoinType::Right || kind == JoinType::Full)
-                    area = area.united(right);
-                result[first * 4 + t] = area;
-            }
-        }
-        return result;
-    }();
-    return areas[(leftFirst ? 4 : 0) + static_cast<int>(type)];
-}
 } // namespace
 
 JoinLineItem::JoinLineItem(const DiagramJoin& join, TableBoxItem* left, int leftRow,
@@ -53,14 +22,36 @@ JoinLineItem::JoinLineItem(const DiagramJoin& join, TableBoxItem* left, int left
       m_rightRow(rightRow) {
     // Lines lie under the boxes so that a crossing line never hides a column name.
     setZValue(-1);
+    m_badgeItem = new JoinBadgeItem(this, style);
     updateToolTip();
     updateGeometry();
+}
+
+JoinLineItem::~JoinLineItem() {
+    // The badge is a separate item of the scene (it floats above the boxes); it goes with its
+    // line unless the scene already deleted it.
+    delete m_badgeItem.data();
+}
+
+QVariant JoinLineItem::itemChange(GraphicsItemChange change, const QVariant& value) {
+    if (change == ItemSceneHasChanged && m_badgeItem) {
+        if (QGraphicsScene* now = scene())
+            now->addItem(m_badgeItem);
+        else if (m_badgeItem->scene())
+            m_badgeItem->scene()->removeItem(m_badgeItem);
+    }
+    return QGraphicsObject::itemChange(change, value);
+}
+
+bool JoinLineItem::leftEndIsLeftmost() const {
+    return m_start.x() <= m_end.x();
 }
 
 void JoinLineItem::setJoinType(JoinType type) {
     m_join.type = type;
     updateToolTip();
-    updateGeometry(); // the label under the badge changes width
+    if (m_badgeItem)
+        m_badgeItem->typeChanged();
     update();
 }
 
@@ -70,6 +61,8 @@ void JoinLineItem::setLineSelected(bool selected) {
     m_selected = selected;
     setZValue(selected ? -0.5 : -1);
     update();
+    if (m_badgeItem)
+        m_badgeItem->update();
 }
 
 void JoinLineItem::setHovered(bool hovered) {
@@ -77,6 +70,8 @@ void JoinLineItem::setHovered(bool hovered) {
         return;
     m_hovered = hovered;
     update();
+    if (m_badgeItem)
+        m_badgeItem->update();
 }
 
 void JoinLineItem::updateToolTip() {
@@ -139,21 +134,9 @@ void JoinLineItem::updateGeometry() {
                3 * (endOut + QPointF(m_endDir * pull, 0)) + endOut) /
               8;
     m_shapeValid = false;
-    m_bounds = path.boundingRect()
-                   .united(badgeRect())
-                   .united(labelRect())
-                   .adjusted(-kMarkerSize, -kMarkerSize, kMarkerSize, kMarkerSize);
-}
-
-QRectF JoinLineItem::badgeRect() const {
-    return QRectF(m_badge.x() - kBadgeWidth / 2, m_badge.y() - kBadgeHeight / 2, kBadgeWidth,
-                  kBadgeHeight);
-}
-
-QRectF JoinLineItem::labelRect() const {
-    const QSizeF size = m_style->joinLabelSize[static_cast<int>(m_join.type)];
-    return QRectF(m_badge.x() - size.width() / 2, m_badge.y() + kBadgeHeight / 2 + 4, size.width(),
-                  size.height());
+    m_bounds = path.boundingRect().adjusted(-kMarkerSize, -kMarkerSize, kMarkerSize, kMarkerSize);
+    if (m_badgeItem)
+        m_badgeItem->setPos(m_badge);
 }
 
 QRectF JoinLineItem::boundingRect() const {
@@ -166,7 +149,6 @@ QPainterPath JoinLineItem::shape() const {
         QPainterPathStroker stroker;
         stroker.setWidth(9);
         m_shape = stroker.createStroke(m_path);
-        m_shape.addRoundedRect(badgeRect(), kBadgeHeight / 2, kBadgeHeight / 2);
         m_shapeValid = true;
     }
     return m_shape;
@@ -207,38 +189,6 @@ void JoinLineItem::paint(QPainter* painter, const QStyleOptionGraphicsItem*, QWi
     };
     marker(m_start, m_startDir, keepLeft);
     marker(m_end, m_endDir, keepRight);
-
-    // Badge: two overlapping circles; the circle nearer the left box's end stands for it.
-    const QRectF badge = badgeRect();
-    painter->setPen(QPen(color, m_selected ? 1.6 : 1.1));
-    painter->setBrush(s.boxFill);
-    painter->drawRoundedRect(badge, kBadgeHeight / 2, kBadgeHeight / 2);
-
-    const bool leftFirst = m_start.x() <= m_end.x();
-    painter->setPen(Qt::NoPen);
-    painter->setBrush(m_selected ? s.accent : DiagramStyle::mix(s.accent, s.joinLine, 0.25));
-    painter->drawPath(vennArea(m_join.type, leftFirst).translated(m_badge));
-    painter->setBrush(Qt::NoBrush);
-    painter->setPen(QPen(color, 1.0));
-    painter->drawEllipse(m_badge + QPointF(-kVennOffset, 0), kVennRadius, kVennRadius);
-    painter->drawEllipse(m_badge + QPointF(kVennOffset, 0), kVennRadius, kVennRadius);
-
-    // The type in words under the badge of the join being pointed at or selected.
-    if (m_selected || m_hovered) {
-        const QRectF label = labelRect();
-        painter->setPen(Qt::NoPen);
-        painter->setBrush(m_selected ? s.accent : s.boxFill);
-        painter->drawRoundedRect(label, label.height() / 2, label.height() / 2);
-        if (!m_selected) {
-            painter->setPen(QPen(s.boxBorder, 1));
-            painter->setBrush(Qt::NoBrush);
-            painter->drawRoundedRect(label.adjusted(0.5, 0.5, -0.5, -0.5), label.height() / 2,
-                                     label.height() / 2);
-        }
-        painter->setFont(s.font);
-        painter->setPen(m_selected ? s.accentText : s.text);
-        painter->drawText(label, Qt::AlignCenter, joinTypeName(m_join.type));
-    }
 }
 
 } // namespace marovin

@@ -2,24 +2,26 @@
 
 #include <QGraphicsObject>
 #include <QPainterPath>
+#include <QPointer>
 #include <marovin/DiagramJoin.h>
 
 namespace marovin {
 
 class DiagramStyle;
+class JoinBadgeItem;
 class TableBoxItem;
 
 // The line of one join between a column row of the left box and a column row of the right
 // box. It leaves each box sideways at the row's height and follows the boxes when they move,
-// scroll or change size. A badge in the middle shows the join type as two overlapping circles
-// (the shaded part is the rows kept); an outer join also marks the box whose rows are all kept
-// with a filled square at its end.
+// scroll or change size. Its badge (a JoinBadgeItem) in the middle shows the join type; an
+// outer join also marks the box whose rows are all kept with a filled square at its end.
 class JoinLineItem : public QGraphicsObject {
     Q_OBJECT
 public:
     // The boxes and style are Not owned; the diagram removes the line before either box.
     JoinLineItem(const DiagramJoin& join, TableBoxItem* left, int leftRow, TableBoxItem* right,
                  int rightRow, const DiagramStyle* style);
+    ~JoinLineItem() override;
 
     const DiagramJoin& join() const { return m_join; }
     void setJoinType(JoinType type);
@@ -31,6 +33,9 @@ public:
     void setLineSelected(bool selected);
     bool isLineSelected() const { return m_selected; }
     void setHovered(bool hovered);
+    bool isHovered() const { return m_hovered; }
+    // True when the line's left-table end lies left of its right-table end on screen.
+    bool leftEndIsLeftmost() const;
 
     // Recomputes the path from the current box geometry (and the style's label sizes).
     void updateGeometry();
@@ -40,10 +45,11 @@ public:
     QPainterPath shape() const override;
     void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget) override;
 
+protected:
+    QVariant itemChange(GraphicsItemChange change, const QVariant& value) override;
+
 private:
     void updateToolTip();
-    QRectF badgeRect() const;
-    QRectF labelRect() const; // the type name shown under the badge when pointed at or selected
 
     DiagramJoin m_join;
     TableBoxItem* m_left;        // Not owned.
@@ -52,11 +58,12 @@ private:
     int m_leftRow;
     int m_rightRow;
     QPainterPath m_path;
-    QPointF m_start;      // on the left box's edge
-    QPointF m_end;        // on the right box's edge
-    qreal m_startDir = 1; // +1 when the line leaves the left box to the right
-    qreal m_endDir = -1;  // +1 when the line leaves the right box to the right
-    QPointF m_badge;
+    QPointF m_start;                     // on the left box's edge
+    QPointF m_end;                       // on the right box's edge
+    qreal m_startDir = 1;                // +1 when the line leaves the left box to the right
+    qreal m_endDir = -1;                 // +1 when the line leaves the right box to the right
+    QPointF m_badge;                     // the middle of the line, where the badge sits
+    QPointer<JoinBadgeItem> m_badgeItem; // Owned; in the same scene as the line.
     QRectF m_bounds;
     mutable QPainterPath m_shape; // hit-test outline, rebuilt lazily after a change
     mutable bool m_shapeValid = false;

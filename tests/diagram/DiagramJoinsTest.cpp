@@ -284,6 +284,22 @@ TEST_F(DiagramJoins, TheJoinsListRestoresThroughAddJoin) {
     EXPECT_EQ(diagram->JoinsList(), stored);
 }
 
+TEST_F(DiagramJoins, ABadgeStaysInSightAndClickableUnderABoxMovedOverIt) {
+    ASSERT_TRUE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
+    const QPoint badge = diagram->joinPoint(1);
+    const QPoint title = diagram->titlePoint("Employees");
+    const QPoint middle =
+        diagram->view()->mapFromScene(diagram->tableSceneRect("Employees").center());
+    drag(title, title + (badge - middle));
+    const QPoint covered = diagram->joinPoint(1);
+    ASSERT_TRUE(
+        diagram->tableSceneRect("Employees").contains(diagram->view()->mapToScene(covered)));
+    diagram->clearSelection();
+    click(covered);
+    EXPECT_EQ(diagram->selectedJoin(), 1);
+    EXPECT_TRUE(diagram->selectedTable().isEmpty());
+}
+
 TEST_F(DiagramJoins, AHandlerThatClearsTheDiagramDuringARequestIsSafe) {
     QObject::connect(diagram, &dvTablesAndJoins::joinRequest,
                      [this](const QString&, int*) { diagram->Clear(); });
