@@ -75,8 +75,18 @@ bool TableDefinition::parse(const QString& text, TableDefinition* definition, QS
                                           "columns in decimal digits, but it holds %1.")
                                .arg(quoted(lines[3])));
     }
-    const qlonglong expected = kHeaderLines + count * kLinesPerColumn;
+    // A count larger than the lines could hold is refused before it is multiplied, so even
+    // the largest number cannot overflow.
+    const qlonglong maxCount = (lines.size() - kHeaderLines) / kLinesPerColumn + 1;
+    const qlonglong expected =
+        count <= maxCount ? kHeaderLines + count * kLinesPerColumn : qlonglong(-1);
     if (lines.size() != expected) {
+        if (expected < 0) {
+            return fail(error, QStringLiteral("The table definition announces %1 column(s), but "
+                                              "it has only %2 lines.")
+                                   .arg(count)
+                                   .arg(lines.size()));
+        }
         if (lines.size() == expected + 1 && lines.last().isEmpty()) {
             return fail(error, QStringLiteral("The table definition ends with a line feed; its "
                                               "last line must be %1.")

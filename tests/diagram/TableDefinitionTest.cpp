@@ -84,6 +84,8 @@ INSTANTIATE_TEST_SUITE_P(
         Malformed{"CountWithBlank", "T\n\n \n 1\n" + kColumn, "Line 4"},
         Malformed{"NegativeCount", "T\n\n \n-1", "Line 4"},
         Malformed{"HugeCount", "T\n\n \n99999999999999999999999", "Line 4"},
+        Malformed{"LargestCount", "T\n\n \n9223372036854775807",
+                  "announces 9223372036854775807 column(s)"},
         Malformed{"TooFewColumnLines", "T\n\n \n2\n" + kColumn, "announces 2 column(s)"},
         Malformed{"TooManyLines", "T\n\n \n1\n" + kColumn + "\nextra", "announces 1 column(s)"},
         Malformed{"TrailingLineFeed", "T\n\n \n1\n" + kColumn + "\n", "ends with a line feed"},
