@@ -60,7 +60,8 @@ protected:
     QImage shoot(const QString& name) {
         QApplication::processEvents();
         const QImage image = diagram->grab().toImage();
-        const QString dir = qEnvironmentVariable("MAROVIN_BINARY_DIR", QCoreApplication::applicationDirPath());
+        const QString dir =
+            qEnvironmentVariable("MAROVIN_BINARY_DIR", QCoreApplication::applicationDirPath());
         EXPECT_TRUE(image.save(dir + "/" + name));
         return image;
     }
