@@ -47,13 +47,13 @@ void addTables(dvTablesAndJoins& diagram) {
     }
 }
 
-struct JoinSpec {
+struct PlannedJoin {
     int left, leftColumn, right, rightColumn;
 };
 
-const std::vector<JoinSpec>& joinSpecs() {
-    static const std::vector<JoinSpec> specs = [] {
-        std::vector<JoinSpec> result;
+const std::vector<PlannedJoin>& plannedJoins() {
+    static const std::vector<PlannedJoin> joins = [] {
+        std::vector<PlannedJoin> result;
         QRandomGenerator random(42);
         while (result.size() < kJoins) {
             const int left = random.bounded(kTables);
@@ -63,13 +63,13 @@ const std::vector<JoinSpec>& joinSpecs() {
         }
         return result;
     }();
-    return specs;
+    return joins;
 }
 
 void addJoins(dvTablesAndJoins& diagram) {
     static const QString types[] = {"Inner Join", "Left Join", "Right Join", "Full Join"};
     int n = 0;
-    for (const JoinSpec& j : joinSpecs()) {
+    for (const PlannedJoin& j : plannedJoins()) {
         diagram.AddJoin(alias(j.left), column(j.leftColumn), alias(j.right), column(j.rightColumn),
                         types[n++ % 4]);
     }
