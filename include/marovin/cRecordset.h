@@ -18,9 +18,15 @@ public:
         std::string strTypeName; // the type as the source declares it; may be empty
     };
 
+    // Rows are kept in blocks of this many, so that reading a large result never moves the rows
+    // already read.
+    static constexpr std::int32_t kRowsPerBlock = 1024;
+
     // Built by the database layer: the columns, then the cells row by row (cells.size() must be
     // a multiple of columns.size(); with no columns there are no rows).
     cRecordset(std::vector<Column> columns, std::vector<DbValue> cells);
+    // The same with the cells in blocks of kRowsPerBlock rows each (the last may hold fewer).
+    cRecordset(std::vector<Column> columns, std::vector<std::vector<DbValue>> blocks);
 
     std::int32_t FieldCount() const { return static_cast<std::int32_t>(m_columns.size()); }
     // Column name and declared type by position; "" when out of range.
@@ -56,7 +62,7 @@ public:
 
 private:
     std::vector<Column> m_columns;
-    std::vector<DbValue> m_cells;
+    std::vector<std::vector<DbValue>> m_blocks;
     std::int32_t m_rowCount = 0;
     std::int32_t m_current = 0;
 };

@@ -1,5 +1,6 @@
 #include "OdbcSession.h"
 
+#include "RecordsetBuilder.h"
 #include "marovin/DbError.h"
 #include "marovin/cRecordset.h"
 
@@ -297,7 +298,7 @@ std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int3
         columns.push_back({reinterpret_cast<const char*>(name), typeName});
         kinds.push_back(fetchKind(sqlType));
     }
-    std::vector<DbValue> cells;
+    RecordsetBuilder cells(std::move(columns));
     std::int64_t rows = 0;
     while (nCols > 0 && (maxRows <= 0 || rows < maxRows)) {
         rc = SQLFetch(stmt.get());
@@ -312,18 +313,18 @@ std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int3
                 SQLBIGINT v = 0;
                 stmt.check(SQLGetData(stmt.get(), c, SQL_C_SBIGINT, &v, 0, &ind), "SQLGetData");
                 if (ind == SQL_NULL_DATA)
-                    cells.emplace_back();
+                    cells.Add();
                 else
-                    cells.emplace_back(static_cast<std::int64_t>(v));
+                    cells.Add(static_cast<std::int64_t>(v));
                 break;
             }
             case FetchAs::Real: {
                 double v = 0;
                 stmt.check(SQLGetData(stmt.get(), c, SQL_C_DOUBLE, &v, 0, &ind), "SQLGetData");
                 if (ind == SQL_NULL_DATA)
-                    cells.emplace_back();
+                    cells.Add();
                 else
-                    cells.emplace_back(v);
+                    cells.Add(v);
                 break;
             }
             case FetchAs::Binary: {
@@ -347,23 +348,23 @@ std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int3
                         break;
                 }
                 if (isNull)
-                    cells.emplace_back();
+                    cells.Add();
                 else
-                    cells.emplace_back(std::move(bytes));
+                    cells.Add(std::move(bytes));
                 break;
             }
             case FetchAs::Text: {
                 auto v = stmt.text(c);
                 if (v)
-                    cells.emplace_back(std::move(*v));
+                    cells.Add(std::move(*v));
                 else
-                    cells.emplace_back();
+                    cells.Add();
                 break;
             }
             }
         }
     }
-    return std::make_shared<cRecordset>(std::move(columns), std::move(cells));
+    return cells.Finish();
 }
 
 } // namespace marovin

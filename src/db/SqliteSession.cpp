@@ -1,5 +1,6 @@
 #include "SqliteSession.h"
 
+#include "RecordsetBuilder.h"
 #include "SqliteFunctions.h"
 #include "marovin/DbError.h"
 #include "marovin/cRecordset.h"
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <utility>
 
 namespace marovin {
 
@@ -179,12 +181,19 @@ std::vector<DbSession::TableRow> SqliteSession::Tables() {
     if (rc != SQLITE_DONE)
         fail();
     // The catalogue order of SQL Server: by type, then by name (case-insensitive first).
-    std::stable_sort(rows.begin(), rows.end(), [](const TableRow& a, const TableRow& b) {
-        if (a.strType != b.strType)
-            return a.strType < b.strType;
-        std::string la = lower(a.strName), lb = lower(b.strName);
-        return la != lb ? la < lb : a.strName < b.strName;
+    std::vector<std::pair<std::string, std::size_t>> keys;
+    keys.reserve(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        keys.emplace_back(rows[i].strType + '\n' + lower(rows[i].strName), i);
+    std::sort(keys.begin(), keys.end(), [&rows](const auto& a, const auto& b) {
+        return a.first != b.first ? a.first < b.first
+                                  : rows[a.second].strName < rows[b.second].strName;
     });
+    std::vector<TableRow> sorted;
+    sorted.reserve(rows.size());
+    for (const auto& key : keys)
+        sorted.push_back(std::move(rows[key.second]));
+    rows = std::move(sorted);
     return rows;
 }
 
@@ -292,7 +301,7 @@ std::shared_ptr<cRecordset> SqliteSession::Query(const std::string& text, std::i
             const char* type = sqlite3_column_decltype(s, c);
             columns.push_back({name ? name : "", type ? type : ""});
         }
-        std::vector<DbValue> cells;
+        RecordsetBuilder cells(std::move(columns));
         std::int64_t rows = 0;
         int rc = SQLITE_DONE;
         while (maxRows <= 0 || rows < maxRows) {
@@ -303,31 +312,30 @@ std::shared_ptr<cRecordset> SqliteSession::Query(const std::string& text, std::i
             for (int c = 0; c < nCols; ++c) {
                 switch (sqlite3_column_type(s, c)) {
                 case SQLITE_INTEGER:
-                    cells.emplace_back(static_cast<std::int64_t>(sqlite3_column_int64(s, c)));
+                    cells.Add(static_cast<std::int64_t>(sqlite3_column_int64(s, c)));
                     break;
                 case SQLITE_FLOAT:
-                    cells.emplace_back(sqlite3_column_double(s, c));
+                    cells.Add(sqlite3_column_double(s, c));
                     break;
                 case SQLITE_TEXT: {
                     const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(s, c));
-                    cells.emplace_back(
-                        std::string(p, static_cast<std::size_t>(sqlite3_column_bytes(s, c))));
+                    cells.Add(std::string(p, static_cast<std::size_t>(sqlite3_column_bytes(s, c))));
                     break;
                 }
                 case SQLITE_BLOB: {
                     const auto* p = static_cast<const unsigned char*>(sqlite3_column_blob(s, c));
                     auto n = static_cast<std::size_t>(sqlite3_column_bytes(s, c));
-                    cells.emplace_back(p ? DbValue::Blob(p, p + n) : DbValue::Blob());
+                    cells.Add(p ? DbValue::Blob(p, p + n) : DbValue::Blob());
                     break;
                 }
                 default:
-                    cells.emplace_back();
+                    cells.Add();
                 }
             }
         }
         if (rc != SQLITE_ROW && rc != SQLITE_DONE)
             fail();
-        return std::make_shared<cRecordset>(std::move(columns), std::move(cells));
+        return cells.Finish();
     }
     return std::make_shared<cRecordset>(std::vector<cRecordset::Column>{}, std::vector<DbValue>{});
 }

@@ -1,6 +1,8 @@
 #include "marovin/cRecordset.h"
 
+#include <algorithm>
 #include <cctype>
+#include <iterator>
 
 namespace marovin {
 
@@ -23,13 +25,39 @@ const DbValue kNullValue;
 } // namespace
 
 cRecordset::cRecordset(std::vector<Column> columns, std::vector<DbValue> cells)
-    : m_columns(std::move(columns)), m_cells(std::move(cells)) {
+    : m_columns(std::move(columns)) {
     if (m_columns.empty())
-        m_cells.clear();
-    else
-        m_cells.resize(m_cells.size() - m_cells.size() % m_columns.size());
-    m_rowCount =
-        m_columns.empty() ? 0 : static_cast<std::int32_t>(m_cells.size() / m_columns.size());
+        return;
+    const std::size_t width = m_columns.size();
+    const std::size_t rows = cells.size() / width;
+    const std::size_t perBlock = static_cast<std::size_t>(kRowsPerBlock) * width;
+    for (std::size_t start = 0; start < rows * width; start += perBlock) {
+        std::size_t end = std::min(start + perBlock, rows * width);
+        m_blocks.emplace_back(
+            std::make_move_iterator(cells.begin() + static_cast<std::ptrdiff_t>(start)),
+            std::make_move_iterator(cells.begin() + static_cast<std::ptrdiff_t>(end)));
+    }
+    m_rowCount = static_cast<std::int32_t>(rows);
+}
+
+cRecordset::cRecordset(std::vector<Column> columns, std::vector<std::vector<DbValue>> blocks)
+    : m_columns(std::move(columns)), m_blocks(std::move(blocks)) {
+    const std::size_t width = m_columns.size();
+    const std::size_t perBlock = static_cast<std::size_t>(kRowsPerBlock) * width;
+    std::size_t rows = 0;
+    for (std::size_t b = 0; width > 0 && b < m_blocks.size(); ++b) {
+        std::vector<DbValue>& block = m_blocks[b];
+        // Every block but the last is full; a short block ends the set.
+        block.resize(std::min(block.size() - block.size() % width, perBlock));
+        rows += block.size() / width;
+        if (block.size() < perBlock) {
+            m_blocks.resize(b + 1);
+            break;
+        }
+    }
+    if (width == 0)
+        m_blocks.clear();
+    m_rowCount = static_cast<std::int32_t>(rows);
 }
 
 const std::string& cRecordset::FieldName(std::int32_t col) const {
@@ -55,24 +83,29 @@ std::int32_t cRecordset::FieldIndex(const std::string& name) const {
 const DbValue& cRecordset::value(std::int32_t row, std::int32_t col) const {
     if (row < 0 || row >= m_rowCount || col < 0 || col >= FieldCount())
         return kNullValue;
-    return m_cells[static_cast<std::size_t>(row) * m_columns.size() +
-                   static_cast<std::size_t>(col)];
+    const auto r = static_cast<std::size_t>(row);
+    return m_blocks[r / kRowsPerBlock]
+                   [(r % kRowsPerBlock) * m_columns.size() + static_cast<std::size_t>(col)];
 }
 
 std::size_t cRecordset::MemoryUsage() const {
     std::size_t bytes = sizeof(*this) + m_columns.capacity() * sizeof(Column) +
-                        m_cells.capacity() * sizeof(DbValue);
+                        m_blocks.capacity() * sizeof(std::vector<DbValue>);
+    for (const auto& block : m_blocks)
+        bytes += block.capacity() * sizeof(DbValue);
     auto heapOf = [](const std::string& s) {
         // Short strings live inside the object itself.
         return s.capacity() > std::string().capacity() ? s.capacity() + 1 : 0;
     };
     for (const Column& c : m_columns)
         bytes += heapOf(c.strName) + heapOf(c.strTypeName);
-    for (const DbValue& v : m_cells) {
-        if (v.Kind() == DbValueKind::Text)
-            bytes += heapOf(v.AsText());
-        else if (v.Kind() == DbValueKind::Blob)
-            bytes += v.AsBlob().capacity();
+    for (const auto& block : m_blocks) {
+        for (const DbValue& v : block) {
+            if (v.Kind() == DbValueKind::Text)
+                bytes += heapOf(v.AsText());
+            else if (v.Kind() == DbValueKind::Blob)
+                bytes += v.AsBlob().capacity();
+        }
     }
     return bytes;
 }
