@@ -364,6 +364,7 @@ void DiagramView::updateRubberLine(const QPointF& scenePos) {
     m_dropRow = dropRow;
     if (dropBox)
         dropBox->setDropRow(dropRow);
+    viewport()->setCursor(dropBox ? Qt::DragLinkCursor : Qt::CrossCursor);
 }
 
 void DiagramView::endJoinDrag(bool drop) {

@@ -227,6 +227,7 @@ TEST_F(DiagramJoins, EscapeDuringADragCancelsIt) {
     for (int i = 1; i <= 8; ++i)
         QTest::mouseMove(viewport(), from + (to - from) * i / 8);
     EXPECT_EQ(diagram->view()->scene()->items().size(), itemsBefore + 1); // the rubber line
+    EXPECT_EQ(viewport()->cursor().shape(), Qt::DragLinkCursor); // over a column that can join
     key(Qt::Key_Escape);
     QTest::mouseRelease(viewport(), Qt::LeftButton, Qt::NoModifier, to);
     EXPECT_EQ(requests.size(), 0);
