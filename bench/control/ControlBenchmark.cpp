@@ -10,6 +10,7 @@
 #include "marovin/dvTablesAndJoins.h"
 #include "marovin/platform/MemorySettingsStore.h"
 #include "marovin/platform/ScriptedMessageBox.h"
+#include "marovin/platform/SqlTextView.h"
 #include "marovin/uscMarovin.h"
 
 #include <QApplication>
@@ -112,6 +113,19 @@ void BM_NotifyQueryChanged(benchmark::State& state) {
         state.SkipWithError("Changed was not raised once per notification");
 }
 BENCHMARK(BM_NotifyQueryChanged)->Unit(benchmark::kMillisecond);
+
+// The share of the notification that is the SQL view taking the new text and colouring it.
+void BM_ShowSqlText(benchmark::State& state) {
+    Fixture f;
+    auto query = largeQuery();
+    f.control->setSQLQueryObject(query);
+    const std::string sql = f.control->strSQL();
+    auto* view = f.control->findChild<SqlTextView*>("txtSQLQuery");
+    for (auto _ : state)
+        view->setStrText(sql);
+    state.counters["sql_kB"] = static_cast<double>(sql.size()) / 1000.0;
+}
+BENCHMARK(BM_ShowSqlText)->Unit(benchmark::kMillisecond);
 
 void BM_LoadQuery(benchmark::State& state) {
     Fixture f;
