@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <iterator>
 #include <marovin/ModelError.h>
@@ -68,6 +69,25 @@ bool loadQuery(const std::string& file, std::istream& in, cSQLQuery& query, std:
     }
 }
 
+// Loads the document, makes the output text from the query and writes it byte for byte; a
+// failure in either step is one line on `err`.
+int loadAndWrite(const std::string& file, std::istream& in, std::ostream& out, std::ostream& err,
+                 const char* failure, const std::function<std::string(cSQLQuery&)>& produce) {
+    cSQLQuery query;
+    if (!loadQuery(file, in, query, err))
+        return kExitFailure;
+    std::string text;
+    try {
+        text = produce(query);
+    } catch (const std::exception& e) {
+        PrintError(err, SourceName(file), failure + std::string(e.what()));
+        return kExitFailure;
+    }
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    out.flush();
+    return kExitOk;
+}
+
 // Splits the arguments into options and at most one file; reports usage errors.
 bool oneFile(const std::vector<std::string>& rest, std::string& file, std::ostream& err,
              const char* usage) {
@@ -120,32 +140,21 @@ int RunRenderCommand(const std::vector<std::string>& args, std::istream& in, std
     if (!oneFile(rest, file, err, kRenderUsage))
         return kExitUsage;
 
-    cSQLQuery query;
-    if (!loadQuery(file, in, query, err))
-        return kExitFailure;
-    std::string text;
-    try {
+    return loadAndWrite(file, in, out, err, "cannot render: ", [&](cSQLQuery& query) {
         if (clause.empty())
-            text = query.strSQL();
-        else if (clause == "select")
-            text = query.strSelect();
-        else if (clause == "from")
-            text = query.strFrom();
-        else if (clause == "where")
-            text = query.strWhere();
-        else if (clause == "groupby")
-            text = query.strGroupBy();
-        else if (clause == "having")
-            text = query.strHaving();
-        else
-            text = query.strOrderBy();
-    } catch (const std::exception& e) {
-        PrintError(err, SourceName(file), std::string("cannot render: ") + e.what());
-        return kExitFailure;
-    }
-    out.write(text.data(), static_cast<std::streamsize>(text.size()));
-    out.flush();
-    return kExitOk;
+            return query.strSQL();
+        if (clause == "select")
+            return query.strSelect();
+        if (clause == "from")
+            return query.strFrom();
+        if (clause == "where")
+            return query.strWhere();
+        if (clause == "groupby")
+            return query.strGroupBy();
+        if (clause == "having")
+            return query.strHaving();
+        return query.strOrderBy();
+    });
 }
 
 int RunXmlCommand(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
@@ -168,19 +177,9 @@ int RunXmlCommand(const std::vector<std::string>& args, std::istream& in, std::o
     std::string file;
     if (!oneFile(rest, file, err, kXmlUsage))
         return kExitUsage;
-    cSQLQuery query;
-    if (!loadQuery(file, in, query, err))
-        return kExitFailure;
-    std::string text;
-    try {
-        text = query.ToXmlText(indent);
-    } catch (const std::exception& e) {
-        PrintError(err, SourceName(file), std::string("cannot write the document: ") + e.what());
-        return kExitFailure;
-    }
-    out.write(text.data(), static_cast<std::streamsize>(text.size()));
-    out.flush();
-    return kExitOk;
+    return loadAndWrite(file, in, out, err, "cannot write the document: ", [&](cSQLQuery& query) {
+        return query.ToXmlText(indent);
+    });
 }
 
 } // namespace marovin::cli
