@@ -3,6 +3,7 @@
 #include <QList>
 #include <QPoint>
 #include <QRectF>
+#include <QSize>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
@@ -43,6 +44,10 @@ public:
 
     explicit dvTablesAndJoins(QWidget* parent = nullptr);
     ~dvTablesAndJoins() override;
+
+    // A comfortable size for three or four boxes; the view scrolls for more.
+    QSize sizeHint() const override { return QSize(720, 360); }
+    QSize minimumSizeHint() const override { return QSize(160, 120); }
 
     // Removes every box and every join; raises no signals.
     void Clear();
