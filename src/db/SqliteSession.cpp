@@ -319,13 +319,14 @@ std::shared_ptr<cRecordset> SqliteSession::Query(const std::string& text, std::i
                     break;
                 case SQLITE_TEXT: {
                     const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(s, c));
-                    cells.Add(std::string(p, static_cast<std::size_t>(sqlite3_column_bytes(s, c))));
+                    cells.Add(
+                        std::string_view(p, static_cast<std::size_t>(sqlite3_column_bytes(s, c))));
                     break;
                 }
                 case SQLITE_BLOB: {
                     const auto* p = static_cast<const unsigned char*>(sqlite3_column_blob(s, c));
                     auto n = static_cast<std::size_t>(sqlite3_column_bytes(s, c));
-                    cells.Add(p ? DbValue::Blob(p, p + n) : DbValue::Blob());
+                    cells.Add(DbValue::FromBytes(p, p ? n : 0));
                     break;
                 }
                 default:

@@ -91,8 +91,6 @@ const DbValue& cRecordset::value(std::int32_t row, std::int32_t col) const {
 std::size_t cRecordset::MemoryUsage() const {
     std::size_t bytes = sizeof(*this) + m_columns.capacity() * sizeof(Column) +
                         m_blocks.capacity() * sizeof(std::vector<DbValue>);
-    for (const auto& block : m_blocks)
-        bytes += block.capacity() * sizeof(DbValue);
     auto heapOf = [](const std::string& s) {
         // Short strings live inside the object itself.
         return s.capacity() > std::string().capacity() ? s.capacity() + 1 : 0;
@@ -100,12 +98,9 @@ std::size_t cRecordset::MemoryUsage() const {
     for (const Column& c : m_columns)
         bytes += heapOf(c.strName) + heapOf(c.strTypeName);
     for (const auto& block : m_blocks) {
-        for (const DbValue& v : block) {
-            if (v.Kind() == DbValueKind::Text)
-                bytes += heapOf(v.AsText());
-            else if (v.Kind() == DbValueKind::Blob)
-                bytes += v.AsBlob().capacity();
-        }
+        bytes += block.capacity() * sizeof(DbValue);
+        for (const DbValue& v : block)
+            bytes += v.HeapBytes();
     }
     return bytes;
 }

@@ -100,5 +100,38 @@ TEST(DbValue, DisplayTextAndKinds) {
     EXPECT_TRUE(DbValue(std::int64_t{1}).AsBlob().empty());
 }
 
+TEST(DbValue, ShortAndLongTextsCopyMoveAndCompare) {
+    const std::string shortText = "sixteen bytes!!!"; // kept inside the value
+    const std::string longText(100, 'x');             // kept on the heap
+    for (const std::string& text : {shortText, longText}) {
+        DbValue original(text);
+        DbValue copy = original;
+        EXPECT_EQ(copy.AsText(), text);
+        EXPECT_EQ(copy, original);
+        DbValue moved = std::move(copy);
+        EXPECT_EQ(moved.AsText(), text);
+        EXPECT_TRUE(copy.IsNull()); // NOLINT: a moved-from value is NULL
+        DbValue assigned(std::int64_t{5});
+        assigned = moved;
+        EXPECT_EQ(assigned.AsText(), text);
+        assigned = DbValue(2.0);
+        EXPECT_EQ(assigned.AsReal(), 2.0);
+        assigned = original;
+        assigned = assigned; // self-assignment keeps the value
+        EXPECT_EQ(assigned.AsText(), text);
+    }
+    EXPECT_EQ(DbValue(shortText).HeapBytes(), 0u);
+    EXPECT_EQ(DbValue(longText).HeapBytes(), 100u);
+    EXPECT_NE(DbValue(longText), DbValue(longText + "y"));
+    EXPECT_NE(DbValue(std::string("1")), DbValue(std::int64_t{1}));
+    DbValue::Blob bytes(40, 0x5A);
+    DbValue blob(bytes);
+    EXPECT_EQ(blob.Kind(), DbValueKind::Blob);
+    EXPECT_EQ(blob.AsBlob().size(), 40u);
+    EXPECT_EQ(blob.AsBlob()[39], 0x5A);
+    EXPECT_EQ(DbValue::FromBytes("ab", 2).ToString(), "0x6162");
+    EXPECT_EQ(sizeof(DbValue), 24u);
+}
+
 } // namespace
 } // namespace marovin

@@ -362,7 +362,7 @@ TEST_F(SqliteSample, TheCursorWalksForwardAndFindsFieldsByName) {
     ASSERT_NE(rs, nullptr) << error;
     std::vector<std::string> names;
     for (; !rs->IsEOF(); rs->MoveNext())
-        names.push_back(rs->Fields("companyname").AsText());
+        names.emplace_back(rs->Fields("companyname").AsText());
     EXPECT_EQ(names,
               (std::vector<std::string>{"Speedy Express", "United Package", "Federal Shipping"}));
     EXPECT_TRUE(rs->IsEOF());
