@@ -35,7 +35,9 @@ std::string lower(std::string s) {
 // A file URI for the path: characters that mean something in a URI are percent-encoded.
 std::string fileUri(const std::string& path) {
     static const char kHex[] = "0123456789ABCDEF";
-    std::string uri = "file:";
+    // An absolute path gets an empty authority ("file:///..."), so that a path beginning with
+    // "//" is not read as a host name.
+    std::string uri = !path.empty() && path.front() == '/' ? "file://" : "file:";
     for (unsigned char c : path) {
         if (c == '%' || c == '?' || c == '#' || c <= ' ' || c >= 0x7F) {
             uri += '%';

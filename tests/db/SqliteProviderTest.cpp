@@ -227,6 +227,25 @@ TEST_F(SqliteFailures, AFileThatIsNotADatabaseIsAnError) {
     EXPECT_EQ(error, "Problems connecting to database");
 }
 
+TEST_F(SqliteFailures, FileNamesWithUriCharactersOpenTheRightFile) {
+    for (const std::string name : {"odd ?#% name.sqlite", "caf\u00e9;x=1.sqlite"}) {
+        std::string path = dir.file(name);
+        test::writeSqlite(path, kCatalogueScript);
+        cDbConnection db = sqliteConnection(path);
+        EXPECT_EQ(db.GetListOfFields("alpha", false), "a") << name;
+        // The same file reached through a path starting with "//".
+        db.setStrDatabase("/" + path);
+        EXPECT_EQ(db.GetListOfFields("alpha", false), "a") << name;
+        // And through a relative path.
+        std::string relative = std::filesystem::relative(path).string();
+        db.setStrDatabase(relative);
+        EXPECT_EQ(db.GetListOfFields("alpha", false), "a") << relative;
+    }
+    // A name that only differs by what a URI would cut off is another, missing file.
+    cDbConnection cut = sqliteConnection(dir.file("odd "));
+    EXPECT_FALSE(cut.Check(true));
+}
+
 TEST_F(SqliteFailures, NoFileNameAndAnUnknownProviderGiveNoConnection) {
     cDbConnection db;
     db.setStrProvider("SQLite");
