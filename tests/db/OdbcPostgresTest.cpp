@@ -3,10 +3,12 @@
 
 #include "PostgresServer.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
 #include <marovin/DbSession.h>
 #include <marovin/cDbConnection.h>
 #include <memory>
+#include <thread>
 
 namespace marovin {
 namespace {
@@ -40,7 +42,11 @@ protected:
         if (!s_server->Start(kSuperuserPassword, s_startError))
             return;
         cDbConnection admin = connection("postgres", kSuperuserPassword);
-        auto session = admin.GetConnection();
+        // The server listens before it accepts logins ("the database system is starting up").
+        std::unique_ptr<DbSession> session;
+        auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (!(session = admin.GetConnection()) && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
         if (!session) {
             s_startError = "cannot connect: " + cDbConnection::LastConnectionError();
             return;
