@@ -303,9 +303,11 @@ int runTables(const Options& o, cDbConnection& db, std::ostream& out, std::ostre
         printError(err, "tables", "takes no arguments");
         return kUsage;
     }
-    if (reportNoConnection("tables", db, err))
+    // An empty list is either an empty database or no connection; only then is it asked which.
+    std::string list = db.GetListOfTables();
+    if (list.empty() && reportNoConnection("tables", db, err))
         return kFailure;
-    printList(out, db.GetListOfTables(), o.raw);
+    printList(out, list, o.raw);
     return kOk;
 }
 
@@ -314,9 +316,9 @@ int runColumns(const Options& o, cDbConnection& db, std::ostream& out, std::ostr
         printError(err, "columns", "give one TABLE");
         return kUsage;
     }
-    if (reportNoConnection("columns", db, err))
-        return kFailure;
     std::string list = db.GetListOfFields(o.positional.front(), o.qualified);
+    if (list.empty() && reportNoConnection("columns", db, err))
+        return kFailure;
     if (list.empty()) {
         printError(err, "columns", "no columns found for " + o.positional.front());
         return kFailure;
@@ -330,9 +332,9 @@ int runFieldIn(const Options& o, cDbConnection& db, std::ostream& out, std::ostr
         printError(err, "fieldin", "give FIELD and TABLE");
         return kUsage;
     }
-    if (reportNoConnection("fieldin", db, err))
-        return kFailure;
     bool found = db.IsTheFieldInTheTable(o.positional[0], o.positional[1]);
+    if (!found && reportNoConnection("fieldin", db, err))
+        return kFailure;
     out << (found ? "True" : "False") << '\n';
     return found ? kOk : kFailure;
 }

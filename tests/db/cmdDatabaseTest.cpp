@@ -196,6 +196,15 @@ TEST_F(DatabaseCommands, AMissingDatabaseIsAConnectionProblem) {
     Outcome preview = run("preview", {"--sql", "SELECT 1", "--sqlite", missing});
     EXPECT_EQ(preview.code, 1);
     EXPECT_TRUE(preview.err.starts_with("Problems connecting to database\n"));
+    for (const auto& [command, args] :
+         std::vector<std::pair<std::string, std::vector<std::string>>>{
+             {"columns", {"Orders", "--sqlite", missing}},
+             {"fieldin", {"OrderID", "Orders", "--sqlite", missing}}}) {
+        Outcome r = run(command, args);
+        EXPECT_EQ(r.code, 1) << command;
+        EXPECT_EQ(r.out, "") << command;
+        EXPECT_TRUE(r.err.starts_with("Problems connecting to database\n")) << r.err;
+    }
     Outcome check = run("check", {"--sql", "SELECT 1", "--sqlite", missing});
     EXPECT_EQ(check.code, 1);
     EXPECT_TRUE(check.err.starts_with("Problems connecting to database\n"));
