@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <gtest/gtest.h>
+#include <marovin/DbError.h>
 #include <marovin/DbSession.h>
 #include <marovin/cDbConnection.h>
 #include <memory>
@@ -187,6 +188,25 @@ TEST_F(OdbcPostgres, TheSyntaxCheckPreparesWithoutRunning) {
     auto rs = db.FireQuery("SELECT count(*) FROM public.orders", error, 0);
     ASSERT_NE(rs, nullptr) << error;
     EXPECT_EQ(rs->value(0, 0).AsInteger(), 500);
+}
+
+TEST_F(OdbcPostgres, AnErrorInALaterStatementOfABatchIsSeen) {
+    auto session = db.GetConnection();
+    ASSERT_NE(session, nullptr);
+    EXPECT_EQ(session->strDbmsName(), "PostgreSQL");
+    EXPECT_FALSE(session->SupportsParseOnly());
+    session->Execute("SELECT 1; SELECT 2");
+    try {
+        session->Execute("SELECT 1; SELECT * FROM public.nope");
+        ADD_FAILURE() << "the missing table went unnoticed";
+    } catch (const DbError& e) {
+        EXPECT_NE(std::string(e.what()).find("\"public.nope\" does not exist"), std::string::npos)
+            << e.what();
+    }
+    // The session stays usable after the failure.
+    auto rs = session->Query("SELECT 41 + 1", 0);
+    ASSERT_NE(rs, nullptr);
+    EXPECT_EQ(rs->value(0, 0).AsInteger(), 42);
 }
 
 TEST_F(OdbcPostgres, AHostilePasswordReachesTheServerIntact) {
