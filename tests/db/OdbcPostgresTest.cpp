@@ -171,6 +171,13 @@ TEST_F(OdbcPostgres, RowLimitsAndTypedValues) {
     EXPECT_EQ(limited->value(99, 0).AsInteger(), 100);
 }
 
+TEST_F(OdbcPostgres, TextComesBackInUtf8) {
+    std::string error;
+    auto rs = db.FireQuery("SELECT 'Z\u00fcrich \u2013 \u6771\u4eac' AS city", error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    EXPECT_EQ(rs->value(0, 0).AsText(), "Z\u00fcrich \u2013 \u6771\u4eac");
+}
+
 TEST_F(OdbcPostgres, ErrorsCarryTheDriversDiagnostics) {
     std::string error;
     EXPECT_EQ(db.FireQuery("SELECT * FROM public.nope", error, 10), nullptr);
