@@ -1,0 +1,46 @@
+// The SQLite session below cDbConnection: the command time-out interrupts a statement that runs
+// too long, and the session stays usable afterwards.
+
+#include "SqliteSession.h"
+
+#include "DbTestSupport.h"
+
+#include <gtest/gtest.h>
+#include <marovin/DbError.h>
+#include <marovin/cRecordset.h>
+
+namespace marovin {
+namespace {
+
+TEST(SqliteSession, TheCommandTimeoutInterruptsAnEndlessStatement) {
+    test::TempDir dir;
+    std::string path = dir.file("t.sqlite");
+    test::writeSqlite(path, "CREATE TABLE t (x integer);");
+    SqliteSession session(path, 1);
+    const std::string endless =
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT count(*) FROM n";
+    try {
+        session.Query(endless, 0);
+        ADD_FAILURE() << "the endless statement returned";
+    } catch (const DbError& e) {
+        EXPECT_STREQ(e.what(), "interrupted");
+    }
+    auto rs = session.Query("SELECT count(*) FROM t", 0);
+    ASSERT_NE(rs, nullptr);
+    EXPECT_EQ(rs->value(0, 0).AsInteger(), 0);
+}
+
+TEST(SqliteSession, AClosedSessionRefusesWork) {
+    test::TempDir dir;
+    std::string path = dir.file("c.sqlite");
+    test::writeSqlite(path, "CREATE TABLE t (x integer);");
+    SqliteSession session(path, 600);
+    session.Close();
+    session.Close(); // twice is harmless
+    EXPECT_THROW(session.Query("SELECT 1", 0), DbError);
+    EXPECT_THROW(session.Prepare("SELECT 1"), DbError);
+    EXPECT_THROW(session.Columns("", "t"), DbError);
+}
+
+} // namespace
+} // namespace marovin
