@@ -4,12 +4,15 @@
 #include "PostgresServer.h"
 
 #include <chrono>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <marovin/DbError.h>
 #include <marovin/DbSession.h>
 #include <marovin/cDbConnection.h>
 #include <memory>
+#include <pwd.h>
 #include <thread>
+#include <unistd.h>
 
 namespace marovin {
 namespace {
@@ -59,7 +62,26 @@ protected:
             s_startError = std::string("cannot set up the database: ") + e.what();
         }
     }
-    static void TearDownTestSuite() { s_server.reset(); }
+    static void TearDownTestSuite() {
+        s_server.reset();
+        removeDriverLog();
+    }
+
+    // Debian registers psqlODBC with a communication log, which the driver opens in /tmp for the
+    // whole process whatever the connection string says: this process's log goes with it.
+    static void removeDriverLog() {
+        const passwd* user = ::getpwuid(::geteuid());
+        if (!user)
+            return;
+        const std::string suffix =
+            "_" + std::string(user->pw_name) + std::to_string(::getpid()) + ".log";
+        std::error_code ec;
+        for (const auto& entry : std::filesystem::directory_iterator("/tmp", ec)) {
+            std::string name = entry.path().filename().string();
+            if (name.starts_with("psqlodbc_") && name.ends_with(suffix))
+                std::filesystem::remove(entry.path(), ec);
+        }
+    }
 
     void SetUp() override {
         if (test::PostgresServer::FindBinaries().empty())
@@ -71,7 +93,7 @@ protected:
     static cDbConnection connection(const std::string& user, const std::string& password) {
         cDbConnection c;
         c.setStrProvider(cDbConnection::kProviderOdbc);
-        c.setStrConnectionString("DRIVER={PostgreSQL ANSI};SERVER=127.0.0.1;PORT=" +
+        c.setStrConnectionString("DRIVER={PostgreSQL ANSI};SERVER=127.0.0.1;CommLog=0;PORT=" +
                                  std::to_string(s_server->port()));
         c.setStrDatabase("postgres");
         c.setStrUserName(user);
@@ -228,7 +250,7 @@ TEST_F(OdbcPostgres, AHostilePasswordReachesTheServerIntact) {
 
 TEST_F(OdbcPostgres, AStoppedServerGivesTheFixedTexts) {
     cDbConnection closed = db;
-    closed.setStrConnectionString("DRIVER={PostgreSQL ANSI};SERVER=127.0.0.1;PORT=1");
+    closed.setStrConnectionString("DRIVER={PostgreSQL ANSI};SERVER=127.0.0.1;CommLog=0;PORT=1");
     std::string error;
     EXPECT_EQ(closed.FireQuery("SELECT 1", error, 1), nullptr);
     EXPECT_EQ(error, "Problems connecting to database");
