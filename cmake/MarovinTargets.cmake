@@ -54,7 +54,15 @@ function(marovin_add_test name)
   gtest_discover_tests(${name}
     DISCOVERY_MODE PRE_TEST
     WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
-    PROPERTIES ENVIRONMENT "${env}")
+    TEST_LIST ${name}_TESTS)
+  # gtest_discover_tests keeps only the first entry of an ENVIRONMENT list, so the environment is
+  # set by a script that CTest reads after the discovered tests.
+  set(env_script ${CMAKE_CURRENT_BINARY_DIR}/${name}_environment.cmake)
+  file(WRITE ${env_script}
+    "if(DEFINED ${name}_TESTS)\n"
+    "  set_tests_properties(\${${name}_TESTS} PROPERTIES ENVIRONMENT \"${env}\")\n"
+    "endif()\n")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${env_script})
 endfunction()
 
 # marovin_add_benchmark(name SOURCES ... [LIBS ...])

@@ -20,11 +20,18 @@ constexpr const char* kUsage =
     "                      write the statement (or one clause) of a query document\n"
     "  xml [--indent] [FILE|-]\n"
     "                      write the document as the model writes it back\n"
-    "\n"
-    "  --help              this text\n"
-    "  --version           the version\n"
-    "\n"
-    "Exit codes: 0 success, 1 a document or database failure, 2 a usage error.\n";
+    "\n";
+
+constexpr const char* kUsageTail = "\n"
+                                   "  --help              this text\n"
+                                   "  --version           the version\n"
+                                   "\n"
+                                   "Exit codes: 0 success, 1 a document or database failure, 2 a "
+                                   "usage error.\n";
+
+void printUsage(std::ostream& out) {
+    out << kUsage << marovin::cli::DatabaseCommandsUsage() << kUsageTail;
+}
 
 } // namespace
 
@@ -33,14 +40,14 @@ int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty()) {
-        std::cerr << kUsage;
+        printUsage(std::cerr);
         return kExitUsage;
     }
     const std::string command = args.front();
     args.erase(args.begin());
     try {
         if (command == "--help" || command == "-h" || command == "help") {
-            std::cout << kUsage;
+            printUsage(std::cout);
             return kExitOk;
         }
         if (command == "--version") {
@@ -53,7 +60,8 @@ int main(int argc, char** argv) {
             return RunRenderCommand(args, std::cin, std::cout, std::cerr);
         if (command == "xml")
             return RunXmlCommand(args, std::cin, std::cout, std::cerr);
-        std::cerr << "marovin: unknown command \"" << command << "\"\n" << kUsage;
+        std::cerr << "marovin: unknown command \"" << command << "\"\n";
+        printUsage(std::cerr);
         return kExitUsage;
     } catch (const std::exception& e) {
         PrintError(std::cerr, command, e.what());
