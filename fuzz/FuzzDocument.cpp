@@ -2,11 +2,10 @@
 // refuse the input with a ModelError; anything else (a crash, a sanitizer report, another
 // exception) is a finding. A document the model wrote must load again and render the same.
 
-#include <marovin/ModelError.h>
-#include <marovin/cSQLQuery.h>
-
 #include <cstdint>
 #include <cstdlib>
+#include <marovin/ModelError.h>
+#include <marovin/cSQLQuery.h>
 #include <string>
 
 using namespace marovin;

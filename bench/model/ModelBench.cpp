@@ -1,9 +1,8 @@
 // Rendering and the document round trip for queries of growing size: n tables joined in a chain,
 // ten selected items per table, a calculated item and a filter per ten tables, a few sort entries.
 
-#include <marovin/cSQLQuery.h>
-
 #include <benchmark/benchmark.h>
+#include <marovin/cSQLQuery.h>
 
 using namespace marovin;
 
@@ -75,7 +74,12 @@ void BM_XmlRoundTrip(benchmark::State& state) {
     state.counters["xml_bytes"] = static_cast<double>(bytes);
     state.SetComplexityN(state.range(0));
 }
-BENCHMARK(BM_XmlRoundTrip)->Arg(10)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond)->Complexity();
+BENCHMARK(BM_XmlRoundTrip)
+    ->Arg(10)
+    ->Arg(100)
+    ->Arg(1000)
+    ->Unit(benchmark::kMicrosecond)
+    ->Complexity();
 
 } // namespace
 
