@@ -49,10 +49,14 @@ std::string readChild(pugi::xml_node element, const char* name, const std::strin
     return child ? elementText(child) : fallback;
 }
 
-// A flag attribute: missing or blank gives the fallback, otherwise its boolean value.
-bool readFlagAttribute(pugi::xml_node element, const char* name, bool fallback) {
+enum class BlankFlag { UseFallback, IsError };
+
+// A flag attribute: missing gives the fallback; present, its boolean value. A blank value is
+// false for the "issubquery" marks and an error for the other flags.
+bool readFlagAttribute(pugi::xml_node element, const char* name, bool fallback,
+                       BlankFlag blank = BlankFlag::IsError) {
     pugi::xml_attribute attribute = element.attribute(name);
-    if (!attribute || Trim(attribute.value()).empty())
+    if (!attribute || (blank == BlankFlag::UseFallback && Trim(attribute.value()).empty()))
         return fallback;
     try {
         return TextToBool(attribute.value());
@@ -171,7 +175,7 @@ cXmlElement cSQLQuery::xmlQuery() const {
 void cSQLQuery::readDocument(pugi::xml_node root) {
     DepthGuard depth;
     Clear();
-    m_blnIsSubQuery = readFlagAttribute(root, "issubquery", false);
+    m_blnIsSubQuery = readFlagAttribute(root, "issubquery", false, BlankFlag::UseFallback);
     m_strName = readChild(root, "NAME");
     const std::string unique = readChild(root, "UNIQUE_RECORDS_ONLY");
     try {
@@ -184,7 +188,8 @@ void cSQLQuery::readDocument(pugi::xml_node root) {
         auto table = m_Tables->Add();
         table->setStrName(readChild(element, "NAME"));
         table->setStrAlias(readChild(element, "ALIAS"));
-        table->setBlnIsSubQuery(readFlagAttribute(element, "issubquery", false));
+        table->setBlnIsSubQuery(
+            readFlagAttribute(element, "issubquery", false, BlankFlag::UseFallback));
     }
     for (pugi::xml_node element : root.child("ITEMS_SELECTED").children("ITEM")) {
         auto item = m_SelectedItems->Add();
