@@ -27,7 +27,7 @@ std::string cXmlElement::ToText(bool indent) const {
 cXmlElement cXmlElement::FromText(std::string_view text) {
     auto document = std::make_shared<pugi::xml_document>();
     const pugi::xml_parse_result result =
-        document->load_buffer(text.data(), text.size(), kParseFlags, pugi::encoding_utf8);
+        document->load_buffer(text.data(), text.size(), kParseFlags, pugi::encoding_auto);
     if (!result) {
         const auto offset = static_cast<size_t>(result.offset);
         size_t line = 1;

@@ -116,6 +116,23 @@ TEST(Document, WhiteSpaceTextsSurvive) {
     }
 }
 
+TEST(Document, Utf16DocumentsWithAByteOrderMarkAreRead) {
+    const std::u16string text =
+        u"\uFEFF<?xml version=\"1.0\" encoding=\"UTF-16\"?><SQLQuery><NAME>Größe</NAME>"
+        u"<ITEMS_SELECTED><ITEM><NAME>Ä.Öl</NAME></ITEM></ITEMS_SELECTED></SQLQuery>";
+    std::string bytes;
+    for (char16_t c : text) {
+        bytes += static_cast<char>(c & 0xFF);
+        bytes += static_cast<char>(c >> 8);
+    }
+    cSQLQuery query;
+    query.LoadXmlText(bytes);
+    EXPECT_EQ(query.strName(), "Größe");
+    EXPECT_EQ(query.strSelect(), "SELECT\r\n     Ä.Öl");
+    EXPECT_NE(query.ToXmlText().find("<NAME>Größe</NAME>"), std::string::npos)
+        << "documents are written as UTF-8";
+}
+
 TEST(Document, ElementOutlivesItsQuery) {
     cXmlElement element;
     {
