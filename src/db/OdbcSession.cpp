@@ -5,6 +5,7 @@
 #include "marovin/cRecordset.h"
 
 #include <cstring>
+#include <limits>
 #include <optional>
 
 namespace marovin {
@@ -18,6 +19,24 @@ bool ok(SQLRETURN rc) {
 std::string describeFailure(SQLSMALLINT handleType, SQLHANDLE handle, const char* what) {
     std::string d = OdbcSession::Diagnostics(handleType, handle);
     return d.empty() ? std::string(what) + " failed" : d;
+}
+
+// The length of a text argument of an ODBC call that counts in SQLSMALLINT (connection strings,
+// catalogue names). A longer text would wrap round to a short or negative length and be cut, so
+// it is refused instead.
+SQLSMALLINT shortLength(const std::string& text, const char* what) {
+    constexpr std::size_t kMax = std::numeric_limits<SQLSMALLINT>::max();
+    if (text.size() > kMax)
+        throw DbError(std::string(what) + " is longer than " + std::to_string(kMax) + " bytes");
+    return static_cast<SQLSMALLINT>(text.size());
+}
+
+// The same for statements, whose length counts in SQLINTEGER.
+SQLINTEGER statementLength(const std::string& sql) {
+    constexpr std::size_t kMax = std::numeric_limits<SQLINTEGER>::max();
+    if (sql.size() > kMax)
+        throw DbError("The statement is longer than " + std::to_string(kMax) + " bytes");
+    return static_cast<SQLINTEGER>(sql.size());
 }
 
 enum class FetchAs { Integer, Real, Binary, Text };
@@ -124,6 +143,8 @@ std::string OdbcSession::Diagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
 OdbcSession::OdbcSession(const std::string& connectionString, std::int32_t loginTimeout,
                          std::int32_t commandTimeout)
     : m_commandTimeout(commandTimeout) {
+    const SQLSMALLINT connectionStringLength =
+        shortLength(connectionString, "The connection string");
     if (!ok(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &m_env)))
         throw DbError("Cannot allocate an ODBC environment");
     SQLSetEnvAttr(m_env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
@@ -140,8 +161,7 @@ OdbcSession::OdbcSession(const std::string& connectionString, std::int32_t login
     SQLSMALLINT outLength = 0;
     SQLRETURN rc = SQLDriverConnect(
         m_dbc, nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(connectionString.c_str())),
-        static_cast<SQLSMALLINT>(connectionString.size()), out, sizeof out, &outLength,
-        SQL_DRIVER_NOPROMPT);
+        connectionStringLength, out, sizeof out, &outLength, SQL_DRIVER_NOPROMPT);
     if (!ok(rc)) {
         std::string d = describeFailure(SQL_HANDLE_DBC, m_dbc, "SQLDriverConnect");
         Close();
@@ -219,7 +239,7 @@ std::vector<std::string> OdbcSession::Columns(const std::string& schema, const s
         return v.empty() ? nullptr : reinterpret_cast<SQLCHAR*>(v.data());
     };
     auto len = [](const std::string& v) {
-        return v.empty() ? SQLSMALLINT{0} : static_cast<SQLSMALLINT>(v.size());
+        return v.empty() ? SQLSMALLINT{0} : shortLength(v, "The name");
     };
     stmt.check(SQLColumns(stmt.get(), nullptr, 0, arg(s), len(s), arg(t), len(t), nullptr, 0),
                "SQLColumns");
@@ -235,9 +255,9 @@ std::vector<std::string> OdbcSession::Columns(const std::string& schema, const s
 void OdbcSession::Execute(const std::string& sql) {
     Stmt stmt(*this);
     std::string text = sql;
-    SQLRETURN rc = stmt.check(SQLExecDirect(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()),
-                                            static_cast<SQLINTEGER>(text.size())),
-                              "SQLExecDirect", true);
+    SQLRETURN rc = stmt.check(
+        SQLExecDirect(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()), statementLength(text)),
+        "SQLExecDirect", true);
     // Every result of the batch is read, so that an error raised by a later statement of the
     // batch is seen too.
     while (rc != SQL_NO_DATA) {
@@ -254,9 +274,9 @@ void OdbcSession::Execute(const std::string& sql) {
 void OdbcSession::Prepare(const std::string& sql) {
     Stmt stmt(*this);
     std::string text = sql;
-    stmt.check(SQLPrepare(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()),
-                          static_cast<SQLINTEGER>(text.size())),
-               "SQLPrepare");
+    stmt.check(
+        SQLPrepare(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()), statementLength(text)),
+        "SQLPrepare");
     // Drivers that prepare lazily send the statement to the server when asked for its columns.
     SQLSMALLINT cols = 0;
     stmt.check(SQLNumResultCols(stmt.get(), &cols), "SQLNumResultCols");
@@ -271,9 +291,9 @@ std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int3
                        SQL_IS_UINTEGER);
     }
     std::string text = sql;
-    SQLRETURN rc = stmt.check(SQLExecDirect(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()),
-                                            static_cast<SQLINTEGER>(text.size())),
-                              "SQLExecDirect", true);
+    SQLRETURN rc = stmt.check(
+        SQLExecDirect(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()), statementLength(text)),
+        "SQLExecDirect", true);
     // Skip results without columns (row counts of statements before the query).
     SQLSMALLINT nCols = 0;
     while (rc != SQL_NO_DATA) {

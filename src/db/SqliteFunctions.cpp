@@ -348,7 +348,7 @@ std::optional<DateTime> parseDate(std::string_view s) {
         !readDigits(s, pos, 2, mo) || pos >= s.size() || s[pos++] != '-' ||
         !readDigits(s, pos, 2, d))
         return std::nullopt;
-    if (mo < 1 || mo > 12 || d < 1 ||
+    if (y < 1 || mo < 1 || mo > 12 || d < 1 ||
         static_cast<unsigned>(d) > daysInMonth(y, static_cast<unsigned>(mo)))
         return std::nullopt;
     DateTime dt;
@@ -498,28 +498,70 @@ std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
     return (a % b != 0 && (a < 0) != (b < 0)) ? q - 1 : q;
 }
 
-DateTime addMonths(DateTime dt, std::int64_t months) {
+// Dates run from 0001-01-01 to 9999-12-31, as SQL Server's; DATEADD beyond them is an overflow.
+constexpr std::int64_t kFirstYear = 1;
+constexpr std::int64_t kLastYear = 9999;
+
+bool yearInRange(std::int64_t y) {
+    return y >= kFirstYear && y <= kLastYear;
+}
+
+bool daysInRange(std::int64_t days) {
+    static const std::int64_t first = daysFromCivil(kFirstYear, 1, 1);
+    static const std::int64_t last = daysFromCivil(kLastYear, 12, 31);
+    return days >= first && days <= last;
+}
+
+// a * b + c, or nothing when it does not fit in 64 bits.
+std::optional<std::int64_t> checkedMulAdd(std::int64_t a, std::int64_t b, std::int64_t c) {
+    std::int64_t product = 0, sum = 0;
+    if (__builtin_mul_overflow(a, b, &product) || __builtin_add_overflow(product, c, &sum))
+        return std::nullopt;
+    return sum;
+}
+
+std::optional<DateTime> addMonths(DateTime dt, std::int64_t count, std::int64_t monthsEach) {
     std::int64_t y = 0;
     unsigned m = 0, d = 0;
     civilFromDays(dt.days, y, m, d);
-    std::int64_t total = y * 12 + (m - 1) + months;
-    std::int64_t ny = floorDiv(total, 12);
-    auto nm = static_cast<unsigned>(total - ny * 12 + 1);
+    auto total = checkedMulAdd(count, monthsEach, y * 12 + (m - 1));
+    if (!total)
+        return std::nullopt;
+    std::int64_t ny = floorDiv(*total, 12);
+    if (!yearInRange(ny))
+        return std::nullopt;
+    auto nm = static_cast<unsigned>(*total - ny * 12 + 1);
     unsigned nd = std::min(d, daysInMonth(ny, nm));
     dt.days = daysFromCivil(ny, nm, nd);
     return dt;
 }
 
-DateTime addMs(DateTime dt, std::int64_t ms) {
-    std::int64_t total = dt.days * kMsPerDay + dt.ms + ms;
-    dt.days = floorDiv(total, kMsPerDay);
-    dt.ms = total - dt.days * kMsPerDay;
+std::optional<DateTime> addDays(DateTime dt, std::int64_t count, std::int64_t daysEach) {
+    auto days = checkedMulAdd(count, daysEach, dt.days);
+    if (!days || !daysInRange(*days))
+        return std::nullopt;
+    dt.days = *days;
+    return dt;
+}
+
+std::optional<DateTime> addMs(DateTime dt, std::int64_t count, std::int64_t msEach) {
+    // Days in range times the milliseconds of a day stay far inside 64 bits.
+    auto total = checkedMulAdd(count, msEach, dt.days * kMsPerDay + dt.ms);
+    if (!total)
+        return std::nullopt;
+    std::int64_t days = floorDiv(*total, kMsPerDay);
+    if (!daysInRange(days))
+        return std::nullopt;
+    dt.days = days;
+    dt.ms = *total - days * kMsPerDay;
+    dt.hasTime = true;
     return dt;
 }
 
 const char* const kConversionError =
     "Conversion failed when converting date and/or time from character string.";
 const char* const kPartError = "Invalid date part: write it as a string, e.g. 'day'.";
+const char* const kOverflowError = "Adding a value to a 'datetime' column caused an overflow.";
 
 bool readDateArg(sqlite3_context* ctx, sqlite3_value* v, DateTime& out) {
     auto dt = parseDate(textArg(v));
@@ -541,42 +583,41 @@ void fnDateAdd(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     DateTime dt;
     if (!readDateArg(ctx, argv[2], dt))
         return;
+    std::optional<DateTime> result;
     switch (*part) {
     case Part::Year:
-        dt = addMonths(dt, n * 12);
+        result = addMonths(dt, n, 12);
         break;
     case Part::Quarter:
-        dt = addMonths(dt, n * 3);
+        result = addMonths(dt, n, 3);
         break;
     case Part::Month:
-        dt = addMonths(dt, n);
+        result = addMonths(dt, n, 1);
         break;
     case Part::DayOfYear:
     case Part::Day:
     case Part::Weekday:
-        dt.days += n;
+        result = addDays(dt, n, 1);
         break;
     case Part::Week:
-        dt.days += 7 * n;
+        result = addDays(dt, n, 7);
         break;
     case Part::Hour:
-        dt = addMs(dt, n * 3'600'000);
-        dt.hasTime = true;
+        result = addMs(dt, n, 3'600'000);
         break;
     case Part::Minute:
-        dt = addMs(dt, n * 60'000);
-        dt.hasTime = true;
+        result = addMs(dt, n, 60'000);
         break;
     case Part::Second:
-        dt = addMs(dt, n * 1000);
-        dt.hasTime = true;
+        result = addMs(dt, n, 1000);
         break;
     case Part::Millisecond:
-        dt = addMs(dt, n);
-        dt.hasTime = true;
+        result = addMs(dt, n, 1);
         break;
     }
-    resultText(ctx, formatDate(dt));
+    if (!result)
+        return sqlite3_result_error(ctx, kOverflowError, -1);
+    resultText(ctx, formatDate(*result));
 }
 
 // The number of part boundaries crossed between start and end.

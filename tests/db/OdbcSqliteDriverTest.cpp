@@ -109,6 +109,36 @@ TEST_F(OdbcSqliteDriver, AnUnknownDriverOrDsnGivesNoConnection) {
     EXPECT_FALSE(db.Check(true));
 }
 
+TEST_F(OdbcSqliteDriver, ANameTooLongForTheCatalogueFunctionsFindsNothing) {
+    // 65536 more bytes would wrap round to the length of "Zeta" alone if passed unchecked.
+    const std::string longName = "Zeta" + std::string(65536, 'x');
+    // (Compared in part, to keep a failure's message short.)
+    EXPECT_EQ(db.GetListOfFields(longName, false).substr(0, 40), "");
+    EXPECT_EQ(db.GetListOfFields("dbo." + longName, true).substr(0, 40), "");
+    EXPECT_FALSE(db.IsTheFieldInTheTable("Id", longName));
+    // A long name that fits is looked up as it is.
+    EXPECT_EQ(db.GetListOfFields("Zeta" + std::string(1000, 'x'), false), "");
+    EXPECT_EQ(db.GetListOfFields("Zeta", false), "Id,Name");
+}
+
+TEST_F(OdbcSqliteDriver, AConnectionStringTooLongForOdbcIsRefusedNotCut) {
+    const std::string base = db.strConnectionString() + ";";
+    // A password that makes the whole string 65536 bytes longer than the part before it: cut to
+    // that length, the string would still name the driver and the file and connect.
+    const std::string key = "PWD=";
+    db.setStrPassword(std::string(65536 - key.size() - 1, 'p'));
+    ASSERT_EQ(db.strOdbcConnectionString().size(), base.size() + 65536);
+    EXPECT_FALSE(db.Check(true));
+    EXPECT_EQ(cDbConnection::LastConnectionError(),
+              "The connection string is longer than 32767 bytes");
+    std::string error;
+    EXPECT_EQ(db.FireQuery("SELECT 1", error, 0), nullptr);
+    EXPECT_EQ(error, "Problems connecting to database");
+    // A long password that fits reaches the driver, which ignores it.
+    db.setStrPassword(std::string(20000, 'p'));
+    EXPECT_TRUE(db.Check(true)) << cDbConnection::LastConnectionError();
+}
+
 TEST(OdbcConnectionString, ValuesAreAddedAndBracedWhenTheyNeedIt) {
     cDbConnection db;
     db.setStrProvider("ODBC");

@@ -161,6 +161,30 @@ TEST_F(SqliteFunctions, DateArithmetic) {
     EXPECT_EQ(text("DATEDIFF('day', '1996-08-01', '1996-07-04')"), "-28");
 }
 
+TEST_F(SqliteFunctions, DateArithmeticBeyondYears1To9999IsAnOverflow) {
+    const std::string overflow =
+        "Error\r\n\r\nAdding a value to a 'datetime' column caused an overflow.";
+    EXPECT_EQ(text("DATEADD('year', 7999, '2000-01-01')"), "9999-01-01");
+    EXPECT_EQ(text("DATEADD('day', -1, '0001-01-02')"), "0001-01-01");
+    EXPECT_EQ(text("DATEADD('ms', -1, '9999-12-31 23:59:59.999')"), "9999-12-31 23:59:59.998");
+    EXPECT_EQ(failure("DATEADD('year', 8000, '2000-01-01')"), overflow);
+    EXPECT_EQ(failure("DATEADD('day', -1, '0001-01-01')"), overflow);
+    EXPECT_EQ(failure("DATEADD('ms', 1, '9999-12-31 23:59:59.999')"), overflow);
+    // Counts that do not fit in 64 bits once turned into months, days or milliseconds.
+    for (const char* part :
+         {"year", "quarter", "month", "day", "week", "hour", "minute", "second", "millisecond"}) {
+        for (const char* count : {"9223372036854775807", "-9223372036854775808"}) {
+            EXPECT_EQ(failure(std::string("DATEADD('") + part + "', " + count + ", '2000-01-01')"),
+                      overflow)
+                << part << " " << count;
+        }
+    }
+    // Year 0 is no date.
+    EXPECT_EQ(failure("YEAR('0000-06-01')"),
+              "Error\r\n\r\nConversion failed when converting date and/or time from character "
+              "string.");
+}
+
 TEST_F(SqliteFunctions, CurrentDates) {
     std::string now = text("GETDATE()");
     std::string utc = text("GETUTCDATE()");
