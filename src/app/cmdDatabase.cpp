@@ -3,6 +3,7 @@
 
 #include "cmdDatabase.h"
 
+#include <cctype>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -63,6 +64,46 @@ void printError(std::ostream& err, const std::string& where, const std::string& 
 bool readInt(const std::string& text, std::int32_t& value) {
     auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
     return ec == std::errc{} && end == text.data() + text.size();
+}
+
+// Whether an ODBC connection string carries a password (a PWD or Password key): the command
+// line is no place for one. Values in braces may hold ";" and "=" and are skipped whole.
+bool holdsPassword(const std::string& cs) {
+    std::size_t i = 0;
+    while (i < cs.size()) {
+        std::size_t eq = cs.find_first_of("=;", i);
+        if (eq == std::string::npos)
+            break;
+        if (cs[eq] == ';') {
+            i = eq + 1;
+            continue;
+        }
+        std::string key = cs.substr(i, eq - i);
+        key.erase(0, key.find_first_not_of(' '));
+        key.erase(key.find_last_not_of(' ') + 1);
+        for (char& c : key)
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        if (key == "pwd" || key == "password")
+            return true;
+        std::size_t v = cs.find_first_not_of(' ', eq + 1);
+        if (v != std::string::npos && cs[v] == '{') {
+            // A braced value ends at a "}" that is not doubled.
+            std::size_t e = v + 1;
+            while ((e = cs.find('}', e)) != std::string::npos && e + 1 < cs.size() &&
+                   cs[e + 1] == '}')
+                e += 2;
+            if (e == std::string::npos)
+                break;
+            v = e + 1;
+        } else {
+            v = eq + 1;
+        }
+        std::size_t semicolon = cs.find(';', v);
+        if (semicolon == std::string::npos)
+            break;
+        i = semicolon + 1;
+    }
+    return false;
 }
 
 // Parses the options; on a usage error writes the message and returns false.
@@ -136,6 +177,12 @@ bool parseOptions(const std::string& command, const std::vector<std::string>& ar
                    sources == 0 ? "no database: give --sqlite PATH, --server HOST --database DB "
                                   "or --odbc CONNECTION-STRING"
                                 : "give only one of --sqlite, --server and --odbc");
+        return false;
+    }
+    if (o.odbc && holdsPassword(*o.odbc)) {
+        printError(err, command,
+                   "passwords are not taken from the command line; use --password-env VAR "
+                   "instead of a password in the connection string");
         return false;
     }
     if (o.server && !o.database) {

@@ -248,6 +248,48 @@ TEST_F(OdbcPostgres, AHostilePasswordReachesTheServerIntact) {
         << cDbConnection::LastConnectionError();
 }
 
+TEST_F(OdbcPostgres, NoServiceLeavesAConnectionOpen) {
+    // Client sessions other than the one that asks; a session that has just disconnected may
+    // take a moment to leave the server's list, so the count is asked again until it is the
+    // expected one or a few seconds have passed.
+    auto others = [this](std::int64_t expected) {
+        std::string error;
+        std::int64_t n = -1;
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            auto rs = db.FireQuery("SELECT count(*) FROM pg_stat_activity WHERE backend_type = "
+                                   "'client backend' AND pid <> pg_backend_pid()",
+                                   error, 0);
+            if (!rs)
+                return std::int64_t{-1};
+            n = rs->value(0, 0).AsInteger();
+            if (n == expected)
+                break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return n;
+    };
+    {
+        // The probe sees an open connection.
+        auto session = db.GetConnection();
+        ASSERT_NE(session, nullptr);
+        ASSERT_EQ(others(1), 1);
+    }
+    EXPECT_EQ(others(0), 0);
+    EXPECT_NE(db.GetListOfTables(), "");
+    EXPECT_NE(db.GetListOfFields("sales.orders", true), "");
+    EXPECT_TRUE(db.IsTheFieldInTheTable("region", "sales.orders"));
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT 1"), "Syntax SQL Query correct");
+    EXPECT_NE(db.CheckSQLSyntax("SELECT * FORM x"), "Syntax SQL Query correct");
+    EXPECT_TRUE(db.Check(true));
+    std::string error;
+    EXPECT_EQ(db.FireQuery("SELECT * FROM public.nope", error, 0), nullptr);
+    auto rs = db.FireQuery("SELECT id FROM public.orders ORDER BY id", error, 3);
+    ASSERT_NE(rs, nullptr) << error;
+    EXPECT_EQ(others(0), 0);
+    EXPECT_EQ(rs->RecordCount(), 3);
+    EXPECT_EQ(rs->value(2, 0).AsInteger(), 3);
+}
+
 TEST_F(OdbcPostgres, AStoppedServerGivesTheFixedTexts) {
     cDbConnection closed = db;
     closed.setStrConnectionString("DRIVER={PostgreSQL ANSI};SERVER=127.0.0.1;CommLog=0;PORT=1");

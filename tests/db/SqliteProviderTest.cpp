@@ -193,6 +193,52 @@ TEST_F(SqliteCatalogue, GetConnectionGivesAnOpenSessionThatClosesWithItsOwner) {
     EXPECT_TRUE(db.Check(true));
 }
 
+// The descriptors of this process open on the file.
+int openDescriptorsOn(const std::string& path) {
+    int count = 0;
+    std::error_code ec;
+    const auto target = std::filesystem::canonical(path, ec);
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ec)) {
+        std::error_code linkError;
+        auto link = std::filesystem::read_symlink(entry.path(), linkError);
+        if (!linkError && link == target)
+            ++count;
+    }
+    return count;
+}
+
+TEST_F(SqliteCatalogue, NoServiceKeepsTheFileOpen) {
+    {
+        // The probe sees an open connection.
+        auto session = db.GetConnection();
+        ASSERT_NE(session, nullptr);
+        ASSERT_GE(openDescriptorsOn(path), 1);
+    }
+    EXPECT_EQ(openDescriptorsOn(path), 0);
+    EXPECT_NE(db.GetListOfTables(), "");
+    EXPECT_EQ(openDescriptorsOn(path), 0);
+    EXPECT_NE(db.GetListOfFields("Zeta", true), "");
+    EXPECT_EQ(openDescriptorsOn(path), 0);
+    EXPECT_TRUE(db.IsTheFieldInTheTable("Id", "Zeta"));
+    EXPECT_EQ(openDescriptorsOn(path), 0);
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT * FROM Zeta"), "Syntax SQL Query correct");
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT * FORM Zeta").substr(0, 13), "Syntax error:");
+    EXPECT_EQ(openDescriptorsOn(path), 0);
+    EXPECT_TRUE(db.Check(true));
+    EXPECT_EQ(openDescriptorsOn(path), 0);
+    std::string error;
+    EXPECT_EQ(db.FireQuery("SELECT * FROM Nope", error, 0), nullptr);
+    EXPECT_EQ(openDescriptorsOn(path), 0);
+    auto rs = db.FireQuery("SELECT Id, Name FROM Zeta", error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    EXPECT_EQ(openDescriptorsOn(path), 0);
+    // The result set is detached: it reads the same with the file gone.
+    std::filesystem::remove(path);
+    EXPECT_EQ(rs->RecordCount(), 1);
+    EXPECT_EQ(rs->Fields("Name").AsText(), "x");
+    EXPECT_EQ(db.GetListOfTables(), "");
+}
+
 class SqliteFailures : public ::testing::Test {
 protected:
     TempDir dir;

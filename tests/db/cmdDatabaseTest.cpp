@@ -246,6 +246,30 @@ TEST_F(DatabaseCommands, PasswordsNeverComeFromTheCommandLine) {
         2);
 }
 
+TEST_F(DatabaseCommands, NoPasswordInsideAConnectionString) {
+    const std::string refused = "marovin: tables: passwords are not taken from the command line; "
+                                "use --password-env VAR instead of a password in the connection "
+                                "string\n";
+    for (const std::string cs :
+         {"DSN=NoSuchDsn;PWD=secret", "DSN=NoSuchDsn; pwd = secret", "DSN=NoSuchDsn;Password={a;b}",
+          "DSN=NoSuchDsn;UID={u;PWD=x};PWD={a}};UID=v}",
+          "DATABASE={x;y=z};DSN=NoSuchDsn;Pwd=secret;"}) {
+        Outcome r = run("tables", {"--odbc", cs});
+        EXPECT_EQ(r.code, 2) << cs;
+        EXPECT_TRUE(r.err.starts_with(refused)) << cs << "\n" << r.err;
+    }
+    // Keys that only look like one, inside braced values, are no password.
+    Outcome r = run("tables", {"--odbc", "DRIVER={SQLite3};UID={PWD=x};Database=" + s_path});
+    EXPECT_EQ(r.code, 0) << r.err;
+    EXPECT_NE(r.out.find("Categories\n"), std::string::npos) << r.out;
+    // The password from the environment is added to the string.
+    ::setenv("MAROVIN_TEST_ODBC_PASSWORD", "p;w}d", 1);
+    Outcome withEnv = run("tables", {"--odbc", "DRIVER={SQLite3};Database=" + s_path,
+                                     "--password-env", "MAROVIN_TEST_ODBC_PASSWORD"});
+    EXPECT_EQ(withEnv.code, 0) << withEnv.err;
+    ::unsetenv("MAROVIN_TEST_ODBC_PASSWORD");
+}
+
 TEST_F(DatabaseCommands, AnUnreachableSqlServerFailsWithTheFixedText) {
     int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in addr{};
