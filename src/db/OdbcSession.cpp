@@ -4,6 +4,7 @@
 #include "marovin/DbError.h"
 #include "marovin/cRecordset.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -305,17 +306,34 @@ std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int3
     std::vector<cRecordset::Column> columns;
     std::vector<FetchAs> kinds;
     for (SQLUSMALLINT c = 1; c <= static_cast<SQLUSMALLINT>(nCols); ++c) {
-        SQLCHAR name[512] = {};
+        std::string name(512, '\0');
         SQLSMALLINT nameLength = 0, sqlType = 0, decimals = 0, nullable = 0;
         SQLULEN size = 0;
-        stmt.check(SQLDescribeCol(stmt.get(), c, name, sizeof name, &nameLength, &sqlType, &size,
-                                  &decimals, &nullable),
-                   "SQLDescribeCol");
+        auto describe = [&] {
+            stmt.check(SQLDescribeCol(stmt.get(), c, reinterpret_cast<SQLCHAR*>(name.data()),
+                                      static_cast<SQLSMALLINT>(name.size()), &nameLength, &sqlType,
+                                      &size, &decimals, &nullable),
+                       "SQLDescribeCol");
+        };
+        describe();
+        // A name that filled the buffer may have been cut (some drivers then report the cut
+        // length, not the whole): it is asked for again with more room.
+        constexpr std::size_t kLongestName = std::numeric_limits<SQLSMALLINT>::max();
+        while (nameLength >= 0 && static_cast<std::size_t>(nameLength) + 1 >= name.size() &&
+               name.size() < kLongestName) {
+            name.assign(
+                std::min(std::max(name.size() * 2, static_cast<std::size_t>(nameLength) + 1),
+                         kLongestName),
+                '\0');
+            describe();
+        }
+        name.resize(std::min(static_cast<std::size_t>(std::max<SQLSMALLINT>(nameLength, 0)),
+                             name.size() - 1));
         char typeName[256] = {};
         SQLSMALLINT typeLength = 0;
         SQLColAttribute(stmt.get(), c, SQL_DESC_TYPE_NAME, typeName, sizeof typeName, &typeLength,
                         nullptr);
-        columns.push_back({reinterpret_cast<const char*>(name), typeName});
+        columns.push_back({std::move(name), typeName});
         kinds.push_back(fetchKind(sqlType));
     }
     RecordsetBuilder cells(std::move(columns));

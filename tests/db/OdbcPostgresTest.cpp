@@ -248,6 +248,59 @@ TEST_F(OdbcPostgres, AHostilePasswordReachesTheServerIntact) {
         << cDbConnection::LastConnectionError();
 }
 
+TEST_F(OdbcPostgres, OddNamesHugeValuesNullsAndBlobs) {
+    auto session = db.GetConnection();
+    ASSERT_NE(session, nullptr);
+    session->Execute("CREATE SCHEMA IF NOT EXISTS \"Zürich 東京\"");
+    session->Execute("CREATE TABLE IF NOT EXISTS \"Zürich 東京\".\"it's [x]\" (\"b'c\" integer, "
+                     "\"Straße\" text, \"100%_sure\" bytea)");
+    session->Execute("TRUNCATE \"Zürich 東京\".\"it's [x]\"");
+    session->Execute("INSERT INTO \"Zürich 東京\".\"it's [x]\" VALUES (1, NULL, NULL), "
+                     "(2, '', ''::bytea), (3, repeat('é東', 1000000), "
+                     "decode(repeat('00ff', 1500000), 'hex'))");
+    session.reset();
+
+    auto items = splitList(db.GetListOfTables());
+    EXPECT_TRUE(contains(items, "Zürich 東京.it's [x]"));
+    EXPECT_EQ(db.GetListOfFields("Zürich 東京.it's [x]", false), "b'c,Straße,100%_sure");
+    EXPECT_EQ(db.GetListOfFields(" Zürich 東京 . it's [x] ", true),
+              " Zürich 東京 . it's [x] .b'c, Zürich 東京 . it's [x] .Straße,"
+              " Zürich 東京 . it's [x] .100%_sure");
+    EXPECT_TRUE(db.IsTheFieldInTheTable("x.100%_sure", "Zürich 東京.it's [x]"));
+    // "%" and "_" in a name are no wildcards.
+    EXPECT_EQ(db.GetListOfFields("Zürich 東京.it's _x]", false), "");
+    EXPECT_EQ(db.GetListOfFields("Zürich%.it's [x]", false), "");
+
+    std::string error;
+    auto rs =
+        db.FireQuery("SELECT \"b'c\", \"Straße\", \"100%_sure\" FROM \"Zürich 東京\".\"it's [x]\" "
+                     "ORDER BY 1",
+                     error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    ASSERT_EQ(rs->RecordCount(), 3);
+    EXPECT_EQ(rs->FieldName(1), "Straße");
+    EXPECT_TRUE(rs->value(0, 1).IsNull());
+    EXPECT_TRUE(rs->value(0, 2).IsNull());
+    EXPECT_EQ(rs->value(1, 1).Kind(), DbValueKind::Text);
+    EXPECT_EQ(rs->value(1, 1).AsText(), "");
+    EXPECT_EQ(rs->value(1, 2).Kind(), DbValueKind::Blob);
+    EXPECT_EQ(rs->value(1, 2).AsBlob().size(), 0u);
+    // Five-byte pairs of letters across every chunk the driver hands over.
+    std::string expected;
+    for (int i = 0; i < 1000000; ++i)
+        expected += "é東";
+    EXPECT_TRUE(rs->value(2, 1).AsText() == expected) << rs->value(2, 1).AsText().size();
+    auto blob = rs->value(2, 2).AsBlob();
+    ASSERT_EQ(blob.size(), 3000000u);
+    EXPECT_EQ(blob[0], 0x00);
+    EXPECT_EQ(blob[1], 0xFF);
+    EXPECT_EQ(blob[2999999], 0xFF);
+    auto none = db.FireQuery("SELECT 1 AS one WHERE false", error, 0);
+    ASSERT_NE(none, nullptr) << error;
+    EXPECT_EQ(none->FieldCount(), 1);
+    EXPECT_EQ(none->RecordCount(), 0);
+}
+
 TEST_F(OdbcPostgres, NoServiceLeavesAConnectionOpen) {
     // Client sessions other than the one that asks; a session that has just disconnected may
     // take a moment to leave the server's list, so the count is asked again until it is the

@@ -72,6 +72,19 @@ TEST_F(OdbcSqliteDriver, RowLimitsAndValues) {
     EXPECT_TRUE(names->value(2, 0).IsNull());
 }
 
+TEST_F(OdbcSqliteDriver, ColumnNamesOfAnyLengthComeWhole) {
+    const std::string longName(600, 'n');
+    std::string error;
+    auto rs = db.FireQuery("SELECT 1 AS \"" + longName + "\", 2 AS \"\u00e4\u6771\", 3", error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    ASSERT_EQ(rs->FieldCount(), 3);
+    EXPECT_EQ(rs->FieldName(0).size(), 600u);
+    EXPECT_EQ(rs->FieldName(0), longName);
+    EXPECT_EQ(rs->FieldName(1), "\u00e4\u6771");
+    EXPECT_EQ(rs->FieldName(2), "3");
+    EXPECT_EQ(rs->value(0, 0).AsInteger(), 1);
+}
+
 TEST_F(OdbcSqliteDriver, ErrorsCarryTheDriversDiagnostics) {
     std::string error;
     EXPECT_EQ(db.FireQuery("SELECT * FROM nope", error, 10), nullptr);

@@ -193,6 +193,81 @@ TEST_F(SqliteCatalogue, GetConnectionGivesAnOpenSessionThatClosesWithItsOwner) {
     EXPECT_TRUE(db.Check(true));
 }
 
+// Names with quotes, brackets, blanks, commas and letters beyond ASCII reach the catalogue and
+// the column list as they are, and are never pasted into SQL text unescaped.
+TEST(SqliteOddNames, CatalogueAndColumnsTakeAnyName) {
+    TempDir dir;
+    const std::string path = dir.file("odd.sqlite");
+    test::writeSqlite(path, R"sql(
+        CREATE TABLE "it's" (a integer, "b'c" text);
+        CREATE TABLE "say ""hi""" (x integer);
+        CREATE TABLE "[x]" ("[y]" integer);
+        CREATE TABLE "Zürich 東京" ("Straße" text, "列" integer);
+        CREATE TABLE "x'); DROP TABLE Keep; --" (z integer);
+        CREATE TABLE Keep (k integer);
+    )sql");
+    const std::string before = test::fileBytes(path);
+    cDbConnection db = sqliteConnection(path);
+    EXPECT_EQ(db.GetListOfTables(), "dbo.[x],dbo.it's,dbo.Keep,dbo.say \"hi\","
+                                    "dbo.x'); DROP TABLE Keep; --,dbo.Zürich 東京");
+    EXPECT_EQ(db.GetListOfFields("it's", false), "a,b'c");
+    EXPECT_EQ(db.GetListOfFields("dbo.say \"hi\"", true), "dbo.say \"hi\".x");
+    EXPECT_EQ(db.GetListOfFields("[x]", false), "[y]");
+    EXPECT_EQ(db.GetListOfFields(" dbo . Zürich 東京 ", false), "Straße,列");
+    EXPECT_EQ(db.GetListOfFields("x'); DROP TABLE Keep; --", false), "z");
+    EXPECT_TRUE(db.IsTheFieldInTheTable("dbo.Zürich 東京.列", "dbo.Zürich 東京"));
+    EXPECT_TRUE(db.IsTheFieldInTheTable("[x].[y]", "[x]"));
+    EXPECT_FALSE(db.IsTheFieldInTheTable("straße", "dbo.Zürich 東京"));
+    EXPECT_EQ(db.GetListOfFields("Keep", false), "k");
+    EXPECT_EQ(test::fileBytes(path), before);
+}
+
+TEST(SqliteOddValues, HugeValuesNullsBlobsAndEmptyResults) {
+    TempDir dir;
+    const std::string path = dir.file("values.sqlite");
+    test::writeSqlite(path, R"sql(
+        CREATE TABLE v (id integer, t text, b blob);
+        INSERT INTO v VALUES (1, NULL, NULL), (2, '', x''), (3, 'a' || char(0) || 'b', x'00'),
+            (4, replace(hex(zeroblob(1500000)), '0', 'é'), randomblob(3000000)),
+            (9223372036854775807, 'max', NULL), (-9223372036854775808, 'min', NULL);
+    )sql");
+    cDbConnection db = sqliteConnection(path);
+    std::string error;
+    auto rs = db.FireQuery("SELECT id, t, b, length(t) AS n FROM v ORDER BY rowid", error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    ASSERT_EQ(rs->RecordCount(), 6);
+    EXPECT_TRUE(rs->value(0, 1).IsNull());
+    EXPECT_TRUE(rs->value(0, 2).IsNull());
+    EXPECT_EQ(rs->value(1, 1).Kind(), DbValueKind::Text);
+    EXPECT_EQ(rs->value(1, 2).Kind(), DbValueKind::Blob);
+    EXPECT_EQ(rs->value(1, 2).ToString(), "0x");
+    EXPECT_EQ(rs->value(2, 1).AsText(), std::string_view("a\0b", 3)); // a NUL inside stays
+    EXPECT_EQ(rs->value(2, 2).ToString(), "0x00");
+    EXPECT_EQ(rs->value(3, 1).AsText().size(), 6000000u); // 3,000,000 two-byte letters
+    EXPECT_EQ(rs->value(3, 3).AsInteger(), 3000000);
+    EXPECT_EQ(rs->value(3, 2).AsBlob().size(), 3000000u);
+    EXPECT_EQ(rs->value(4, 0).ToString(), "9223372036854775807");
+    EXPECT_EQ(rs->value(5, 0).ToString(), "-9223372036854775808");
+    // A result without rows keeps its columns; a statement without columns gives an empty set.
+    auto none = db.FireQuery("SELECT id, t FROM v WHERE 0", error, 5);
+    ASSERT_NE(none, nullptr) << error;
+    EXPECT_EQ(none->FieldCount(), 2);
+    EXPECT_EQ(none->RecordCount(), 0);
+    EXPECT_TRUE(none->IsBOF() && none->IsEOF());
+    EXPECT_TRUE(none->Fields("id").IsNull());
+    auto blank = db.FireQuery("  -- nothing but a comment\r\n", error, 0);
+    ASSERT_NE(blank, nullptr) << error;
+    EXPECT_EQ(error, "");
+    EXPECT_EQ(blank->FieldCount(), 0);
+    EXPECT_EQ(blank->RecordCount(), 0);
+    // A statement of many megabytes is no problem either.
+    std::string longSql = "SELECT '" + std::string(5000000, 'q') + "' AS q";
+    auto big = db.FireQuery(longSql, error, 0);
+    ASSERT_NE(big, nullptr) << error;
+    EXPECT_EQ(big->value(0, 0).AsText().size(), 5000000u);
+    EXPECT_EQ(db.CheckSQLSyntax(longSql), "Syntax SQL Query correct");
+}
+
 // The descriptors of this process open on the file.
 int openDescriptorsOn(const std::string& path) {
     int count = 0;
