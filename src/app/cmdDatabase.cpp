@@ -193,6 +193,17 @@ bool parseOptions(const std::string& command, const std::vector<std::string>& ar
         printError(err, command, "--windows-auth goes without --user and --password-env");
         return false;
     }
+    // Options the chosen source would silently ignore.
+    if (o.driver && !o.server) {
+        printError(err, command, "--driver goes with --server only");
+        return false;
+    }
+    if (o.sqlite && (o.database || o.user || o.passwordEnv || o.windowsAuth)) {
+        printError(err, command,
+                   "--sqlite PATH names the database file; it takes no --database, --user, "
+                   "--password-env or --windows-auth");
+        return false;
+    }
     return true;
 }
 

@@ -224,6 +224,16 @@ TEST_F(DatabaseCommands, UsageErrors) {
     Outcome rows = run("preview", {"--sql", "SELECT 1", "--max-rows", "ten", "--sqlite", s_path});
     EXPECT_EQ(rows.code, 2);
     EXPECT_TRUE(rows.err.starts_with("marovin: preview: --max-rows needs a whole number"));
+    Outcome driver = run("tables", {"--sqlite", s_path, "--driver", "FreeTDS"});
+    EXPECT_EQ(driver.code, 2);
+    EXPECT_TRUE(driver.err.starts_with("marovin: tables: --driver goes with --server only\n"));
+    EXPECT_EQ(run("tables", {"--odbc", "DSN=x", "--driver", "FreeTDS"}).code, 2);
+    Outcome database = run("tables", {"--sqlite", s_path, "--database", "Northwind"});
+    EXPECT_EQ(database.code, 2);
+    EXPECT_TRUE(database.err.starts_with("marovin: tables: --sqlite PATH names the database file"))
+        << database.err;
+    EXPECT_EQ(run("tables", {"--sqlite", s_path, "--user", "sa"}).code, 2);
+    EXPECT_EQ(run("tables", {"--sqlite", s_path, "--windows-auth"}).code, 2);
     Outcome help = run("preview", {"--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_EQ(help.out, DatabaseCommandsUsage());
