@@ -2,14 +2,17 @@
 
 #include "marovin/cRecordset.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 #include <vector>
 
 namespace marovin {
 
-// Collects the values of a result row by row into the blocks of a cRecordset, so that no value
-// is moved once stored.
+// Collects the values of a result row by row into the blocks of a cRecordset. Every block after
+// the first is reserved whole, so its values are never moved once stored; the first block grows
+// from a few rows to its full size, so that a short result of a wide table does not reserve room
+// for a full block of rows it never has.
 class RecordsetBuilder {
 public:
     explicit RecordsetBuilder(std::vector<cRecordset::Column> columns)
@@ -21,9 +24,11 @@ public:
         if (m_current.size() == m_blockCells) {
             m_blocks.push_back(std::move(m_current));
             m_current = {};
-        }
-        if (m_current.capacity() == 0)
             m_current.reserve(m_blockCells);
+        } else if (m_current.size() == m_current.capacity()) {
+            const std::size_t firstCells = kFirstRows * m_columns.size();
+            m_current.reserve(std::min(m_blockCells, std::max(firstCells, 2 * m_current.size())));
+        }
         m_current.emplace_back(std::forward<Args>(args)...);
     }
 
@@ -34,6 +39,9 @@ public:
     }
 
 private:
+    // Rows the first block has room for before it grows.
+    static constexpr std::size_t kFirstRows = 16;
+
     std::vector<cRecordset::Column> m_columns;
     std::size_t m_blockCells;
     std::vector<std::vector<DbValue>> m_blocks;
