@@ -96,7 +96,8 @@ void uscMarovin::RemoveExpression() {
 }
 
 bool uscMarovin::handleListKey(QTreeWidget* list, QEvent* event) {
-    if (event->type() != QEvent::KeyPress || list != m_lvConditions)
+    const bool press = event->type() == QEvent::KeyPress;
+    if ((!press && event->type() != QEvent::ShortcutOverride) || list != m_lvConditions)
         return false;
     auto* key = static_cast<QKeyEvent*>(event);
     if (key->key() != Qt::Key_Q || !(key->modifiers() & Qt::ControlModifier))
@@ -104,6 +105,12 @@ bool uscMarovin::handleListKey(QTreeWidget* list, QEvent* event) {
     // Switching conditions on and off is offered only to hosts that work with parameters.
     if (!m_colParameters)
         return false;
+    if (!press) {
+        // The key is this list's while it has the focus: a host's Ctrl+Q shortcut (Quit, say)
+        // must not take it away.
+        event->accept();
+        return true;
+    }
     const QList<QTreeWidgetItem*> selected = m_lvConditions->selectedItems();
     if (!selected.isEmpty())
         setConditionActive(selected.first(), !conditionIsActive(selected.first()));

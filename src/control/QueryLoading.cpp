@@ -11,6 +11,7 @@
 #include "marovin/uscMarovin.h"
 
 #include <QCheckBox>
+#include <QTreeWidget>
 
 namespace marovin {
 
@@ -120,8 +121,12 @@ void uscMarovin::LoadQuery() {
                                   true);
                 for (const auto& item : *m_query->CalculatedItems())
                     addExpressionItem(item->strName(), item->strComputation(), std::string());
-                for (const auto& filter : *m_query->Filters())
-                    addConditionItem(filter->strCondition(), filter->blnIsActive());
+                for (const auto& filter : *m_query->Filters()) {
+                    // A loaded condition's tool tip is its shown text.
+                    QTreeWidgetItem* item =
+                        addConditionItem(filter->strCondition(), filter->blnIsActive());
+                    item->setToolTip(0, item->text(0));
+                }
                 for (const std::string& alias : missingAliases)
                     removeTableDependants(alias);
                 m_chkUniqueRecords->setChecked(m_query->blnUniqueRecordsOnly());
@@ -132,16 +137,17 @@ void uscMarovin::LoadQuery() {
         }
         m_blnLoading = false;
         showAssemblyResult();
-    }
-    if (!missingNames.empty()) {
-        const std::string database = m_db ? m_db->strDatabase() : std::string();
-        const std::string server = m_db ? m_db->strServer() : std::string();
-        m_services.messageBox->Show(
-            QStringLiteral("SQL Server connection"),
-            QString::fromStdString(
-                "One or more tables used in the original SQL query are not in database " +
-                database + " on server " + server + "."),
-            MessageIcon::Critical, MessageButtons::Ok);
+        // Reported once, before the busy pointer is restored.
+        if (!missingNames.empty()) {
+            const std::string database = m_db ? m_db->strDatabase() : std::string();
+            const std::string server = m_db ? m_db->strServer() : std::string();
+            m_services.messageBox->Show(
+                QStringLiteral("SQL Server connection"),
+                QString::fromStdString(
+                    "One or more tables used in the original SQL query are not in database " +
+                    database + " on server " + server + "."),
+                MessageIcon::Critical, MessageButtons::Ok);
+        }
     }
     EnableButtons();
 }

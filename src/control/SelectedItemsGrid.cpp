@@ -56,6 +56,10 @@ void uscMarovin::AddSelectItem(const std::string& strFullFieldName, const std::s
     const int row = m_selectedItems->appendRow(values);
     m_selectedItems->setValue(row, T::kAlias,
                               GetUniqueAlias(strAlias, LastNamePart(fieldPart), row));
+    // A grid with rows always has a current row, the first one until the user picks another,
+    // so that the move and remove buttons act on a row as soon as they are enabled.
+    if (currentGridRow() == 0)
+        setCurrentGridRow(1);
     EnableButtons();
 }
 

@@ -48,6 +48,11 @@ Qt::ItemFlags SelectedItemsModel::flags(const QModelIndex& index) const {
 bool SelectedItemsModel::setData(const QModelIndex& index, const QVariant& value, int role) {
     if (!index.isValid() || role != Qt::EditRole || !(flags(index) & Qt::ItemIsEditable))
         return false;
+    // An editor closed without a change commits nothing: the row is not written again and the
+    // control is not told.
+    const std::string text = value.toString().toStdString();
+    if (text == m_table.Value(index.row() + 1, index.column() + 1))
+        return true;
     emit editCommitted(index.row() + 1, index.column() + 1, value.toString());
     return true;
 }

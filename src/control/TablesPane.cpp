@@ -132,7 +132,8 @@ void uscMarovin::AddTableToDiagram(const std::string& strTable) {
         definition += "\n" + qs(column) + "\n" + qs(column) + "\n\n\n3 4 0 0";
     const int n = static_cast<int>(parts.size());
     const int left = m_intPlacementCounter * 160 + 50;
-    const int width = static_cast<int>(alias.size()) * 5 + 120;
+    // The alias's length in characters (UTF-16 units), not in UTF-8 bytes.
+    const int width = static_cast<int>(qs(alias).size()) * 5 + 120;
     int height = 10 * (n - 1) + 100;
     if (height > 300)
         height = 300;

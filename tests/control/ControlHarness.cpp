@@ -7,6 +7,8 @@
 #include <QMouseEvent>
 #include <QTemporaryDir>
 #include <QTest>
+#include <cstdio>
+#include <sqlite3.h>
 #include <stdexcept>
 
 namespace marovin::test {
@@ -35,9 +37,34 @@ std::shared_ptr<cDbConnection> SampleConnection() {
     return db;
 }
 
-ControlHarness::ControlHarness(std::shared_ptr<MemorySettingsStore> store)
+std::shared_ptr<cDbConnection> SqliteConnection(const std::string& path) {
+    auto db = std::make_shared<cDbConnection>();
+    db->setStrProvider(cDbConnection::kProviderSqlite);
+    db->setStrDatabase(path);
+    return db;
+}
+
+void WriteSqliteFile(const std::string& path, const std::string& statements) {
+    std::remove(path.c_str());
+    sqlite3* db = nullptr;
+    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK) {
+        const std::string error = sqlite3_errmsg(db);
+        sqlite3_close(db);
+        throw std::runtime_error("cannot create " + path + ": " + error);
+    }
+    char* message = nullptr;
+    const int rc = sqlite3_exec(db, statements.c_str(), nullptr, nullptr, &message);
+    const std::string error = message != nullptr ? message : "";
+    sqlite3_free(message);
+    sqlite3_close(db);
+    if (rc != SQLITE_OK)
+        throw std::runtime_error("cannot fill " + path + ": " + error);
+}
+
+ControlHarness::ControlHarness(std::shared_ptr<MemorySettingsStore> store,
+                               std::shared_ptr<cDbConnection> connection)
     : settings(store ? std::move(store) : std::make_shared<MemorySettingsStore>()),
-      db(SampleConnection()) {
+      db(connection ? std::move(connection) : SampleConnection()) {
     PlatformServices services;
     services.messageBox = box;
     services.settings = settings;

@@ -29,12 +29,34 @@ namespace marovin::test {
 // A small Northwind-shaped SQLite database written once per test program.
 const std::string& SampleDatabasePath();
 std::shared_ptr<cDbConnection> SampleConnection();
+// A connection to another SQLite file.
+std::shared_ptr<cDbConnection> SqliteConnection(const std::string& path);
+// Writes a new SQLite file from SQL statements (an existing file is replaced).
+void WriteSqliteFile(const std::string& path, const std::string& statements);
+
+// A scripted message box that also notes whether the busy pointer was on while each box was
+// shown (the depth of the pointer at that moment).
+class BusyAwareMessageBox : public ScriptedMessageBox {
+public:
+    explicit BusyAwareMessageBox(std::shared_ptr<CountingBusyPointer> busy)
+        : m_busy(std::move(busy)) {}
+    MessageAnswer Show(const QString& strCaption, const QString& strText, MessageIcon icon,
+                       MessageButtons buttons) override {
+        busyDepths.push_back(m_busy->lngDepth());
+        return ScriptedMessageBox::Show(strCaption, strText, icon, buttons);
+    }
+    std::vector<int> busyDepths;
+
+private:
+    std::shared_ptr<CountingBusyPointer> m_busy;
+};
 
 // One control on the sample database with scripted message boxes and in-memory settings,
 // shown offscreen so that real mouse and key events reach it.
 class ControlHarness {
 public:
-    explicit ControlHarness(std::shared_ptr<MemorySettingsStore> settings = nullptr);
+    explicit ControlHarness(std::shared_ptr<MemorySettingsStore> settings = nullptr,
+                            std::shared_ptr<cDbConnection> connection = nullptr);
     ~ControlHarness();
 
     uscMarovin& control() { return *m_control; }
@@ -64,9 +86,9 @@ public:
     int rows() const;
     void clickButton(const char* name);
 
-    std::shared_ptr<ScriptedMessageBox> box = std::make_shared<ScriptedMessageBox>();
-    std::shared_ptr<MemorySettingsStore> settings;
     std::shared_ptr<CountingBusyPointer> busy = std::make_shared<CountingBusyPointer>();
+    std::shared_ptr<BusyAwareMessageBox> box = std::make_shared<BusyAwareMessageBox>(busy);
+    std::shared_ptr<MemorySettingsStore> settings;
     std::shared_ptr<cDbConnection> db;
     std::shared_ptr<cSQLQuery> query = std::make_shared<cSQLQuery>();
     int changed = 0;

@@ -1,5 +1,6 @@
 #include "ControlHarness.h"
 
+#include <QAction>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -52,7 +53,8 @@ TEST(ListsPaneTest, ShowsConditionsAndCalculatedItemsOnOneLineWithTheirStoredTex
     EXPECT_EQ(first->text(0), "Orders.ShipCountry = 'Germany' OR Orders.ShipCountry = 'France'");
     EXPECT_EQ(first->data(0, Qt::UserRole).toString(),
               "Orders.ShipCountry = 'Germany'{newline}OR Orders.ShipCountry = 'France'");
-    EXPECT_EQ(first->toolTip(0), first->data(0, Qt::UserRole).toString());
+    // A loaded condition's tool tip is its shown text.
+    EXPECT_EQ(first->toolTip(0), first->text(0));
     EXPECT_EQ(first->checkState(0), Qt::Checked);
     QTreeWidgetItem* second = conditions->topLevelItem(1);
     EXPECT_EQ(second->checkState(0), Qt::Unchecked);
@@ -137,4 +139,32 @@ TEST(ListsPaneTest, CtrlQSwitchesAConditionOnlyWhileParametersAreSet) {
     QTest::mouseClick(h.conditions()->viewport(), Qt::LeftButton, {},
                       QPoint(rect.left() + 8, rect.center().y()));
     EXPECT_EQ(item->checkState(0), Qt::Checked);
+}
+
+TEST(ListsPaneTest, CtrlQIsClaimedFromTheHostsShortcutsOnlyWhileParametersAreSet) {
+    ControlHarness h;
+    h.load(kQuery);
+    // A host window with Ctrl+Q as a shortcut of its own (Quit, say).
+    int quits = 0;
+    QAction quit(&h.control());
+    quit.setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    quit.setShortcutContext(Qt::WindowShortcut);
+    h.control().addAction(&quit);
+    QObject::connect(&quit, &QAction::triggered, [&quits] { ++quits; });
+    select(h.conditions(), 0);
+
+    // Without parameters the list leaves the key to the host.
+    QTest::keyClick(h.conditions(), Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(quits, 1);
+    EXPECT_EQ(h.conditions()->topLevelItem(0)->checkState(0), Qt::Checked);
+
+    // With parameters the key switches the condition and the host's shortcut does not fire.
+    h.control().setColParameters(
+        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Country"}));
+    h.changed = 0;
+    QTest::keyClick(h.conditions(), Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(quits, 1);
+    EXPECT_EQ(h.conditions()->topLevelItem(0)->checkState(0), Qt::Unchecked);
+    EXPECT_EQ(h.changed, 1);
+    EXPECT_FALSE(h.query->Filters()->Item(1)->blnIsActive());
 }

@@ -99,6 +99,9 @@ TEST(QueryLoadingTest, MissingTablesAreReportedOnceAndTheirDependantsDropped) {
                                      SampleDatabasePath() + " on server ."));
     EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Critical);
     EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::Ok);
+    // The report comes before the busy pointer is restored, and the pointer is restored after.
+    EXPECT_EQ(h.box->busyDepths, std::vector<int>{1});
+    EXPECT_EQ(h.busy->lngDepth(), 0);
     EXPECT_EQ(h.changed, 0);
 
     EXPECT_EQ(h.diagram()->tableAliases(), QStringList{"Orders"});

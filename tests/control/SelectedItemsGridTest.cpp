@@ -241,3 +241,42 @@ TEST(SelectedItemsGridTest, AProposedAliasEqualToACalculatedItemIsKept) {
     h.chooseColumn("Orders", "Freight");
     EXPECT_EQ(h.cell(3, kAlias), "Freight3");
 }
+
+TEST(SelectedItemsGridTest, ConfirmingAnEditUnchangedDoesNotNotify) {
+    ControlHarness h;
+    chooseThree(h);
+    h.changed = 0;
+    // The alias editor opened and closed with Enter, the text untouched.
+    QWidget* editor = startEdit(h, 2, kAlias);
+    ASSERT_NE(qobject_cast<QLineEdit*>(editor), nullptr);
+    QTest::keyClick(editor, Qt::Key_Return);
+    QApplication::processEvents();
+    EXPECT_EQ(h.cell(2, kAlias), "Freight");
+    EXPECT_EQ(h.changed, 0);
+
+    // The aggregation drop-down: choosing the entry it already shows changes nothing either.
+    auto* combo = qobject_cast<QComboBox*>(startEdit(h, 2, kAggregation));
+    ASSERT_NE(combo, nullptr);
+    QTest::keyClick(combo, Qt::Key_Return);
+    QApplication::processEvents();
+    EXPECT_EQ(h.cell(2, kAggregation), "<none>");
+    EXPECT_EQ(h.changed, 0);
+
+    // An edit that does change the row still notifies once.
+    typeAlias(h, 2, "Cost");
+    EXPECT_EQ(h.changed, 1);
+}
+
+TEST(SelectedItemsGridTest, TheFirstRowIsCurrentUntilTheUserPicksAnother) {
+    ControlHarness h;
+    chooseThree(h);
+    // The rows were added from the diagram; nobody clicked in the grid.
+    EXPECT_EQ(h.grid()->currentIndex().row(), 0);
+    h.changed = 0;
+    h.clickButton("cmdRemoveSelectItem");
+    ASSERT_EQ(h.rows(), 2);
+    EXPECT_EQ(h.cell(1, 1), "Freight");
+    EXPECT_EQ(h.changed, 2);
+    h.clickButton("cmdMoveDown");
+    EXPECT_EQ(h.cell(2, 1), "Freight");
+}

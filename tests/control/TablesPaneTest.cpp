@@ -3,6 +3,7 @@
 #include <QDropEvent>
 #include <QGraphicsView>
 #include <QMimeData>
+#include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -345,4 +346,20 @@ TEST(TablesPaneTest, BoxesArePlacedSideBySideAndSizedByAliasAndColumnCount) {
     EXPECT_NEAR(wide.left(), 210 * position, 1);
     EXPECT_NEAR(wide.width(), (5 * 9 + 120) * size, 1);
     EXPECT_NEAR(wide.height(), 300 * size, 1);
+}
+
+TEST(TablesPaneTest, TheBoxWidthCountsTheAliasInCharacters) {
+    QTemporaryDir dir;
+    const std::string path = dir.filePath("accents.sqlite").toStdString();
+    // "Straße" and "Größen" are six characters each, seven and eight bytes in UTF-8.
+    WriteSqliteFile(path, "CREATE TABLE \"Straße\" (Name TEXT, PLZ TEXT);"
+                          "CREATE TABLE \"Größen\" (Wert REAL);");
+    ControlHarness h(nullptr, SqliteConnection(path));
+    h.placeTable("dbo.Straße");
+    h.placeTable("dbo.Größen");
+    ASSERT_EQ(h.diagram()->tableAliases(), (QStringList{"Straße", "Größen"}));
+    const double size = dvTablesAndJoins::kSizeScale;
+    EXPECT_NEAR(h.diagram()->tableSceneRect("Straße").width(), (5 * 6 + 120) * size, 1);
+    EXPECT_NEAR(h.diagram()->tableSceneRect("Größen").width(), (5 * 6 + 120) * size, 1);
+    EXPECT_NEAR(h.diagram()->tableSceneRect("Größen").height(), 100 * size, 1);
 }
