@@ -404,7 +404,10 @@ int runCheck(const Options& o, cDbConnection& db, std::ostream& out, std::ostrea
         return code;
     std::string message = db.CheckSQLSyntax(*sql);
     if (message.empty()) {
-        reportNoConnection("check", db, err);
+        // The check answers "" only when it had no connection; the reason is added when a
+        // second attempt fails as well.
+        if (!reportNoConnection("check", db, err))
+            err << "Problems connecting to database\n";
         return kFailure;
     }
     if (message == "Syntax SQL Query correct") {
