@@ -260,15 +260,20 @@ void OdbcSession::Execute(const std::string& sql) {
         SQLExecDirect(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()), statementLength(text)),
         "SQLExecDirect", true);
     // Every result of the batch is read, so that an error raised by a later statement of the
-    // batch is seen too.
-    while (rc != SQL_NO_DATA) {
-        SQLSMALLINT cols = 0;
-        SQLNumResultCols(stmt.get(), &cols);
-        if (cols > 0) {
-            while ((rc = SQLFetch(stmt.get())) != SQL_NO_DATA)
-                stmt.check(rc, "SQLFetch");
+    // batch is seen too. A first statement that changed no rows answers "no data", and the
+    // statements after it still have their results.
+    for (;;) {
+        if (rc != SQL_NO_DATA) {
+            SQLSMALLINT cols = 0;
+            SQLNumResultCols(stmt.get(), &cols);
+            if (cols > 0) {
+                while ((rc = SQLFetch(stmt.get())) != SQL_NO_DATA)
+                    stmt.check(rc, "SQLFetch");
+            }
         }
-        rc = stmt.check(SQLMoreResults(stmt.get()), "SQLMoreResults", true);
+        if (stmt.check(SQLMoreResults(stmt.get()), "SQLMoreResults", true) == SQL_NO_DATA)
+            break;
+        rc = SQL_SUCCESS;
     }
 }
 
@@ -295,13 +300,18 @@ std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int3
     SQLRETURN rc = stmt.check(
         SQLExecDirect(stmt.get(), reinterpret_cast<SQLCHAR*>(text.data()), statementLength(text)),
         "SQLExecDirect", true);
-    // Skip results without columns (row counts of statements before the query).
+    // Skip results without columns (row counts of statements before the query; a statement that
+    // changed no rows answers "no data" and has none either).
     SQLSMALLINT nCols = 0;
-    while (rc != SQL_NO_DATA) {
-        stmt.check(SQLNumResultCols(stmt.get(), &nCols), "SQLNumResultCols");
-        if (nCols > 0)
-            break;
+    for (;;) {
+        if (rc != SQL_NO_DATA) {
+            stmt.check(SQLNumResultCols(stmt.get(), &nCols), "SQLNumResultCols");
+            if (nCols > 0)
+                break;
+        }
         rc = stmt.check(SQLMoreResults(stmt.get()), "SQLMoreResults", true);
+        if (rc == SQL_NO_DATA)
+            break;
     }
     std::vector<cRecordset::Column> columns;
     std::vector<FetchAs> kinds;

@@ -238,6 +238,28 @@ TEST_F(OdbcPostgres, AnErrorInALaterStatementOfABatchIsSeen) {
     EXPECT_EQ(rs->value(0, 0).AsInteger(), 42);
 }
 
+TEST_F(OdbcPostgres, ResultsAfterAStatementThatChangedNoRowsAreSeen) {
+    auto session = db.GetConnection();
+    ASSERT_NE(session, nullptr);
+    session->Execute("CREATE TABLE IF NOT EXISTS public.unchanged (x integer)");
+    // A change of no rows answers "no data"; the statements after it still count.
+    std::string error;
+    auto rs =
+        db.FireQuery("UPDATE public.unchanged SET x = x WHERE false; SELECT 7 AS seven", error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    ASSERT_EQ(rs->FieldCount(), 1);
+    EXPECT_EQ(rs->FieldName(0), "seven");
+    EXPECT_EQ(rs->value(0, 0).AsInteger(), 7);
+    EXPECT_THROW(session->Execute("DELETE FROM public.unchanged WHERE false; "
+                                  "SELECT * FROM public.nope"),
+                 DbError);
+    // Alone, such a statement gives an empty result.
+    auto none = db.FireQuery("DELETE FROM public.unchanged WHERE false", error, 0);
+    ASSERT_NE(none, nullptr) << error;
+    EXPECT_EQ(none->FieldCount(), 0);
+    session->Execute("UPDATE public.unchanged SET x = x WHERE false");
+}
+
 TEST_F(OdbcPostgres, AHostilePasswordReachesTheServerIntact) {
     cDbConnection hostile = connection("hostile", kHostilePassword);
     EXPECT_TRUE(hostile.Check(true)) << cDbConnection::LastConnectionError();

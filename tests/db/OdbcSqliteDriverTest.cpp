@@ -85,6 +85,15 @@ TEST_F(OdbcSqliteDriver, ColumnNamesOfAnyLengthComeWhole) {
     EXPECT_EQ(rs->value(0, 0).AsInteger(), 1);
 }
 
+TEST_F(OdbcSqliteDriver, AStatementThatChangesNoRowsGivesAnEmptyResult) {
+    std::string error = "stale";
+    auto rs = db.FireQuery("UPDATE Zeta SET Name = Name WHERE 0", error, 10);
+    ASSERT_NE(rs, nullptr) << error;
+    EXPECT_EQ(error, "");
+    EXPECT_EQ(rs->FieldCount(), 0);
+    EXPECT_EQ(rs->RecordCount(), 0);
+}
+
 TEST_F(OdbcSqliteDriver, ErrorsCarryTheDriversDiagnostics) {
     std::string error;
     EXPECT_EQ(db.FireQuery("SELECT * FROM nope", error, 10), nullptr);
