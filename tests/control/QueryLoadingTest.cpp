@@ -165,3 +165,19 @@ TEST(QueryLoadingTest, ASubQueryWithItemsIsOfferedAndPlacedAsATable) {
     EXPECT_EQ(h.rows(), 1);
     EXPECT_EQ(h.query->Tables()->Count(), 0);
 }
+
+TEST(QueryLoadingTest, ASubQueryWithoutItemsIsNotOffered) {
+    ControlHarness h;
+    h.load(R"(<SQLQuery>
+  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
+  <SUB_QUERY>
+    <SQLQuery issubquery="True">
+      <NAME>Empty</NAME>
+      <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
+    </SQLQuery>
+  </SUB_QUERY>
+</SQLQuery>)");
+    ASSERT_GT(h.tableList()->count(), 0);
+    EXPECT_EQ(h.tableList()->findItems("Sub query: ", Qt::MatchStartsWith).size(), 0);
+    EXPECT_EQ(h.tableList()->item(0)->text().left(4), "dbo.");
+}

@@ -280,3 +280,26 @@ TEST(SelectedItemsGridTest, TheFirstRowIsCurrentUntilTheUserPicksAnother) {
     h.clickButton("cmdMoveDown");
     EXPECT_EQ(h.cell(2, 1), "Freight");
 }
+
+TEST(SelectedItemsGridTest, ARowWithoutItsTableRaisesChangedOnlyOnceWhenRemoved) {
+    ControlHarness h;
+    // A stored item whose name starts with the dot has no table part: "From Table" stays empty.
+    h.load(R"(<SQLQuery>
+  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
+  <ITEMS_SELECTED>
+    <ITEM><NAME>.Freight</NAME><ALIAS>Loose</ALIAS></ITEM>
+    <ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS></ITEM>
+  </ITEMS_SELECTED>
+</SQLQuery>)");
+    ASSERT_EQ(h.rows(), 2);
+    ASSERT_EQ(h.cell(1, 4), "");
+    h.grid()->setCurrentIndex(h.grid()->model()->index(0, 0));
+    h.changed = 0;
+    h.control().RemoveSelectItem(true);
+    EXPECT_EQ(h.changed, 1);
+    ASSERT_EQ(h.rows(), 1);
+    EXPECT_EQ(h.cell(1, 2), "Freight");
+    h.changed = 0;
+    h.control().RemoveSelectItem(true);
+    EXPECT_EQ(h.changed, 2);
+}

@@ -135,6 +135,10 @@ TEST(TablesPaneTest, TablesArePlacedByEnterDoubleClickAndDragFromTheList) {
 TEST(TablesPaneTest, ViewsAreListedOnlyWhileTheBoxIsTicked) {
     ControlHarness h;
     QListWidget* list = h.tableList();
+    // Views listed, system tables not: system tables and system views are both left out.
+    EXPECT_TRUE(h.control().DatabaseObject()->blnIncludeViews());
+    EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemTables());
+    EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemViews());
     EXPECT_TRUE(listEntries(list).contains("dbo.Current Product List"));
     EXPECT_TRUE(listEntries(list).contains("dbo.Orders"));
     QCheckBox* views = h.checkBox("chkAlsoListViews");
@@ -150,6 +154,11 @@ TEST(TablesPaneTest, ViewsAreListedOnlyWhileTheBoxIsTicked) {
     EXPECT_FALSE(h.control().DatabaseObject()->blnExcludeSystemTables());
     // System views stay excluded while views are not listed at all.
     EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemViews());
+    // Both boxes ticked: system views are listed too.
+    QTest::mouseClick(views, Qt::LeftButton, {}, QPoint(5, views->height() / 2));
+    EXPECT_TRUE(h.control().DatabaseObject()->blnIncludeViews());
+    EXPECT_FALSE(h.control().DatabaseObject()->blnExcludeSystemTables());
+    EXPECT_FALSE(h.control().DatabaseObject()->blnExcludeSystemViews());
     EXPECT_EQ(h.changed, 0); // the list options do not change the query
 }
 
@@ -203,6 +212,32 @@ TEST(TablesPaneTest, TwoSeparatePairsCannotBeJoinedToEachOther) {
     ASSERT_TRUE(h.diagram()->AddJoin("Employees", "Title", "Shippers", "CompanyName", "Left Join"));
     h.dragJoin("Customers", "CompanyName", "Employees", "LastName");
     EXPECT_EQ(h.diagram()->joinCount(), 2);
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strText, "Loops not allowed in join-schema.");
+}
+
+TEST(TablesPaneTest, ARepeatedPairIsRefusedWhenBothTablesWereJoinedElsewhereSinceItsLastJoin) {
+    ControlHarness h;
+    for (const char* table : {"dbo.Orders", "dbo.Customers", "dbo.Employees", "dbo.Shippers"})
+        h.placeTable(table);
+    ASSERT_TRUE(
+        h.diagram()->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
+    // After Orders-Customers, only Orders takes part in the next join: a second pair between
+    // Orders and Customers is still accepted.
+    ASSERT_TRUE(
+        h.diagram()->AddJoin("Orders", "EmployeeID", "Employees", "EmployeeID", "Inner Join"));
+    h.dragJoin("Orders", "ShipCity", "Customers", "City");
+    EXPECT_EQ(h.diagram()->joinCount(), 3);
+    EXPECT_TRUE(h.box->shown().empty());
+
+    // Without that second pair, and with Customers joined to another table after the last
+    // Orders-Customers pair: the same pair is refused, although the two tables are joined
+    // already.
+    ASSERT_TRUE(h.diagram()->removeJoin(3));
+    ASSERT_TRUE(
+        h.diagram()->AddJoin("Customers", "CompanyName", "Shippers", "CompanyName", "Left Join"));
+    h.dragJoin("Orders", "ShipCountry", "Customers", "Country");
+    EXPECT_EQ(h.diagram()->joinCount(), 3);
     ASSERT_EQ(h.box->shown().size(), 1u);
     EXPECT_EQ(h.box->shown()[0].strText, "Loops not allowed in join-schema.");
 }
