@@ -214,8 +214,12 @@ std::vector<std::string> SqliteSession::Columns(const std::string& schema,
     }
     startClock();
     Statement stmt;
-    if (sqlite3_prepare_v2(db, "SELECT name FROM pragma_table_info(?1, 'dbo') ORDER BY cid", -1,
-                           stmt.out(), nullptr) != SQLITE_OK)
+    // table_xinfo, not table_info, so that generated columns are listed as SELECT * shows them;
+    // hidden = 1 marks the hidden columns of a virtual table, which SELECT * leaves out.
+    if (sqlite3_prepare_v2(db,
+                           "SELECT name FROM pragma_table_xinfo(?1, 'dbo') WHERE hidden <> 1 "
+                           "ORDER BY cid",
+                           -1, stmt.out(), nullptr) != SQLITE_OK)
         fail();
     for (const std::string& name : tables) {
         sqlite3_reset(stmt.get());

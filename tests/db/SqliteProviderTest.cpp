@@ -222,6 +222,30 @@ TEST(SqliteOddNames, CatalogueAndColumnsTakeAnyName) {
     EXPECT_EQ(test::fileBytes(path), before);
 }
 
+TEST(SqliteColumns, GeneratedColumnsAreColumnsTooButHiddenOnesAreNot) {
+    TempDir dir;
+    const std::string path = dir.file("generated.sqlite");
+    test::writeSqlite(path, R"sql(
+        CREATE TABLE Lines (Quantity integer, Price real,
+            Amount real GENERATED ALWAYS AS (Quantity * Price) VIRTUAL,
+            Label text GENERATED ALWAYS AS ('x' || Quantity) STORED, Note text);
+        INSERT INTO Lines (Quantity, Price, Note) VALUES (3, 2.5, 'n');
+        CREATE VIRTUAL TABLE Notes USING fts5(Title, Body);
+    )sql");
+    cDbConnection db = sqliteConnection(path);
+    // As a SELECT * shows them, in their order.
+    EXPECT_EQ(db.GetListOfFields("dbo.Lines", false), "Quantity,Price,Amount,Label,Note");
+    EXPECT_TRUE(db.IsTheFieldInTheTable("Lines.Amount", "Lines"));
+    std::string error;
+    auto rs = db.FireQuery("SELECT * FROM dbo.Lines", error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    ASSERT_EQ(rs->FieldCount(), 5);
+    EXPECT_EQ(rs->FieldName(2), "Amount");
+    EXPECT_EQ(rs->value(0, 2).AsReal(), 7.5);
+    // The hidden columns of a virtual table (fts5's own) are not listed.
+    EXPECT_EQ(db.GetListOfFields("Notes", false), "Title,Body");
+}
+
 TEST(SqliteOddValues, HugeValuesNullsBlobsAndEmptyResults) {
     TempDir dir;
     const std::string path = dir.file("values.sqlite");
