@@ -303,3 +303,30 @@ TEST(SelectedItemsGridTest, ARowWithoutItsTableRaisesChangedOnlyOnceWhenRemoved)
     h.control().RemoveSelectItem(true);
     EXPECT_EQ(h.changed, 2);
 }
+
+TEST(SelectedItemsGridTest, AFieldNamedWithItsSchemaAndTableIsSplitAfterTheSecondDot) {
+    ControlHarness h;
+    h.load(R"(<SQLQuery>
+  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
+  <ITEMS_SELECTED>
+    <ITEM><NAME>dbo.Orders.Freight</NAME><ALIAS>Freight</ALIAS></ITEM>
+    <ITEM><NAME>Orders.ShipCity.Extra</NAME><ALIAS>City</ALIAS></ITEM>
+  </ITEMS_SELECTED>
+</SQLQuery>)");
+    ASSERT_EQ(h.rows(), 2);
+    // Three parts: "dbo.Orders" is no alias of a placed table, so the table's text stays as the
+    // "From Table" and its last part becomes the "Table Alias".
+    EXPECT_EQ(h.cell(1, 1), "Freight");
+    EXPECT_EQ(h.cell(1, 4), "dbo.Orders");
+    EXPECT_EQ(h.cell(1, 5), "Orders");
+    // The duplicate test joins "Table Alias" and "Selected Field": picking Freight of the box
+    // Orders finds that row.
+    h.chooseColumn("Orders", "Freight");
+    EXPECT_EQ(h.rows(), 2);
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strText, "Orders.Freight is already in the list of Select items");
+    // Three parts again: the last one is the field, the first two the table.
+    EXPECT_EQ(h.cell(2, 1), "Extra");
+    EXPECT_EQ(h.cell(2, 4), "Orders.ShipCity");
+    EXPECT_EQ(h.cell(2, 5), "ShipCity");
+}
