@@ -9,7 +9,8 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 "$root/scripts/install-deps.sh"
 cmake -S . -B build -G "Unix Makefiles" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j"$(nproc)" --target marovin marovin-designer marovin_sample_db
+# Build output goes to standard error, so that standard output carries only what the designer writes.
+cmake --build build -j"$(nproc)" --target marovin marovin-designer marovin_sample_db >&2
 designer=./build/src/app/designer/marovin-designer
 if [[ -z "${DISPLAY:-}" && -z "${WAYLAND_DISPLAY:-}" && -z "${QT_QPA_PLATFORM:-}" && $# -eq 0 ]]; then
   echo "main.sh: no display; rendering the designer on the sample database to build/designer.png" >&2
