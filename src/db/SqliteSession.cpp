@@ -236,7 +236,8 @@ std::vector<std::string> SqliteSession::Columns(const std::string& schema,
     return columns;
 }
 
-void SqliteSession::Execute(const std::string& text) {
+void SqliteSession::forEachStatement(const std::string& text,
+                                     const std::function<void(sqlite3_stmt*)>& onStatement) {
     const std::string sql = quoteJoinKeywordCalls(text);
     sqlite3* db = handle();
     startClock();
@@ -249,29 +250,23 @@ void SqliteSession::Execute(const std::string& text) {
             fail();
         if (!stmt.get())
             break; // only blanks or comments left
-        refuseWrites(stmt.get());
-        int rc;
-        while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
-        }
-        if (rc != SQLITE_DONE)
-            fail();
+        onStatement(stmt.get());
     }
 }
 
-void SqliteSession::Prepare(const std::string& text) {
-    const std::string sql = quoteJoinKeywordCalls(text);
-    sqlite3* db = handle();
-    startClock();
-    const char* tail = sql.c_str();
-    const char* end = tail + sql.size();
-    while (tail < end) {
-        Statement stmt;
-        if (sqlite3_prepare_v2(db, tail, static_cast<int>(end - tail), stmt.out(), &tail) !=
-            SQLITE_OK)
+void SqliteSession::Execute(const std::string& text) {
+    forEachStatement(text, [this](sqlite3_stmt* stmt) {
+        refuseWrites(stmt);
+        int rc;
+        while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        }
+        if (rc != SQLITE_DONE)
             fail();
-        if (!stmt.get())
-            break;
-    }
+    });
+}
+
+void SqliteSession::Prepare(const std::string& text) {
+    forEachStatement(text, [](sqlite3_stmt*) {});
 }
 
 std::shared_ptr<cRecordset> SqliteSession::Query(const std::string& text, std::int32_t maxRows) {

@@ -3,9 +3,11 @@
 #include "marovin/DbSession.h"
 
 #include <chrono>
+#include <functional>
 #include <string>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace marovin {
 
@@ -31,6 +33,10 @@ private:
     sqlite3* handle() const;
     [[noreturn]] void fail() const;
     void startClock();
+    // Compiles the statements of a batch one after the other and hands each to onStatement;
+    // raises DbError for the first that does not compile.
+    void forEachStatement(const std::string& text,
+                          const std::function<void(sqlite3_stmt*)>& onStatement);
     static int progress(void* self);
 
     sqlite3* m_db = nullptr;
