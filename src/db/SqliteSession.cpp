@@ -237,7 +237,7 @@ std::vector<std::string> SqliteSession::Columns(const std::string& schema,
 }
 
 void SqliteSession::forEachStatement(const std::string& text,
-                                     const std::function<void(sqlite3_stmt*)>& onStatement) {
+                                     const std::function<bool(sqlite3_stmt*)>& onStatement) {
     const std::string sql = quoteJoinKeywordCalls(text);
     sqlite3* db = handle();
     startClock();
@@ -250,96 +250,95 @@ void SqliteSession::forEachStatement(const std::string& text,
             fail();
         if (!stmt.get())
             break; // only blanks or comments left
-        onStatement(stmt.get());
+        if (!onStatement(stmt.get()))
+            break;
     }
+}
+
+void SqliteSession::runToEnd(sqlite3_stmt* stmt) const {
+    int rc;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+    }
+    if (rc != SQLITE_DONE)
+        fail();
 }
 
 void SqliteSession::Execute(const std::string& text) {
     forEachStatement(text, [this](sqlite3_stmt* stmt) {
         refuseWrites(stmt);
-        int rc;
-        while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-        }
-        if (rc != SQLITE_DONE)
-            fail();
+        runToEnd(stmt);
+        return true;
     });
 }
 
 void SqliteSession::Prepare(const std::string& text) {
-    forEachStatement(text, [](sqlite3_stmt*) {});
+    forEachStatement(text, [](sqlite3_stmt*) { return true; });
 }
 
 std::shared_ptr<cRecordset> SqliteSession::Query(const std::string& text, std::int32_t maxRows) {
-    const std::string sql = quoteJoinKeywordCalls(text);
-    sqlite3* db = handle();
-    startClock();
-    const char* tail = sql.c_str();
-    const char* end = tail + sql.size();
+    std::shared_ptr<cRecordset> result;
     // Statements before the first one that returns columns are run for their effect (which
     // query-only mode confines to settings); the first one with columns gives the rows.
-    while (tail < end) {
-        Statement stmt;
-        if (sqlite3_prepare_v2(db, tail, static_cast<int>(end - tail), stmt.out(), &tail) !=
-            SQLITE_OK)
-            fail();
-        sqlite3_stmt* s = stmt.get();
-        if (!s)
-            break;
+    forEachStatement(text, [&](sqlite3_stmt* s) {
         refuseWrites(s);
-        int nCols = sqlite3_column_count(s);
+        const int nCols = sqlite3_column_count(s);
         if (nCols == 0) {
-            int rc;
-            while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
-            }
-            if (rc != SQLITE_DONE)
-                fail();
-            continue;
+            runToEnd(s);
+            return true;
         }
-        std::vector<cRecordset::Column> columns;
-        columns.reserve(static_cast<std::size_t>(nCols));
-        for (int c = 0; c < nCols; ++c) {
-            const char* name = sqlite3_column_name(s, c);
-            const char* type = sqlite3_column_decltype(s, c);
-            columns.push_back({name ? name : "", type ? type : ""});
-        }
-        RecordsetBuilder cells(std::move(columns));
-        std::int64_t rows = 0;
-        int rc = SQLITE_DONE;
-        while (maxRows <= 0 || rows < maxRows) {
-            rc = sqlite3_step(s);
-            if (rc != SQLITE_ROW)
-                break;
-            ++rows;
-            for (int c = 0; c < nCols; ++c) {
-                switch (sqlite3_column_type(s, c)) {
-                case SQLITE_INTEGER:
-                    cells.Add(static_cast<std::int64_t>(sqlite3_column_int64(s, c)));
-                    break;
-                case SQLITE_FLOAT:
-                    cells.Add(sqlite3_column_double(s, c));
-                    break;
-                case SQLITE_TEXT: {
-                    const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(s, c));
-                    cells.Add(
-                        std::string_view(p, static_cast<std::size_t>(sqlite3_column_bytes(s, c))));
-                    break;
-                }
-                case SQLITE_BLOB: {
-                    const auto* p = static_cast<const unsigned char*>(sqlite3_column_blob(s, c));
-                    auto n = static_cast<std::size_t>(sqlite3_column_bytes(s, c));
-                    cells.Add(DbValue::FromBytes(p, p ? n : 0));
-                    break;
-                }
-                default:
-                    cells.Add();
-                }
-            }
-        }
-        if (rc != SQLITE_ROW && rc != SQLITE_DONE)
-            fail();
-        return cells.Finish();
-    }
+        result = readRows(s, nCols, maxRows);
+        return false;
+    });
+    if (result)
+        return result;
     return std::make_shared<cRecordset>(std::vector<cRecordset::Column>{}, std::vector<DbValue>{});
+}
+
+std::shared_ptr<cRecordset> SqliteSession::readRows(sqlite3_stmt* s, int nCols,
+                                                    std::int32_t maxRows) const {
+    std::vector<cRecordset::Column> columns;
+    columns.reserve(static_cast<std::size_t>(nCols));
+    for (int c = 0; c < nCols; ++c) {
+        const char* name = sqlite3_column_name(s, c);
+        const char* type = sqlite3_column_decltype(s, c);
+        columns.push_back({name ? name : "", type ? type : ""});
+    }
+    RecordsetBuilder cells(std::move(columns));
+    std::int64_t rows = 0;
+    int rc = SQLITE_DONE;
+    while (maxRows <= 0 || rows < maxRows) {
+        rc = sqlite3_step(s);
+        if (rc != SQLITE_ROW)
+            break;
+        ++rows;
+        for (int c = 0; c < nCols; ++c) {
+            switch (sqlite3_column_type(s, c)) {
+            case SQLITE_INTEGER:
+                cells.Add(static_cast<std::int64_t>(sqlite3_column_int64(s, c)));
+                break;
+            case SQLITE_FLOAT:
+                cells.Add(sqlite3_column_double(s, c));
+                break;
+            case SQLITE_TEXT: {
+                const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(s, c));
+                cells.Add(
+                    std::string_view(p, static_cast<std::size_t>(sqlite3_column_bytes(s, c))));
+                break;
+            }
+            case SQLITE_BLOB: {
+                const auto* p = static_cast<const unsigned char*>(sqlite3_column_blob(s, c));
+                auto n = static_cast<std::size_t>(sqlite3_column_bytes(s, c));
+                cells.Add(DbValue::FromBytes(p, p ? n : 0));
+                break;
+            }
+            default:
+                cells.Add();
+            }
+        }
+    }
+    if (rc != SQLITE_ROW && rc != SQLITE_DONE)
+        fail();
+    return cells.Finish();
 }
 
 } // namespace marovin

@@ -33,10 +33,14 @@ private:
     sqlite3* handle() const;
     [[noreturn]] void fail() const;
     void startClock();
-    // Compiles the statements of a batch one after the other and hands each to onStatement;
-    // raises DbError for the first that does not compile.
+    // Compiles the statements of a batch one after the other and hands each to onStatement
+    // until it answers false; raises DbError for the first that does not compile.
     void forEachStatement(const std::string& text,
-                          const std::function<void(sqlite3_stmt*)>& onStatement);
+                          const std::function<bool(sqlite3_stmt*)>& onStatement);
+    // Steps a statement to its end, discarding any rows; raises DbError on failure.
+    void runToEnd(sqlite3_stmt* stmt) const;
+    // Reads at most maxRows rows (all when maxRows <= 0) of a statement with nCols columns.
+    std::shared_ptr<cRecordset> readRows(sqlite3_stmt* stmt, int nCols, std::int32_t maxRows) const;
     static int progress(void* self);
 
     sqlite3* m_db = nullptr;
