@@ -5,7 +5,8 @@
 namespace marovin {
 
 // The four kinds of join a diagram line can stand for. Left and right refer to the order of the
-// two tables in the join: the table the user dragged from is the left one.
+// two tables in the join as it is recorded (see dvTablesAndJoins for how a drawn join is
+// oriented).
 enum class JoinType { Inner, Left, Right, Full };
 
 // One join line of the tables-and-joins diagram: a column of one box joined to a column of
@@ -21,11 +22,19 @@ struct DiagramJoin {
     // separated by line feeds, without a trailing line feed.
     QString joinText() const;
 
+    // The same join recorded the other way round: the two sides exchanged and the outer side
+    // with them (Left Join <-> Right Join), so it keeps the same rows.
+    DiagramJoin reversed() const;
+
     friend bool operator==(const DiagramJoin&, const DiagramJoin&) = default;
 };
 
 // "Inner Join", "Left Join", "Right Join" or "Full Join".
 QString joinTypeName(JoinType type);
+
+// The type that keeps the same rows when the two sides of a join are exchanged: Left Join and
+// Right Join swap, Inner Join and Full Join stay.
+JoinType mirroredJoinType(JoinType type);
 
 // Reads one of the four display names (exact, case-sensitive). Returns false for any other text
 // and leaves *type untouched.

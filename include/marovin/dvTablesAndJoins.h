@@ -32,6 +32,18 @@ class TableBoxItem;
 // as soon as the emission returns.
 //
 // Join indexes are 1-based positions in the joins list.
+//
+// A join the user draws is recorded so that a host chaining the joins in list order (each join
+// after the first continuing from a table already joined) gets a chain that grows from the
+// tables already in it:
+// - between two tables that are joined to each other already, it takes the orientation of the
+//   first join between them, so column pairs of the same two tables read the same way round;
+// - otherwise, from a table in no join onto a table that takes part in one, it is recorded from
+//   the joined table onto the new one;
+// - otherwise it is recorded from the table dragged from onto the table dropped onto.
+// A join recorded the other way round keeps its meaning: its outer side moves with its table
+// (a Left Join drawn from the new table is recorded as a Right Join from the joined table).
+// Joins restored with AddJoin keep the orientation they are given.
 class dvTablesAndJoins : public QWidget {
     Q_OBJECT
 public:
@@ -122,8 +134,11 @@ public:
 
 signals:
     // The user dropped a column onto a column of another box. joinText is the five-line join
-    // without the count; *accept is preset to 1, setting it to 0 refuses the join (nothing is
-    // drawn). Direct connection only.
+    // without the count, in the orientation it will be recorded in (see above); its type follows
+    // the keys held at the drop: none an Inner Join, Shift a Left Join (all rows of the table
+    // dragged from), Ctrl a Right Join (all rows of the table dropped onto), Ctrl+Shift a Full
+    // Join. *accept is preset to 1, setting it to 0 refuses the join (nothing is drawn). Direct
+    // connection only.
     void joinRequest(const QString& joinText, int* accept);
     // Raised before a box is removed by the user; *allow is preset to false and must be set to
     // true to remove the box. Direct connection only.
@@ -157,7 +172,10 @@ private:
                               TableBoxItem* right, int rightRow);
     void deleteJoinItem(JoinLineItem* join);
     void deleteBoxItem(TableBoxItem* box);
-    void requestJoinFromDrag(TableBoxItem* from, int fromRow, TableBoxItem* to, int toRow);
+    void requestJoinFromDrag(TableBoxItem* from, int fromRow, TableBoxItem* to, int toRow,
+                             JoinType type);
+    // True when a join drawn from one box onto the other is recorded the other way round.
+    bool recordsReversed(const TableBoxItem* from, const TableBoxItem* to) const;
     void activateRow(TableBoxItem* box, int row);
     void deleteSelection();
     void showJoinMenu(JoinLineItem* join, const QPoint& globalPos);

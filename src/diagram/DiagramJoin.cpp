@@ -9,6 +9,24 @@ QString DiagramJoin::joinText() const {
         .join(u'\n');
 }
 
+DiagramJoin DiagramJoin::reversed() const {
+    return DiagramJoin{strRightAlias, strRightColumn, strLeftAlias, strLeftColumn,
+                       mirroredJoinType(type)};
+}
+
+JoinType mirroredJoinType(JoinType type) {
+    switch (type) {
+    case JoinType::Left:
+        return JoinType::Right;
+    case JoinType::Right:
+        return JoinType::Left;
+    case JoinType::Inner:
+    case JoinType::Full:
+        break;
+    }
+    return type;
+}
+
 QString joinTypeName(JoinType type) {
     switch (type) {
     case JoinType::Inner:

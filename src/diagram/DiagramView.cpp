@@ -367,14 +367,21 @@ void DiagramView::updateRubberLine(const QPointF& scenePos) {
     viewport()->setCursor(dropBox ? Qt::DragLinkCursor : Qt::CrossCursor);
 }
 
-void DiagramView::endJoinDrag(bool drop) {
+void DiagramView::dropJoin(Qt::KeyboardModifiers modifiers) {
     QPointer<TableBoxItem> from = m_box;
     QPointer<TableBoxItem> to = m_dropBox;
     const int fromRow = m_row;
     const int toRow = m_dropRow;
     cancelInteraction();
-    if (drop && from && to)
-        m_owner->requestJoinFromDrag(from, fromRow, to, toRow);
+    // Shift keeps the rows of the table dragged from, Ctrl those of the table dropped onto.
+    const bool keepFrom = modifiers & Qt::ShiftModifier;
+    const bool keepTo = modifiers & Qt::ControlModifier;
+    const JoinType type = keepFrom && keepTo ? JoinType::Full
+                          : keepFrom         ? JoinType::Left
+                          : keepTo           ? JoinType::Right
+                                             : JoinType::Inner;
+    if (from && to)
+        m_owner->requestJoinFromDrag(from, fromRow, to, toRow, type);
 }
 
 void DiagramView::mouseReleaseEvent(QMouseEvent* event) {
@@ -383,7 +390,7 @@ void DiagramView::mouseReleaseEvent(QMouseEvent* event) {
     QPointer<TableBoxItem> box = m_box;
     const int row = m_row;
     if (mode == Mode::DraggingJoin) {
-        endJoinDrag(true);
+        dropJoin(event->modifiers());
     } else {
         cancelInteraction();
         if (box) {

@@ -67,7 +67,8 @@ private:
     void updateHover(const QPoint& viewportPos);
     void clearHover();
     void updateRubberLine(const QPointF& scenePos);
-    void endJoinDrag(bool drop);
+    // Ends a join drag with the drop: asks for a join of the type the held keys choose.
+    void dropJoin(Qt::KeyboardModifiers modifiers);
     bool tabBetweenBoxes(bool forward);
     void moveToNeighbourBox(int dx);
     void moveCurrentRow(int delta, bool absolute);

@@ -35,7 +35,9 @@ dvTablesAndJoins::dvTablesAndJoins(QWidget* parent)
     m_view->setAccessibleName(QStringLiteral("Tables and joins"));
     m_view->setAccessibleDescription(
         QStringLiteral("Tab moves between tables, the arrow keys between columns, Enter adds the "
-                       "column to the query, Delete removes the selected table or join."));
+                       "column to the query, Delete removes the selected table or join. Dragging "
+                       "a column onto a column of another table joins them; holding Shift at the "
+                       "drop keeps all rows of the first table, Ctrl all rows of the second."));
     m_placeholderText =
         QStringLiteral("Add tables to start.\nDrag a column onto a column of another "
                        "table to join them.");
@@ -434,28 +436,48 @@ void dvTablesAndJoins::deleteBoxItem(TableBoxItem* b) {
 }
 
 void dvTablesAndJoins::requestJoinFromDrag(TableBoxItem* from, int fromRow, TableBoxItem* to,
-                                           int toRow) {
+                                           int toRow, JoinType type) {
     if (!from || !to || from == to || fromRow < 1 || toRow < 1)
         return;
-    const DiagramJoin join{from->alias(), from->columnOfRow(fromRow), to->alias(),
-                           to->columnOfRow(toRow), JoinType::Inner};
+    const DiagramJoin drawn{from->alias(), from->columnOfRow(fromRow), to->alias(),
+                            to->columnOfRow(toRow), type};
     // Dropping onto columns that are already joined just shows that join.
-    if (JoinLineItem* existing = findSameColumns(join)) {
+    if (JoinLineItem* existing = findSameColumns(drawn)) {
         selectItem(existing);
         return;
     }
-    QPointer<TableBoxItem> fromGuard(from);
-    QPointer<TableBoxItem> toGuard(to);
+    const bool reverse = recordsReversed(from, to);
+    const DiagramJoin join = reverse ? drawn.reversed() : drawn;
+    TableBoxItem* left = reverse ? to : from;
+    TableBoxItem* right = reverse ? from : to;
+    const int leftRow = reverse ? toRow : fromRow;
+    const int rightRow = reverse ? fromRow : toRow;
+    QPointer<TableBoxItem> leftGuard(left);
+    QPointer<TableBoxItem> rightGuard(right);
     int accept = 1;
     emit joinRequest(join.joinText(), &accept);
     if (accept == 0)
         return;
     // The handler may have changed the diagram meanwhile; draw only between boxes still there.
-    if (!fromGuard || !toGuard || !m_boxes.contains(from) || !m_boxes.contains(to))
+    if (!leftGuard || !rightGuard || !m_boxes.contains(left) || !m_boxes.contains(right))
         return;
-    JoinLineItem* item = addJoinItem(join, from, fromRow, to, toRow);
+    JoinLineItem* item = addJoinItem(join, left, leftRow, right, rightRow);
     selectItem(item);
     emit joinAdded(join.joinText(), static_cast<int>(m_joins.size()));
+}
+
+bool dvTablesAndJoins::recordsReversed(const TableBoxItem* from, const TableBoxItem* to) const {
+    // Tables joined to each other already: the first join between them sets the orientation,
+    // so a host can merge the column pairs of the two tables into one join.
+    for (const JoinLineItem* join : m_joins) {
+        if (join->leftBox() == from && join->rightBox() == to)
+            return false;
+        if (join->leftBox() == to && join->rightBox() == from)
+            return true;
+    }
+    // A new table goes on the right of a table that is joined already: a chain of joins read in
+    // list order then always continues from a table it holds.
+    return from->attachedJoins().isEmpty() && !to->attachedJoins().isEmpty();
 }
 
 void dvTablesAndJoins::activateRow(TableBoxItem* b, int row) {

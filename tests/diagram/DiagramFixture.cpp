@@ -37,23 +37,24 @@ bool DiagramFixture::place(const QString& alias, const QStringList& columns) {
     return ok;
 }
 
-void DiagramFixture::drag(const QPoint& from, const QPoint& to) {
+void DiagramFixture::drag(const QPoint& from, const QPoint& to, Qt::KeyboardModifiers atRelease) {
     QTest::mousePress(viewport(), Qt::LeftButton, Qt::NoModifier, from);
     constexpr int kSteps = 8;
     for (int i = 1; i <= kSteps; ++i)
         QTest::mouseMove(viewport(), from + (to - from) * i / kSteps);
-    QTest::mouseRelease(viewport(), Qt::LeftButton, Qt::NoModifier, to);
+    QTest::mouseRelease(viewport(), Qt::LeftButton, atRelease, to);
 }
 
 void DiagramFixture::dragColumn(const QString& fromAlias, const QString& fromColumn,
-                                const QString& toAlias, const QString& toColumn) {
+                                const QString& toAlias, const QString& toColumn,
+                                Qt::KeyboardModifiers atDrop) {
     // The target first: finding it may scroll the view, which would move the source point.
     const QPoint to = diagram->columnPoint(toAlias, toColumn);
     const QPoint from = diagram->columnPoint(fromAlias, fromColumn);
     ASSERT_NE(from, QPoint(-1, -1));
     ASSERT_NE(to, QPoint(-1, -1));
     ASSERT_EQ(diagram->columnPoint(toAlias, toColumn), to) << "both columns must be on screen";
-    drag(from, to);
+    drag(from, to, atDrop);
 }
 
 void DiagramFixture::click(const QPoint& at, Qt::MouseButton button) {

@@ -24,10 +24,12 @@ protected:
     bool place(const QString& alias, const QStringList& columns);
 
     QWidget* viewport() const { return diagram->view()->viewport(); }
-    // Press at from, move there in steps, release at to, all with the left button.
-    void drag(const QPoint& from, const QPoint& to);
+    // Press at from, move there in steps, release at to, all with the left button; the
+    // modifiers are those held at the release.
+    void drag(const QPoint& from, const QPoint& to,
+              Qt::KeyboardModifiers atRelease = Qt::NoModifier);
     void dragColumn(const QString& fromAlias, const QString& fromColumn, const QString& toAlias,
-                    const QString& toColumn);
+                    const QString& toColumn, Qt::KeyboardModifiers atDrop = Qt::NoModifier);
     void click(const QPoint& at, Qt::MouseButton button = Qt::LeftButton);
     // The pointer resting at a point with no button pressed.
     void hover(const QPoint& at);

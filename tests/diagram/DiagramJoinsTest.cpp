@@ -16,7 +16,7 @@ protected:
     }
 };
 
-TEST_F(DiagramJoins, ADraggedJoinIsRequestedAndListedOnceWithTheSourceOnTheLeft) {
+TEST_F(DiagramJoins, AJoinBetweenTwoNewTablesIsRequestedAndListedOnceFromTheSource) {
     QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
     QSignalSpy added(diagram, &dvTablesAndJoins::joinAdded);
 
@@ -31,10 +31,10 @@ TEST_F(DiagramJoins, ADraggedJoinIsRequestedAndListedOnceWithTheSourceOnTheLeft)
     EXPECT_EQ(diagram->JoinsList(), "1\n" + text);
     EXPECT_EQ(diagram->selectedJoin(), 1);
 
-    // A second join, dragged the other way round, comes after the first.
-    dragColumn("Employees", "EmployeeID", "Orders", "EmployeeID");
+    // A second join, from a joined table onto a new one, comes after the first as drawn.
+    dragColumn("Orders", "EmployeeID", "Employees", "EmployeeID");
     EXPECT_EQ(diagram->JoinsList(),
-              "2\n" + text + "\n" + joinText("Employees", "EmployeeID", "Orders", "EmployeeID"));
+              "2\n" + text + "\n" + joinText("Orders", "EmployeeID", "Employees", "EmployeeID"));
     ASSERT_EQ(added.size(), 2);
     EXPECT_EQ(added[1][1].toInt(), 2);
 }
@@ -246,7 +246,7 @@ TEST_F(DiagramJoins, JoinsCanBeDrawnWhenZoomed) {
     dragColumn("Customers", "City", "Employees", "City");
     EXPECT_EQ(diagram->JoinsList(),
               "2\n" + joinText("Orders", "EmployeeID", "Employees", "EmployeeID") + "\n" +
-                  joinText("Customers", "City", "Employees", "City"));
+                  joinText("Employees", "City", "Customers", "City"));
 }
 
 TEST_F(DiagramJoins, TheMenuKeyOpensTheMenuOfTheSelectedJoin) {
