@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <QWidget>
 #include <array>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -50,7 +51,10 @@ public:
     void setBlnBuildSubQuery(bool value);
     // Write-only. The host's query parameter names; the reference is kept as given.
     void setColParameters(std::shared_ptr<std::vector<std::string>> parameters);
-    // Stores the query (the same object, not a copy) and rebuilds every pane from it.
+    // Stores the query (the same object, not a copy) and rebuilds every pane from it. A query
+    // that cannot be loaded is refused with a message: the control keeps its previous query, and
+    // both objects are left as they were, so SQLQueryObject() tells the caller which one is in
+    // place.
     void setSQLQueryObject(std::shared_ptr<cSQLQuery> query);
     std::shared_ptr<cSQLQuery> SQLQueryObject() const { return m_query; }
     // Stores the connection; the table list is filled by the next Refresh.
@@ -59,6 +63,9 @@ public:
 
     // Rebuilds every pane from the current query.
     void Refresh();
+    // The names of the tables the last load left out because the database lacks them (with
+    // everything that depended on them); empty when nothing was dropped.
+    const QStringList& missingTables() const { return m_missingTables; }
     // Places the table selected in the table list in the diagram.
     void SelectTable();
     // Remove the selected condition or calculated item after asking the user.
@@ -83,6 +90,13 @@ protected:
 
 private:
     // Core (uscMarovin.cpp).
+    // Runs an action coming from Qt (a slot, an event, a public method). A failure is shown
+    // under the caption instead of unwinding into the event loop; returns false then.
+    bool guarded(const QString& strCaption, const std::function<void()>& action);
+    // Loads the query into the panes; on failure restores the previous query and its panes,
+    // leaves both objects as they were, and says why.
+    bool replaceQuery(std::shared_ptr<cSQLQuery> query);
+    void refreshPanes();
     void setupViews();
     void readPaneProportions();
     void writePaneProportions() const;
@@ -98,6 +112,9 @@ private:
     std::string AddTableToCollection(const std::string& strTable, bool blnIsSubQuery);
     static bool AliasExists(const cTables& colTables, const std::string& strAlias);
     bool IsInTableList(const QString& strText) const;
+    // The table-list entry naming this table, brackets ignored ("dbo.[Order]" finds
+    // "dbo.Order"); empty when there is none.
+    QString tableListEntry(const std::string& strName) const;
     void placeListEntry(QListWidgetItem* item);
     void removeTableDependants(const std::string& strAlias);
     bool handleDiagramDrop(QEvent* event);
@@ -110,6 +127,8 @@ private:
     // Selected-items grid (SelectedItemsGrid.cpp).
     void AddSelectItem(const std::string& strFullFieldName, const std::string& strAlias,
                        const std::string& strAggregation, bool blnShowMessage);
+    void addSelectRow(const std::string& strTablePart, const std::string& strField,
+                      const std::string& strAlias, const std::string& strAggregation);
     std::string GetUniqueAlias(const std::string& strProposed, const std::string& strBase,
                                int intRow) const;
     bool IsAliasInUse(const std::string& strAlias, int intRow) const;
@@ -144,6 +163,7 @@ private:
     std::shared_ptr<cSQLQuery> m_currentSubQuery;
     bool m_blnLoading = false;
     int m_intPlacementCounter = 0;
+    QStringList m_missingTables;
 
     // Child views, owned through their Qt parents.
     QListWidget* m_lstTables = nullptr;

@@ -63,36 +63,41 @@ QTreeWidgetItem* uscMarovin::addExpressionItem(const std::string& strName,
 }
 
 void uscMarovin::RemoveCondition() {
-    const QList<QTreeWidgetItem*> selected = m_lvConditions->selectedItems();
-    if (!selected.isEmpty()) {
-        QTreeWidgetItem* item = selected.first();
-        const MessageAnswer answer = m_services.messageBox->Show(
-            QStringLiteral("Remove Condition"),
-            QStringLiteral("Do you really want to remove Condition\r\n\r\n") + item->text(0),
-            MessageIcon::Exclamation, MessageButtons::YesNo);
-        if (answer == MessageAnswer::Yes) {
-            delete m_lvConditions->takeTopLevelItem(m_lvConditions->indexOfTopLevelItem(item));
-            NotifyQueryChanged();
+    guarded(tr("Remove Condition"), [this] {
+        const QList<QTreeWidgetItem*> selected = m_lvConditions->selectedItems();
+        if (!selected.isEmpty()) {
+            QTreeWidgetItem* item = selected.first();
+            const MessageAnswer answer = m_services.messageBox->Show(
+                QStringLiteral("Remove Condition"),
+                QStringLiteral("Do you really want to remove Condition\r\n\r\n") + item->text(0),
+                MessageIcon::Exclamation, MessageButtons::YesNo);
+            if (answer == MessageAnswer::Yes) {
+                delete m_lvConditions->takeTopLevelItem(m_lvConditions->indexOfTopLevelItem(item));
+                NotifyQueryChanged();
+            }
         }
-    }
-    EnableButtons();
+        EnableButtons();
+    });
 }
 
 void uscMarovin::RemoveExpression() {
-    const QList<QTreeWidgetItem*> selected = m_lvExpressions->selectedItems();
-    if (!selected.isEmpty()) {
-        QTreeWidgetItem* item = selected.first();
-        const MessageAnswer answer = m_services.messageBox->Show(
-            QStringLiteral("Remove Expression"),
-            QStringLiteral("Do you really want to remove the expression for variable ") +
-                item->text(0) + QStringLiteral("?"),
-            MessageIcon::Exclamation, MessageButtons::YesNo);
-        if (answer == MessageAnswer::Yes) {
-            delete m_lvExpressions->takeTopLevelItem(m_lvExpressions->indexOfTopLevelItem(item));
-            NotifyQueryChanged();
+    guarded(tr("Remove Expression"), [this] {
+        const QList<QTreeWidgetItem*> selected = m_lvExpressions->selectedItems();
+        if (!selected.isEmpty()) {
+            QTreeWidgetItem* item = selected.first();
+            const MessageAnswer answer = m_services.messageBox->Show(
+                QStringLiteral("Remove Expression"),
+                QStringLiteral("Do you really want to remove the expression for variable ") +
+                    item->text(0) + QStringLiteral("?"),
+                MessageIcon::Exclamation, MessageButtons::YesNo);
+            if (answer == MessageAnswer::Yes) {
+                delete m_lvExpressions->takeTopLevelItem(
+                    m_lvExpressions->indexOfTopLevelItem(item));
+                NotifyQueryChanged();
+            }
         }
-    }
-    EnableButtons();
+        EnableButtons();
+    });
 }
 
 bool uscMarovin::handleListKey(QTreeWidget* list, QEvent* event) {
@@ -102,15 +107,15 @@ bool uscMarovin::handleListKey(QTreeWidget* list, QEvent* event) {
     auto* key = static_cast<QKeyEvent*>(event);
     if (key->key() != Qt::Key_Q || !(key->modifiers() & Qt::ControlModifier))
         return false;
-    // Switching conditions on and off is offered only to hosts that work with parameters.
-    if (!m_colParameters)
-        return false;
     if (!press) {
         // The key is this list's while it has the focus: a host's Ctrl+Q shortcut (Quit, say)
-        // must not take it away.
+        // must not take it away, whether or not the key switches anything here.
         event->accept();
         return true;
     }
+    // Switching conditions on and off is offered only to hosts that work with parameters.
+    if (!m_colParameters)
+        return true;
     const QList<QTreeWidgetItem*> selected = m_lvConditions->selectedItems();
     if (!selected.isEmpty())
         setConditionActive(selected.first(), !conditionIsActive(selected.first()));

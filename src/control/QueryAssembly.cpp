@@ -1,6 +1,7 @@
 // Rebuilds the control's query from the panes and returns its SQL text.
 
 #include "SelectedItemsModel.h"
+#include "marovin/SqlNames.h"
 #include "marovin/Utilities.h"
 #include "marovin/cSQLQuery.h"
 #include "marovin/dvTablesAndJoins.h"
@@ -17,6 +18,26 @@ struct JoinFlags {
     bool left;
     bool right;
 };
+
+// A name the panes hold, as the statement needs it. The model brackets a part with blanks by
+// itself; a keyword (Order, Group) or a part with other characters (a hyphen, a quote, a "]", a
+// dot) is bracketed here, so that the statement runs. Other names are handed on unchanged.
+std::string sqlPart(const std::string& name) {
+    const std::string trimmed = Trim(name);
+    if (!NeedsBrackets(trimmed))
+        return name;
+    const bool modelBracketsIt =
+        trimmed.find(' ') != std::string::npos && trimmed.find_first_of(".[]") == std::string::npos;
+    return modelBracketsIt ? name : BracketIdentifier(trimmed);
+}
+
+// A catalogue name, schema "." table; the first dot separates the two.
+std::string sqlTableName(const std::string& name) {
+    const auto dot = name.find('.');
+    if (dot == std::string::npos)
+        return sqlPart(name);
+    return sqlPart(name.substr(0, dot)) + "." + sqlPart(name.substr(dot + 1));
+}
 
 JoinFlags flagsOf(const std::string& typeName) {
     if (typeName == "Left Join")
@@ -44,8 +65,10 @@ std::string uscMarovin::AssembleQuery() {
 
     for (const auto& placed : *m_tables) {
         auto table = query.Tables()->Add();
-        table->setStrName(placed->strName());
-        table->setStrAlias(placed->strAlias());
+        // A sub-query's name is not written into the statement; a table's is.
+        table->setStrName(placed->blnIsSubQuery() ? placed->strName()
+                                                  : sqlTableName(placed->strName()));
+        table->setStrAlias(sqlPart(placed->strAlias()));
         table->setBlnIsSubQuery(placed->blnIsSubQuery());
         if (placed->blnIsSubQuery())
             table->setSubQuery(placed->SubQuery());
@@ -54,7 +77,7 @@ std::string uscMarovin::AssembleQuery() {
     for (int i = 0; i < m_lvExpressions->topLevelItemCount(); ++i) {
         const QTreeWidgetItem* entry = m_lvExpressions->topLevelItem(i);
         auto item = query.CalculatedItems()->Add();
-        item->setStrName(entry->text(0).toStdString());
+        item->setStrName(sqlPart(entry->text(0).toStdString()));
         item->setStrComputation(entry->data(0, Qt::UserRole).toString().toStdString());
     }
 
@@ -71,9 +94,10 @@ std::string uscMarovin::AssembleQuery() {
         const std::string rightAlias = lines.value(5 * i + 3).toStdString();
         const std::string rightColumn = lines.value(5 * i + 4).toStdString();
         const std::string typeName = lines.value(5 * i + 5).toStdString();
-        const std::string pair = QuoteIdentifier(leftAlias) + "." + QuoteIdentifier(leftColumn) +
-                                 " = " + QuoteIdentifier(rightAlias) + "." +
-                                 QuoteIdentifier(rightColumn);
+        const std::string pair = QuoteIdentifier(sqlPart(leftAlias)) + "." +
+                                 QuoteIdentifier(sqlPart(leftColumn)) + " = " +
+                                 QuoteIdentifier(sqlPart(rightAlias)) + "." +
+                                 QuoteIdentifier(sqlPart(rightColumn));
         // The line feed cannot occur inside the three parts, so the key is unambiguous.
         const std::string key = leftAlias + "\n" + rightAlias + "\n" + typeName;
         size_t at = 0;
@@ -89,8 +113,8 @@ std::string uscMarovin::AssembleQuery() {
     }
     for (size_t i = 0; i < keys.size(); ++i) {
         auto join = query.JoinConditions()->Add();
-        join->setLeftTable(FindTableByAlias(*query.Tables(), ends[i][0]));
-        join->setRightTable(FindTableByAlias(*query.Tables(), ends[i][1]));
+        join->setLeftTable(FindTableByAlias(*query.Tables(), sqlPart(ends[i][0])));
+        join->setRightTable(FindTableByAlias(*query.Tables(), sqlPart(ends[i][1])));
         const JoinFlags flags = flagsOf(ends[i][2]);
         join->setBlnIncludeAllRowsOfLeftTable(flags.left);
         join->setBlnIncludeAllRowsOfRightTable(flags.right);
@@ -103,11 +127,12 @@ std::string uscMarovin::AssembleQuery() {
         if (Trim(field).empty())
             continue;
         const std::string tableAlias = Trim(rows.Value(r, SelectedItemsTable::kTableAlias));
-        const std::string name = tableAlias.empty() ? field : tableAlias + "." + field;
+        const std::string name =
+            tableAlias.empty() ? field : sqlPart(tableAlias) + "." + sqlPart(field);
         const std::string aggregation = Trim(rows.Value(r, SelectedItemsTable::kAggregation));
         const std::string& alias = rows.Value(r, SelectedItemsTable::kAlias);
         auto item = query.SelectedItems()->Add();
-        item->setStrAlias(Trim(alias).empty() ? field : alias);
+        item->setStrAlias(sqlPart(Trim(alias).empty() ? field : alias));
         item->setStrName(name);
         if (aggregation != "<none>" && !aggregation.empty())
             item->setStrAggregationFunction(aggregation);

@@ -3,11 +3,13 @@
 // and left out with what depends on them.
 
 #include "SelectedItemsModel.h"
+#include "marovin/SqlNames.h"
 #include "marovin/Utilities.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cSQLQuery.h"
 #include "marovin/dvTablesAndJoins.h"
 #include "marovin/platform/BusyPointerScope.h"
+#include "marovin/platform/SqlTextView.h"
 #include "marovin/uscMarovin.h"
 
 #include <QCheckBox>
@@ -22,25 +24,14 @@ constexpr const char* kSubQueryPrefix = "Sub query: ";
 // Splits "A.x", "[Order Details].[Order ID]" or "dbo.T.x" at the dots outside square brackets
 // and removes the brackets: the last part is the column, the rest the table alias.
 bool splitColumnReference(const std::string& text, std::string& alias, std::string& column) {
-    std::vector<std::string> parts(1);
-    bool inBrackets = false;
-    for (char c : Trim(text)) {
-        if (c == '[')
-            inBrackets = true;
-        else if (c == ']')
-            inBrackets = false;
-        else if (c == '.' && !inBrackets)
-            parts.emplace_back();
-        else
-            parts.back() += c;
-    }
+    std::vector<std::string> parts = SplitQualifiedName(Trim(text));
     if (parts.size() < 2)
         return false;
-    column = Trim(parts.back());
+    column = parts.back();
     parts.pop_back();
     alias.clear();
     for (const std::string& part : parts)
-        AppendWithSeparator(alias, Trim(part), ".");
+        AppendWithSeparator(alias, part, ".");
     return !alias.empty() && !column.empty();
 }
 
@@ -54,11 +45,16 @@ bool namesMissingTable(const std::vector<std::string>& missing,
                        const std::shared_ptr<cTable>& table) {
     if (!table || table->strName().empty())
         return false;
-    for (const std::string& name : missing) {
-        if (name.find(table->strName()) != std::string::npos)
+    const std::string name = UnbracketQualifiedName(table->strName());
+    for (const std::string& entry : missing) {
+        if (UnbracketQualifiedName(entry).find(name) != std::string::npos)
             return true;
     }
     return false;
+}
+
+bool isEmbedded(const cDbConnection& connection) {
+    return ToUpperAscii(connection.strProvider()) == ToUpperAscii(cDbConnection::kProviderSqlite);
 }
 
 } // namespace
@@ -94,6 +90,7 @@ void uscMarovin::loadJoins(const std::vector<std::string>& missingTables) {
 void uscMarovin::LoadQuery() {
     std::vector<std::string> missingNames;
     std::vector<std::string> missingAliases;
+    m_missingTables.clear();
     {
         BusyPointerScope busy(m_services.busyPointer.get());
         if (m_query) {
@@ -106,10 +103,12 @@ void uscMarovin::LoadQuery() {
         try {
             if (m_query) {
                 for (const auto& table : *m_query->Tables()) {
+                    const QString entry =
+                        table->blnIsSubQuery() ? QString() : tableListEntry(table->strName());
                     if (table->blnIsSubQuery()) {
                         AddTableToDiagram(kSubQueryPrefix + table->strName());
-                    } else if (IsInTableList(QString::fromStdString(table->strName()))) {
-                        AddTableToDiagram(table->strName());
+                    } else if (!entry.isEmpty()) {
+                        AddTableToDiagram(entry.toStdString());
                     } else {
                         missingNames.push_back(table->strName());
                         missingAliases.push_back(table->strAlias());
@@ -120,7 +119,8 @@ void uscMarovin::LoadQuery() {
                     AddSelectItem(item->strName(), item->strAlias(), item->strAggregationFunction(),
                                   true);
                 for (const auto& item : *m_query->CalculatedItems())
-                    addExpressionItem(item->strName(), item->strComputation(), std::string());
+                    addExpressionItem(UnbracketIdentifier(item->strName()), item->strComputation(),
+                                      std::string());
                 for (const auto& filter : *m_query->Filters()) {
                     // A loaded condition's tool tip is its shown text.
                     QTreeWidgetItem* item =
@@ -136,16 +136,27 @@ void uscMarovin::LoadQuery() {
             throw;
         }
         m_blnLoading = false;
-        showAssemblyResult();
-        // Reported once, before the busy pointer is restored.
+        // A failure here propagates, so that the caller can put the previous query back.
+        m_strSQL = AssembleQuery();
+        m_txtSQLQuery->setStrText(m_strSQL);
+        // Reported once, before the busy pointer is restored, with the names as details.
         if (!missingNames.empty()) {
+            QStringList names;
+            for (const std::string& name : missingNames)
+                names << QString::fromStdString(name);
+            m_missingTables = names;
             const std::string database = m_db ? m_db->strDatabase() : std::string();
             const std::string server = m_db ? m_db->strServer() : std::string();
-            m_services.messageBox->Show(
+            // An embedded database file has no server to name.
+            const std::string where = m_db && isEmbedded(*m_db) && Trim(server).empty()
+                                          ? database + "."
+                                          : database + " on server " + server + ".";
+            m_services.messageBox->ShowWithDetails(
                 QStringLiteral("SQL Server connection"),
                 QString::fromStdString(
                     "One or more tables used in the original SQL query are not in database " +
-                    database + " on server " + server + "."),
+                    where),
+                tr("Tables left out:\n%1").arg(names.join(QLatin1Char('\n'))),
                 MessageIcon::Critical, MessageButtons::Ok);
         }
     }

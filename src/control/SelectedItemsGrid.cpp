@@ -2,6 +2,7 @@
 // removing rows.
 
 #include "SelectedItemsModel.h"
+#include "marovin/SqlNames.h"
 #include "marovin/Utilities.h"
 #include "marovin/cTables.h"
 #include "marovin/uscMarovin.h"
@@ -16,11 +17,17 @@ using T = SelectedItemsTable;
 
 void uscMarovin::AddSelectItem(const std::string& strFullFieldName, const std::string& strAlias,
                                const std::string& strAggregation, bool blnShowMessage) {
+    // The panes hold names without brackets; the assembly adds them where the statement needs
+    // them. "[Order].[Group]" and "Order.Group" are the same field.
+    const std::vector<std::string> parts = SplitQualifiedName(strFullFieldName);
+    std::string fullName;
+    for (const std::string& part : parts)
+        AppendWithSeparator(fullName, part, ".");
     const SelectedItemsTable& rows = m_selectedItems->table();
     for (int r = 1; r <= rows.SelectedItemsCount(); ++r) {
         const std::string existing =
-            StripBrackets(rows.Value(r, T::kTableAlias) + "." + rows.Value(r, T::kSelectedField));
-        if (existing == strFullFieldName) {
+            rows.Value(r, T::kTableAlias) + "." + rows.Value(r, T::kSelectedField);
+        if (existing == fullName) {
             if (blnShowMessage)
                 m_services.messageBox->Show(
                     QStringLiteral("Select a Column"),
@@ -31,7 +38,6 @@ void uscMarovin::AddSelectItem(const std::string& strFullFieldName, const std::s
         }
     }
 
-    const std::vector<std::string> parts = Split(strFullFieldName, ".");
     std::string tablePart;
     std::string fieldPart;
     if (parts.size() == 3) {
@@ -41,7 +47,11 @@ void uscMarovin::AddSelectItem(const std::string& strFullFieldName, const std::s
         tablePart = parts.empty() ? std::string() : parts[0];
         fieldPart = parts.size() > 1 ? parts[1] : std::string();
     }
+    addSelectRow(tablePart, fieldPart, UnbracketIdentifier(strAlias), strAggregation);
+}
 
+void uscMarovin::addSelectRow(const std::string& tablePart, const std::string& fieldPart,
+                              const std::string& strAlias, const std::string& strAggregation) {
     T::Row values;
     if (const auto table = FindTableByAlias(*m_tables, tablePart)) {
         values[T::kFromTable - 1] = table->strName();
@@ -140,16 +150,18 @@ void uscMarovin::MoveSelectItemUp() {
 void uscMarovin::RemoveSelectItem(bool blnAskForConfirmation) {
     // The row goes without a question whatever the caller asked for.
     (void)blnAskForConfirmation;
-    if (m_selectedItems->table().SelectedItemsCount() == 0)
-        return;
-    const int r = currentGridRow();
-    if (r < 1)
-        return;
-    if (!Trim(m_selectedItems->table().Value(r, T::kFromTable)).empty())
-        raiseChanged();
-    m_selectedItems->removeRow1(r);
-    EnableButtons();
-    NotifyQueryChanged();
+    guarded(tr("Remove"), [this] {
+        if (m_selectedItems->table().SelectedItemsCount() == 0)
+            return;
+        const int r = currentGridRow();
+        if (r < 1)
+            return;
+        if (!Trim(m_selectedItems->table().Value(r, T::kFromTable)).empty())
+            raiseChanged();
+        m_selectedItems->removeRow1(r);
+        EnableButtons();
+        NotifyQueryChanged();
+    });
 }
 
 } // namespace marovin

@@ -2,6 +2,7 @@
 // aliases, the join rule, and the removal of a table with what depends on it.
 
 #include "SelectedItemsModel.h"
+#include "marovin/SqlNames.h"
 #include "marovin/Utilities.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cSQLQuery.h"
@@ -28,6 +29,17 @@ constexpr const char* kListMimeType = "application/x-qabstractitemmodeldatalist"
 
 QString qs(const std::string& text) {
     return QString::fromStdString(text);
+}
+
+// "alias.column" as the grid's field parser reads it back: a part holding a dot or a bracket is
+// protected by brackets, every other part stays as the user sees it.
+std::string fieldReference(const std::string& alias, const std::string& column) {
+    auto part = [](const std::string& name) {
+        return name.find_first_of(".[]") == std::string::npos
+                   ? name
+                   : "[" + ReplaceAll(name, "]", "]]") + "]";
+    };
+    return part(alias) + "." + part(column);
 }
 
 bool hasItems(const cSQLQuery& query) {
@@ -57,13 +69,15 @@ void uscMarovin::FillTableList() {
 }
 
 void uscMarovin::SelectTable() {
-    for (int i = 0; i < m_lstTables->count(); ++i) {
-        if (m_lstTables->item(i)->isSelected()) {
-            AddTableToDiagram(m_lstTables->item(i)->text().toStdString());
-            EnableButtons();
-            return;
+    guarded(tr("Add table"), [this] {
+        for (int i = 0; i < m_lstTables->count(); ++i) {
+            if (m_lstTables->item(i)->isSelected()) {
+                AddTableToDiagram(m_lstTables->item(i)->text().toStdString());
+                EnableButtons();
+                return;
+            }
         }
-    }
+    });
 }
 
 void uscMarovin::placeListEntry(QListWidgetItem* item) {
@@ -82,6 +96,20 @@ bool uscMarovin::IsInTableList(const QString& strText) const {
     return false;
 }
 
+QString uscMarovin::tableListEntry(const std::string& strName) const {
+    const QString exact = qs(strName);
+    if (IsInTableList(exact))
+        return exact;
+    // A document may name the table with brackets ("dbo.[Order]") or without them.
+    const std::string wanted = UnbracketQualifiedName(strName);
+    for (int i = 0; i < m_lstTables->count(); ++i) {
+        const QString entry = m_lstTables->item(i)->text();
+        if (UnbracketQualifiedName(entry.toStdString()) == wanted)
+            return entry;
+    }
+    return QString();
+}
+
 bool uscMarovin::AliasExists(const cTables& colTables, const std::string& strAlias) {
     for (const auto& table : colTables) {
         if (table->strAlias() == strAlias)
@@ -91,7 +119,18 @@ bool uscMarovin::AliasExists(const cTables& colTables, const std::string& strAli
 }
 
 std::string uscMarovin::AddTableToCollection(const std::string& strTable, bool blnIsSubQuery) {
-    const std::string base = LastNamePart(strTable);
+    std::string base = LastNamePart(strTable);
+    if (Trim(base).empty()) {
+        // A name that ends in a dot ("dbo.x.") or is empty would give an empty alias, which can
+        // neither key the table nor name it in the statement: take the last part that is not
+        // blank, else a generic name.
+        for (const std::string& part : Split(strTable, ".")) {
+            if (!Trim(part).empty())
+                base = Trim(part);
+        }
+        if (Trim(base).empty())
+            base = blnIsSubQuery ? "VirtualTable" : "Table";
+    }
     std::string candidate = base;
     if (m_tables->Count() > 0) {
         // The collection's keys ignore letter case while aliases do not; a candidate that only
@@ -138,8 +177,17 @@ void uscMarovin::AddTableToDiagram(const std::string& strTable) {
     if (height > 300)
         height = 300;
     QString error;
-    if (!m_dvTablesAndJoins->AddTable(definition, left, 20, width, height, &error)) {
-        m_tables->Remove(alias);
+    bool placed = false;
+    try {
+        placed = m_dvTablesAndJoins->AddTable(definition, left, 20, width, height, &error);
+    } catch (...) {
+        m_tables->Remove(m_tables->Count());
+        throw;
+    }
+    if (!placed) {
+        // The new table is the last of the collection; it goes by position, which every table
+        // has, rather than by a key.
+        m_tables->Remove(m_tables->Count());
         m_services.messageBox->Show(tr("Add table"),
                                     tr("The table %1 cannot be placed: %2").arg(qs(name), error),
                                     MessageIcon::Exclamation, MessageButtons::Ok);
@@ -248,7 +296,8 @@ void uscMarovin::removeTableDependants(const std::string& strAlias) {
 }
 
 void uscMarovin::onColumnChosen(const QString& alias, const QString& column) {
-    AddSelectItem((alias + "." + column).toStdString(), column.toStdString(), std::string(), true);
+    AddSelectItem(fieldReference(alias.toStdString(), column.toStdString()), column.toStdString(),
+                  std::string(), true);
     NotifyQueryChanged();
 }
 
@@ -265,7 +314,7 @@ void uscMarovin::onAllColumns(const QString& alias) {
             columns = m_db->GetListOfFields(table ? table->strName() : strAlias, false);
         }
         for (const std::string& column : Split(columns, ","))
-            AddSelectItem(strAlias + "." + column, column, std::string(), false);
+            AddSelectItem(fieldReference(strAlias, column), column, std::string(), false);
     }
     NotifyQueryChanged();
 }

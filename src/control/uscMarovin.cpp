@@ -2,6 +2,7 @@
 
 #include "SelectedItemsDelegate.h"
 #include "SelectedItemsModel.h"
+#include "marovin/ModelError.h"
 #include "marovin/Utilities.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cSQLQuery.h"
@@ -241,41 +242,67 @@ void uscMarovin::setupViews() {
     root->setContentsMargins(0, 0, 0, 0);
     root->addWidget(m_splitRows);
 
-    // Handlers.
-    connect(m_chkAlsoListSystemTables, &QCheckBox::clicked, this, [this] { FillTableList(); });
-    connect(m_chkAlsoListViews, &QCheckBox::clicked, this, [this] { FillTableList(); });
-    connect(m_chkUniqueRecords, &QCheckBox::clicked, this, [this] { NotifyQueryChanged(); });
+    // Handlers. Each runs behind the event-loop boundary: a failure is shown, never thrown.
+    const QString editCaption = tr("Query builder");
+    auto on = [this, editCaption](auto&& action) {
+        return [this, editCaption, action](auto&&...) {
+            guarded(editCaption, action);
+        };
+    };
+    connect(m_chkAlsoListSystemTables, &QCheckBox::clicked, this, on([this] { FillTableList(); }));
+    connect(m_chkAlsoListViews, &QCheckBox::clicked, this, on([this] { FillTableList(); }));
+    connect(m_chkUniqueRecords, &QCheckBox::clicked, this, on([this] { NotifyQueryChanged(); }));
     connect(m_cmdAddTableToJoiner, &QPushButton::clicked, this, [this] { SelectTable(); });
-    connect(m_lstTables, &QListWidget::itemDoubleClicked, this,
-            [this](QListWidgetItem* item) { placeListEntry(item); });
+    connect(m_lstTables, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) {
+        guarded(tr("Add table"), [this, item] { placeListEntry(item); });
+    });
 
-    connect(m_dvTablesAndJoins, &dvTablesAndJoins::joinRequest, this, &uscMarovin::onJoinRequest);
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::joinRequest, this,
+            [this](const QString& joinText, int* accept) {
+                if (!guarded(tr("Add join"), [&] { onJoinRequest(joinText, accept); }) &&
+                    accept != nullptr)
+                    *accept = 0;
+            });
     connect(m_dvTablesAndJoins, &dvTablesAndJoins::tableRemovalRequest, this,
-            &uscMarovin::onTableRemovalRequest);
-    connect(m_dvTablesAndJoins, &dvTablesAndJoins::tableRemoved, this, &uscMarovin::onTableRemoved);
+            [this](const QString& alias, bool* allow) {
+                if (!guarded(tr("Remove a Table"), [&] { onTableRemovalRequest(alias, allow); }) &&
+                    allow != nullptr)
+                    *allow = false;
+            });
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::tableRemoved, this,
+            [this](const QString& alias) {
+                guarded(tr("Remove a Table"), [&] { onTableRemoved(alias); });
+            });
     connect(m_dvTablesAndJoins, &dvTablesAndJoins::joinAdded, this,
-            [this] { NotifyQueryChanged(); });
+            on([this] { NotifyQueryChanged(); }));
     connect(m_dvTablesAndJoins, &dvTablesAndJoins::joinChanged, this,
-            [this] { NotifyQueryChanged(); });
+            on([this] { NotifyQueryChanged(); }));
     connect(m_dvTablesAndJoins, &dvTablesAndJoins::joinRemoved, this,
-            [this] { NotifyQueryChanged(); });
+            on([this] { NotifyQueryChanged(); }));
     connect(m_dvTablesAndJoins, &dvTablesAndJoins::columnChosen, this,
-            [this](const QString& alias, const QString& column) { onColumnChosen(alias, column); });
-    connect(m_dvTablesAndJoins, &dvTablesAndJoins::allColumns, this,
-            [this](const QString& alias) { onAllColumns(alias); });
+            [this](const QString& alias, const QString& column) {
+                guarded(tr("Select a Column"), [&] { onColumnChosen(alias, column); });
+            });
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::allColumns, this, [this](const QString& alias) {
+        guarded(tr("Select a Column"), [&] { onAllColumns(alias); });
+    });
 
     connect(m_selectedItems, &SelectedItemsModel::editCommitted, this,
-            &uscMarovin::onGridEditCommitted);
-    connect(m_cmdMoveUp, &QPushButton::clicked, this, [this] { MoveSelectItemUp(); });
-    connect(m_cmdMoveDown, &QPushButton::clicked, this, [this] { MoveSelectItemDown(); });
+            [this](int row, int column, const QString& value) {
+                guarded(tr("Selected fields"), [&] { onGridEditCommitted(row, column, value); });
+            });
+    connect(m_cmdMoveUp, &QPushButton::clicked, this, on([this] { MoveSelectItemUp(); }));
+    connect(m_cmdMoveDown, &QPushButton::clicked, this, on([this] { MoveSelectItemDown(); }));
     connect(m_cmdRemoveSelectItem, &QPushButton::clicked, this, [this] { RemoveSelectItem(true); });
 
     connect(m_cmdRemoveCondition, &QPushButton::clicked, this, [this] { RemoveCondition(); });
     connect(m_cmdRemoveExpression, &QPushButton::clicked, this, [this] { RemoveExpression(); });
-    connect(m_lvConditions, &QTreeWidget::itemClicked, this, [this] { EnableButtons(); });
-    connect(m_lvExpressions, &QTreeWidget::itemClicked, this, [this] { EnableButtons(); });
-    connect(m_lvConditions, &QTreeWidget::itemSelectionChanged, this, [this] { EnableButtons(); });
-    connect(m_lvExpressions, &QTreeWidget::itemSelectionChanged, this, [this] { EnableButtons(); });
+    connect(m_lvConditions, &QTreeWidget::itemClicked, this, on([this] { EnableButtons(); }));
+    connect(m_lvExpressions, &QTreeWidget::itemClicked, this, on([this] { EnableButtons(); }));
+    connect(m_lvConditions, &QTreeWidget::itemSelectionChanged, this,
+            on([this] { EnableButtons(); }));
+    connect(m_lvExpressions, &QTreeWidget::itemSelectionChanged, this,
+            on([this] { EnableButtons(); }));
 
     EnableButtons();
 }
@@ -347,8 +374,7 @@ void uscMarovin::setColParameters(std::shared_ptr<std::vector<std::string>> para
 }
 
 void uscMarovin::setSQLQueryObject(std::shared_ptr<cSQLQuery> query) {
-    m_query = std::move(query);
-    Refresh();
+    replaceQuery(std::move(query));
 }
 
 void uscMarovin::setDatabaseObject(std::shared_ptr<cDbConnection> connection) {
@@ -356,6 +382,78 @@ void uscMarovin::setDatabaseObject(std::shared_ptr<cDbConnection> connection) {
 }
 
 void uscMarovin::Refresh() {
+    replaceQuery(m_query);
+}
+
+bool uscMarovin::guarded(const QString& strCaption, const std::function<void()>& action) {
+    try {
+        action();
+        return true;
+    } catch (const std::exception& error) {
+        m_services.messageBox->Show(strCaption, QString::fromStdString(error.what()),
+                                    MessageIcon::Critical, MessageButtons::Ok);
+    } catch (...) {
+        m_services.messageBox->Show(strCaption, tr("The action failed for an unknown reason."),
+                                    MessageIcon::Critical, MessageButtons::Ok);
+    }
+    return false;
+}
+
+namespace {
+
+// The document of a query, to put the object back as it was; empty when there is no query.
+std::string documentOf(const std::shared_ptr<cSQLQuery>& query) {
+    return query ? query->ToXmlText(false) : std::string();
+}
+
+void restoreDocument(const std::shared_ptr<cSQLQuery>& query, const std::string& document) {
+    if (!query || document.empty())
+        return;
+    try {
+        query->LoadXmlText(document);
+    } catch (...) {
+        // The document was written by the same object a moment ago; it reads back.
+    }
+}
+
+} // namespace
+
+bool uscMarovin::replaceQuery(std::shared_ptr<cSQLQuery> query) {
+    std::shared_ptr<cSQLQuery> previous = m_query;
+    std::string previousDocument;
+    std::string newDocument;
+    std::string failure;
+    try {
+        previousDocument = documentOf(previous);
+        newDocument = query == previous ? previousDocument : documentOf(query);
+        m_query = query;
+        refreshPanes();
+        return true;
+    } catch (const std::exception& error) {
+        failure = error.what();
+    } catch (...) {
+        failure = "unknown failure";
+    }
+    m_blnLoading = false;
+    // Both objects go back to what they held, and the panes show the previous query again.
+    restoreDocument(query, newDocument);
+    if (query != previous)
+        restoreDocument(previous, previousDocument);
+    m_query = previous;
+    try {
+        refreshPanes();
+    } catch (...) {
+        m_blnLoading = false;
+        m_query = previous;
+    }
+    m_services.messageBox->Show(
+        tr("Load query"),
+        tr("The query cannot be shown in the editor: %1").arg(QString::fromStdString(failure)),
+        MessageIcon::Critical, MessageButtons::Ok);
+    return false;
+}
+
+void uscMarovin::refreshPanes() {
     m_tables = std::make_shared<cTables>();
     m_dvTablesAndJoins->Clear();
     m_intPlacementCounter = 0;
@@ -410,17 +508,21 @@ bool uscMarovin::eventFilter(QObject* watched, QEvent* event) {
     if (watched == m_lstTables && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent*>(event)->key();
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
-            SelectTable();
+            SelectTable(); // guarded itself
             return true;
         }
     }
+    bool handled = false;
     if (watched == m_lvConditions || watched == m_lvExpressions) {
-        if (handleListKey(static_cast<QTreeWidget*>(watched), event))
+        guarded(tr("Conditions"),
+                [&] { handled = handleListKey(static_cast<QTreeWidget*>(watched), event); });
+        if (handled)
             return true;
     }
     if (event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove ||
         event->type() == QEvent::Drop) {
-        if (handleDiagramDrop(event))
+        guarded(tr("Add table"), [&] { handled = handleDiagramDrop(event); });
+        if (handled)
             return true;
     }
     return QWidget::eventFilter(watched, event);

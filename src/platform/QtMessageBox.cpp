@@ -6,9 +6,17 @@ namespace marovin {
 
 MessageAnswer QtMessageBox::Show(const QString& strCaption, const QString& strText,
                                  MessageIcon icon, MessageButtons buttons) {
+    return ShowWithDetails(strCaption, strText, QString(), icon, buttons);
+}
+
+MessageAnswer QtMessageBox::ShowWithDetails(const QString& strCaption, const QString& strText,
+                                            const QString& strDetails, MessageIcon icon,
+                                            MessageButtons buttons) {
     QMessageBox box(m_parent);
     box.setWindowTitle(strCaption);
     box.setText(strText);
+    if (!strDetails.isEmpty())
+        box.setDetailedText(strDetails);
     switch (icon) {
     case MessageIcon::Critical:
         box.setIcon(QMessageBox::Critical);

@@ -18,7 +18,15 @@ MessageAnswer ScriptedMessageBox::Show(const QString& strCaption, const QString&
         if (answer == MessageAnswer::Cancel && buttons == MessageButtons::YesNo)
             answer = MessageAnswer::No;
     }
-    m_shown.push_back(Shown{strCaption, strText, icon, buttons, answer});
+    m_shown.push_back(Shown{strCaption, strText, icon, buttons, answer, QString()});
+    return answer;
+}
+
+MessageAnswer ScriptedMessageBox::ShowWithDetails(const QString& strCaption, const QString& strText,
+                                                  const QString& strDetails, MessageIcon icon,
+                                                  MessageButtons buttons) {
+    const MessageAnswer answer = Show(strCaption, strText, icon, buttons);
+    m_shown.back().strDetails = strDetails;
     return answer;
 }
 

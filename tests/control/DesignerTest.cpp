@@ -232,13 +232,21 @@ TEST(DesignerTest, AnotherDatabaseReloadsTheQueryAndReportsWhatItLacks) {
     auto empty = std::make_shared<cDbConnection>();
     empty->setStrProvider(cDbConnection::kProviderSqlite);
     empty->setStrDatabase(dir.filePath("none.sqlite").toStdString());
+    const std::string original = d.window->query()->ToXmlText(false);
     d.window->setConnection(empty);
     ASSERT_EQ(d.box->shown().size(), 1u);
     EXPECT_EQ(d.box->shown()[0].strCaption, "SQL Server connection");
+    EXPECT_TRUE(d.box->shown()[0].strDetails.contains("dbo.Orders"));
+    EXPECT_TRUE(d.box->shown()[0].strDetails.contains("dbo.Customers"));
     EXPECT_EQ(d.window->control()->DatabaseObject(), empty);
     EXPECT_EQ(d.window->query()->Tables()->Count(), 0);
-    EXPECT_FALSE(d.window->blnModified());
+    // What the editor shows is no longer what the file holds.
+    EXPECT_TRUE(d.window->blnModified());
 
+    // Back on a database that has the tables, the query is as it was, and so is its mark.
     d.window->setConnection(SampleConnection());
     EXPECT_EQ(d.box->shown().size(), 1u);
+    EXPECT_EQ(d.window->query()->ToXmlText(false), original);
+    EXPECT_EQ(d.window->query()->Tables()->Count(), 2);
+    EXPECT_FALSE(d.window->blnModified());
 }

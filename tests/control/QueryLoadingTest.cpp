@@ -93,10 +93,13 @@ TEST(QueryLoadingTest, MissingTablesAreReportedOnceAndTheirDependantsDropped) {
 </SQLQuery>)");
     ASSERT_EQ(h.box->shown().size(), 1u);
     EXPECT_EQ(h.box->shown()[0].strCaption, "SQL Server connection");
+    // An embedded database file has no server to name; the missing names come as details.
     EXPECT_EQ(h.box->shown()[0].strText,
               QString::fromStdString("One or more tables used in the original SQL query are not "
                                      "in database " +
-                                     SampleDatabasePath() + " on server ."));
+                                     SampleDatabasePath() + "."));
+    EXPECT_EQ(h.box->shown()[0].strDetails, "Tables left out:\ndbo.Invoices\ndbo.Payments");
+    EXPECT_EQ(h.control().missingTables(), (QStringList{"dbo.Invoices", "dbo.Payments"}));
     EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Critical);
     EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::Ok);
     // The report comes before the busy pointer is restored, and the pointer is restored after.

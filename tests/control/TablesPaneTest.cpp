@@ -402,13 +402,14 @@ TEST(TablesPaneTest, TheBoxWidthCountsTheAliasInCharacters) {
 TEST(TablesPaneTest, ANameWithTwoDotsGetsItsLastPartAsAlias) {
     QTemporaryDir dir;
     const std::string path = dir.filePath("dotted.sqlite").toStdString();
-    // Listed as dbo.sales.Orders: the alias is the part after the last dot.
+    // Listed as dbo.sales.Orders: the alias is the part after the last dot; the statement names
+    // the table in brackets, since its name holds a dot.
     WriteSqliteFile(path, "CREATE TABLE \"sales.Orders\" (Amount REAL);");
     ControlHarness h(nullptr, SqliteConnection(path));
     h.placeTable("dbo.sales.Orders");
     h.placeTable("dbo.sales.Orders");
     EXPECT_EQ(h.diagram()->tableAliases(), (QStringList{"Orders", "Orders1"}));
     ASSERT_EQ(h.query->Tables()->Count(), 2);
-    EXPECT_EQ(h.query->Tables()->Item(2)->strName(), "dbo.sales.Orders");
+    EXPECT_EQ(h.query->Tables()->Item(2)->strName(), "dbo.[sales.Orders]");
     EXPECT_EQ(h.query->Tables()->Item(2)->strAlias(), "Orders1");
 }

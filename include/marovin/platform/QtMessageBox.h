@@ -16,6 +16,9 @@ public:
 
     MessageAnswer Show(const QString& strCaption, const QString& strText, MessageIcon icon,
                        MessageButtons buttons) override;
+    MessageAnswer ShowWithDetails(const QString& strCaption, const QString& strText,
+                                  const QString& strDetails, MessageIcon icon,
+                                  MessageButtons buttons) override;
 
 private:
     QPointer<QWidget> m_parent; // Not owned.

@@ -17,6 +17,7 @@ public:
         MessageIcon icon;
         MessageButtons buttons;
         MessageAnswer answer;
+        QString strDetails; // empty unless shown with details
     };
 
     // Queues the answer for the next question (a box with more than an OK button).
@@ -26,6 +27,9 @@ public:
 
     MessageAnswer Show(const QString& strCaption, const QString& strText, MessageIcon icon,
                        MessageButtons buttons) override;
+    MessageAnswer ShowWithDetails(const QString& strCaption, const QString& strText,
+                                  const QString& strDetails, MessageIcon icon,
+                                  MessageButtons buttons) override;
 
     const std::vector<Shown>& shown() const { return m_shown; }
     // The number of queued answers not used yet.

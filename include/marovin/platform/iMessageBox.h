@@ -19,6 +19,14 @@ public:
     // Shows the text under the caption and returns the button pressed.
     virtual MessageAnswer Show(const QString& strCaption, const QString& strText, MessageIcon icon,
                                MessageButtons buttons) = 0;
+    // The same with details the user can unfold (a list of names, say). A box that has no room
+    // for details shows the text alone; the text never depends on the details being seen.
+    virtual MessageAnswer ShowWithDetails(const QString& strCaption, const QString& strText,
+                                          const QString& strDetails, MessageIcon icon,
+                                          MessageButtons buttons) {
+        (void)strDetails;
+        return Show(strCaption, strText, icon, buttons);
+    }
 };
 
 } // namespace marovin

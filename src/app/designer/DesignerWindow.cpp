@@ -4,6 +4,7 @@
 #include "marovin/ModelError.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cSQLQuery.h"
+#include "marovin/platform/BusyPointerScope.h"
 #include "marovin/uscMarovin.h"
 
 #include <QAction>
@@ -31,7 +32,12 @@ DesignerWindow::DesignerWindow(PlatformServices services, QWidget* parent)
     setCentralWidget(m_control);
     statusBar()->addPermanentWidget(m_connectionLabel);
     createMenus();
-    connect(m_control, &uscMarovin::Changed, this, [this] { setWindowModified(true); });
+    connect(m_control, &uscMarovin::Changed, this, [this] {
+        // An edit makes the query the user's again: a later change of database loads it as it
+        // is now.
+        m_beforeLoss.reset();
+        setWindowModified(true);
+    });
     m_control->setSQLQueryObject(m_query);
     updateTitle();
     resize(1280, 860);
@@ -40,20 +46,62 @@ DesignerWindow::DesignerWindow(PlatformServices services, QWidget* parent)
 DesignerWindow::~DesignerWindow() = default;
 
 void DesignerWindow::createMenus() {
+    // Menu actions run behind the event-loop boundary: a failure is shown, never thrown.
+    auto guardedAction = [this](void (DesignerWindow::*action)()) {
+        return [this, action] {
+            runGuarded([this, action] { (this->*action)(); });
+        };
+    };
     QMenu* file = menuBar()->addMenu(tr("&File"));
-    QAction* newAction = file->addAction(tr("&New"), this, [this] { NewDocument(); });
+    QAction* newAction =
+        file->addAction(tr("&New"), this, guardedAction(&DesignerWindow::newFromMenu));
     newAction->setShortcut(QKeySequence::New);
-    QAction* openAction = file->addAction(tr("&Open..."), this, [this] { chooseAndOpen(); });
+    QAction* openAction =
+        file->addAction(tr("&Open..."), this, guardedAction(&DesignerWindow::chooseAndOpen));
     openAction->setShortcut(QKeySequence::Open);
-    QAction* saveAction = file->addAction(tr("&Save"), this, [this] { SaveDocument(); });
+    QAction* saveAction =
+        file->addAction(tr("&Save"), this, guardedAction(&DesignerWindow::saveFromMenu));
     saveAction->setShortcut(QKeySequence::Save);
-    QAction* saveAsAction = file->addAction(tr("Save &As..."), this, [this] { chooseAndSaveAs(); });
+    QAction* saveAsAction =
+        file->addAction(tr("Save &As..."), this, guardedAction(&DesignerWindow::saveAsFromMenu));
     saveAsAction->setShortcut(QKeySequence::SaveAs);
     file->addSeparator();
-    file->addAction(tr("&Connect to database..."), this, [this] { chooseConnection(); });
+    file->addAction(tr("&Connect to database..."), this,
+                    guardedAction(&DesignerWindow::chooseConnection));
     file->addSeparator();
+    // Ctrl+Q belongs to the query builder (it switches a condition on and off), so Quit takes
+    // Ctrl+Shift+Q.
     QAction* quitAction = file->addAction(tr("&Quit"), this, [this] { close(); });
-    quitAction->setShortcut(QKeySequence::Quit);
+    quitAction->setObjectName(QStringLiteral("actionQuit"));
+    quitAction->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Q));
+}
+
+bool DesignerWindow::runGuarded(const std::function<void()>& action) {
+    try {
+        action();
+        return true;
+    } catch (const std::exception& error) {
+        m_services.messageBox->Show(QString::fromLatin1(kCaption),
+                                    QString::fromStdString(error.what()), MessageIcon::Critical,
+                                    MessageButtons::Ok);
+    } catch (...) {
+        m_services.messageBox->Show(QString::fromLatin1(kCaption),
+                                    tr("The action failed for an unknown reason."),
+                                    MessageIcon::Critical, MessageButtons::Ok);
+    }
+    return false;
+}
+
+void DesignerWindow::newFromMenu() {
+    NewDocument();
+}
+
+void DesignerWindow::saveFromMenu() {
+    SaveDocument();
+}
+
+void DesignerWindow::saveAsFromMenu() {
+    chooseAndSaveAs();
 }
 
 void DesignerWindow::setConnection(std::shared_ptr<cDbConnection> connection) {
@@ -70,10 +118,78 @@ void DesignerWindow::setConnection(std::shared_ptr<cDbConnection> connection) {
                                        .arg(QString::fromStdString(m_connection->strDatabase()),
                                             QString::fromStdString(m_connection->strServer())));
     }
-    // The table list and the placed tables come from the database: load the query again.
+    loadQueryAfterConnecting();
+}
+
+void DesignerWindow::loadQueryAfterConnecting() {
+    // The table list and the placed tables come from the database: load the query again, as it
+    // was before an earlier change of database left tables out.
     const bool modified = isWindowModified();
-    m_control->Refresh();
-    setWindowModified(modified);
+    std::optional<BeforeLoss> beforeLoss = m_beforeLoss;
+    if (!beforeLoss) {
+        try {
+            beforeLoss = BeforeLoss{m_query->ToXmlText(false), modified};
+        } catch (const std::exception&) {
+            beforeLoss.reset();
+        }
+    }
+    if (m_beforeLoss) {
+        auto query = std::make_shared<cSQLQuery>();
+        try {
+            query->LoadXmlText(m_beforeLoss->strDocument);
+            m_control->setSQLQueryObject(query);
+            if (m_control->SQLQueryObject() == query)
+                m_query = query;
+        } catch (const std::exception&) {
+            m_control->Refresh();
+        }
+    } else {
+        m_control->Refresh();
+    }
+    if (!m_control->missingTables().isEmpty()) {
+        m_beforeLoss = beforeLoss;
+        setWindowModified(true);
+    } else {
+        setWindowModified(beforeLoss ? beforeLoss->blnModified : modified);
+        m_beforeLoss.reset();
+    }
+}
+
+bool DesignerWindow::ProbeConnection(const cDbConnection& connection, QString& strError) {
+    if (connection.GetConnection())
+        return true;
+    strError = QString::fromStdString(cDbConnection::LastConnectionError());
+    if (strError.isEmpty())
+        strError = tr("the database did not answer");
+    return false;
+}
+
+bool DesignerWindow::ConnectTo(std::shared_ptr<cDbConnection> connection) {
+    if (!connection)
+        return false;
+    QString error;
+    bool usable = false;
+    {
+        BusyPointerScope busy(m_services.busyPointer.get());
+        usable = ProbeConnection(*connection, error);
+    }
+    if (!usable) {
+        const QString where = QString::fromStdString(connection->strServer()).trimmed().isEmpty()
+                                  ? QString::fromStdString(connection->strDatabase())
+                                  : tr("%1 on %2")
+                                        .arg(QString::fromStdString(connection->strDatabase()),
+                                             QString::fromStdString(connection->strServer()));
+        m_services.messageBox->Show(
+            QString::fromLatin1(kCaption),
+            tr("Cannot connect to %1: %2\n\nThe designer stays on the current database.")
+                .arg(where, error),
+            MessageIcon::Critical, MessageButtons::Ok);
+        return false;
+    }
+    if (!MaybeSave())
+        return false;
+    setConnection(std::move(connection));
+    return true;
 }
 
 void DesignerWindow::updateTitle() {
@@ -82,12 +198,18 @@ void DesignerWindow::updateTitle() {
     setWindowTitle(name + QStringLiteral("[*] - ") + QString::fromLatin1(kCaption));
 }
 
-void DesignerWindow::setDocument(std::shared_ptr<cSQLQuery> query, const QString& strFileName) {
+bool DesignerWindow::setDocument(std::shared_ptr<cSQLQuery> query, const QString& strFileName) {
+    m_control->setSQLQueryObject(query);
+    // A query the editor could not load leaves the current one in place, unchanged.
+    if (m_control->SQLQueryObject() != query)
+        return false;
     m_query = std::move(query);
     m_strFileName = strFileName;
-    m_control->setSQLQueryObject(m_query);
-    setWindowModified(false);
+    m_beforeLoss.reset();
+    // A document that lost tables on loading is no longer what the file holds.
+    setWindowModified(!m_control->missingTables().isEmpty());
     updateTitle();
+    return true;
 }
 
 bool DesignerWindow::MaybeSave() {
@@ -107,8 +229,7 @@ bool DesignerWindow::MaybeSave() {
 bool DesignerWindow::NewDocument() {
     if (!MaybeSave())
         return false;
-    setDocument(std::make_shared<cSQLQuery>(), QString());
-    return true;
+    return setDocument(std::make_shared<cSQLQuery>(), QString());
 }
 
 std::shared_ptr<cSQLQuery> DesignerWindow::ReadDocument(const QString& strFileName,
@@ -140,8 +261,7 @@ bool DesignerWindow::OpenDocument(const QString& strFileName) {
                                     MessageButtons::Ok);
         return false;
     }
-    setDocument(std::move(query), strFileName);
-    return true;
+    return setDocument(std::move(query), strFileName);
 }
 
 bool DesignerWindow::SaveDocument() {
@@ -152,7 +272,9 @@ bool DesignerWindow::SaveDocument() {
 
 bool DesignerWindow::SaveDocumentAs(const QString& strFileName) {
     QSaveFile file(strFileName);
-    const std::string text = m_query->ToXmlText(true);
+    std::string text;
+    if (!runGuarded([this, &text] { text = m_query->ToXmlText(true); }))
+        return false;
     if (!file.open(QIODevice::WriteOnly) ||
         file.write(text.data(), static_cast<qint64>(text.size())) !=
             static_cast<qint64>(text.size()) ||
@@ -164,6 +286,7 @@ bool DesignerWindow::SaveDocumentAs(const QString& strFileName) {
         return false;
     }
     m_strFileName = strFileName;
+    m_beforeLoss.reset();
     setWindowModified(false);
     updateTitle();
     return true;
@@ -184,22 +307,30 @@ void DesignerWindow::chooseAndOpen() {
 }
 
 bool DesignerWindow::chooseAndSaveAs() {
-    const QString file =
-        QFileDialog::getSaveFileName(this, tr("Save query as"), m_strFileName, tr(kDocumentFilter));
-    if (file.isEmpty())
+    // The dialog adds ".xml" to a name typed without a suffix (and asks before replacing that
+    // file), so that the Open dialog, which shows query documents, finds it again.
+    QFileDialog dialog(this, tr("Save query as"), m_strFileName, tr(kDocumentFilter));
+    dialog.setObjectName(QStringLiteral("saveAsDialog"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setFileMode(QFileDialog::AnyFile);
+    dialog.setDefaultSuffix(QString::fromLatin1(kDocumentSuffix));
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return false;
-    return SaveDocumentAs(file);
+    return SaveDocumentAs(dialog.selectedFiles().constFirst());
 }
 
 void DesignerWindow::chooseConnection() {
     ConnectionDialog dialog(m_services.messageBox, this);
     dialog.setConnection(m_connection.get());
     if (dialog.exec() == QDialog::Accepted)
-        setConnection(dialog.connection());
+        ConnectTo(dialog.connection());
 }
 
 void DesignerWindow::closeEvent(QCloseEvent* event) {
-    if (MaybeSave())
+    bool close = false;
+    // A failure while saving keeps the window open: the work is not lost.
+    runGuarded([this, &close] { close = MaybeSave(); });
+    if (close)
         event->accept();
     else
         event->ignore();

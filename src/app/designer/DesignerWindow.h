@@ -3,7 +3,10 @@
 #include "marovin/platform/PlatformServices.h"
 
 #include <QMainWindow>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 
 class QLabel;
 
@@ -20,12 +23,23 @@ class DesignerWindow : public QMainWindow {
     Q_OBJECT
 public:
     static constexpr const char* kCaption = "Marovin Designer";
+    // Query documents are saved with this suffix when the user types none.
+    static constexpr const char* kDocumentSuffix = "xml";
 
     explicit DesignerWindow(PlatformServices services = {}, QWidget* parent = nullptr);
     ~DesignerWindow() override;
 
-    // Works on this database from now on; the current query is loaded into it again.
+    // Works on this database from now on; the current query is loaded into it again. Tables the
+    // new database lacks are left out and the query is marked modified; connecting back to a
+    // database that has them brings them back, as long as the query was not edited meanwhile.
     void setConnection(std::shared_ptr<cDbConnection> connection);
+    // Switches to the database the user chose: a connection that cannot be opened is refused
+    // with its own reason and nothing changes; unsaved changes are asked about first. Returns
+    // true when the designer works on the new database.
+    bool ConnectTo(std::shared_ptr<cDbConnection> connection);
+    // Opens a connection to see whether the database can be used; on failure returns false and
+    // sets strError to the reason.
+    static bool ProbeConnection(const cDbConnection& connection, QString& strError);
     std::shared_ptr<cDbConnection> connection() const { return m_connection; }
 
     // Each asks before unsaved changes are discarded and returns false when the user cancels or
@@ -52,7 +66,14 @@ protected:
 
 private:
     void createMenus();
-    void setDocument(std::shared_ptr<cSQLQuery> query, const QString& strFileName);
+    // Runs an action coming from Qt; a failure is shown instead of unwinding into the event
+    // loop. Returns false then.
+    bool runGuarded(const std::function<void()>& action);
+    void newFromMenu();
+    void saveFromMenu();
+    void saveAsFromMenu();
+    bool setDocument(std::shared_ptr<cSQLQuery> query, const QString& strFileName);
+    void loadQueryAfterConnecting();
     void updateTitle();
     void chooseAndOpen();
     bool chooseAndSaveAs();
@@ -62,6 +83,13 @@ private:
     std::shared_ptr<cDbConnection> m_connection;
     std::shared_ptr<cSQLQuery> m_query;
     QString m_strFileName;
+    // The query as it was before a change of database left tables out, with its modified
+    // mark: connecting to a database that has them loads this again. Dropped by any edit.
+    struct BeforeLoss {
+        std::string strDocument;
+        bool blnModified = false;
+    };
+    std::optional<BeforeLoss> m_beforeLoss;
     uscMarovin* m_control;     // Owned through its Qt parent.
     QLabel* m_connectionLabel; // Owned through its Qt parent.
 };

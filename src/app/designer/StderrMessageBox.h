@@ -10,6 +10,9 @@ class StderrMessageBox : public iMessageBox {
 public:
     MessageAnswer Show(const QString& strCaption, const QString& strText, MessageIcon icon,
                        MessageButtons buttons) override;
+    MessageAnswer ShowWithDetails(const QString& strCaption, const QString& strText,
+                                  const QString& strDetails, MessageIcon icon,
+                                  MessageButtons buttons) override;
     int lngShown() const { return m_lngShown; }
 
 private:

@@ -171,11 +171,38 @@ int main(int argc, char** argv) {
             return 2;
         }
     }
-    if (!connection && !script) {
+    // A database that cannot be opened (a file that is no database, a server that does not
+    // answer, a wrong password) is said so at once rather than showing an empty table list.
+    if (connection) {
+        QString error;
+        if (!DesignerWindow::ProbeConnection(*connection, error)) {
+            if (script) {
+                printError(QStringLiteral("cannot connect to %1: %2")
+                               .arg(QString::fromStdString(connection->strDatabase()), error));
+                return 1;
+            }
+            services.messageBox->Show(
+                QString::fromLatin1(DesignerWindow::kCaption),
+                QStringLiteral("Cannot connect to %1: %2")
+                    .arg(QString::fromStdString(connection->strDatabase()), error),
+                MessageIcon::Critical, MessageButtons::Ok);
+            connection.reset();
+        }
+    }
+    while (!connection && !script) {
         ConnectionDialog dialog(services.messageBox);
         if (dialog.exec() != QDialog::Accepted)
             return 0;
         connection = dialog.connection();
+        QString error;
+        if (!DesignerWindow::ProbeConnection(*connection, error)) {
+            services.messageBox->Show(
+                QString::fromLatin1(DesignerWindow::kCaption),
+                QStringLiteral("Cannot connect to %1: %2")
+                    .arg(QString::fromStdString(connection->strDatabase()), error),
+                MessageIcon::Critical, MessageButtons::Ok);
+            connection.reset();
+        }
     }
     window.setConnection(connection);
 
