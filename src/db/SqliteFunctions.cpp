@@ -812,6 +812,70 @@ bool registerSqlServerFunctions(sqlite3* db) {
     return ok;
 }
 
+std::string translateBracketEscapes(const std::string& sql) {
+    if (sql.find("]]") == std::string::npos)
+        return sql;
+    auto skipTo = [&sql](std::size_t from, const char* endMark) {
+        std::size_t e = sql.find(endMark, from);
+        return e == std::string::npos ? sql.size() : e + std::char_traits<char>::length(endMark);
+    };
+    std::string out;
+    out.reserve(sql.size() + 8);
+    std::size_t i = 0;
+    while (i < sql.size()) {
+        const char c = sql[i];
+        std::size_t next = i + 1;
+        if (c == '\'' || c == '"' || c == '`') {
+            for (;;) {
+                next = sql.find(c, next);
+                if (next == std::string::npos) {
+                    next = sql.size();
+                    break;
+                }
+                if (next + 1 < sql.size() && sql[next + 1] == c) {
+                    next += 2;
+                    continue;
+                }
+                ++next;
+                break;
+            }
+        } else if (c == '-' && i + 1 < sql.size() && sql[i + 1] == '-') {
+            next = skipTo(i + 2, "\n");
+        } else if (c == '/' && i + 1 < sql.size() && sql[i + 1] == '*') {
+            next = skipTo(i + 2, "*/");
+        } else if (c == '[') {
+            // The name runs to the first "]" that is not doubled.
+            std::string name;
+            bool escaped = false;
+            std::size_t j = i + 1;
+            for (; j < sql.size(); ++j) {
+                if (sql[j] == ']') {
+                    if (j + 1 < sql.size() && sql[j + 1] == ']') {
+                        name += ']';
+                        escaped = true;
+                        ++j;
+                        continue;
+                    }
+                    break;
+                }
+                name += sql[j];
+            }
+            if (escaped && j < sql.size()) {
+                out += '"';
+                for (char n : name)
+                    out += n == '"' ? std::string("\"\"") : std::string(1, n);
+                out += '"';
+                i = j + 1;
+                continue;
+            }
+            next = j < sql.size() ? j + 1 : sql.size();
+        }
+        out.append(sql, i, next - i);
+        i = next;
+    }
+    return out;
+}
+
 std::string quoteJoinKeywordCalls(const std::string& sql) {
     auto isWord = [](char c) {
         return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||

@@ -25,4 +25,11 @@ bool registerSqlServerFunctions(sqlite3* db);
 // literals, quoted identifiers and comments is left alone.
 std::string quoteJoinKeywordCalls(const std::string& sql);
 
+// T-SQL escapes a "]" inside a bracketed name by doubling it ([a]]b] names a]b); SQLite's
+// brackets know no escape. Returns the statement with each bracketed name that holds "]]"
+// written as a double-quoted name ("a]b"), and everything else as it was: other bracketed
+// names keep their brackets, so that a name SQLite cannot resolve stays an error instead of
+// turning into a string. Text in string literals, quoted identifiers and comments is left alone.
+std::string translateBracketEscapes(const std::string& sql);
+
 } // namespace marovin

@@ -98,6 +98,11 @@ SqliteSession::SqliteSession(const std::string& path, std::int32_t commandTimeou
         throw DbError(msg);
     }
     sqlite3_extended_result_codes(m_db, 1);
+    // A double-quoted name that matches no column must be an error, as on the
+    // server, not a string literal: bracketed names holding "]]" reach SQLite
+    // double-quoted.
+    sqlite3_db_config(m_db, SQLITE_DBCONFIG_DQS_DML, 0, static_cast<int*>(nullptr));
+    sqlite3_db_config(m_db, SQLITE_DBCONFIG_DQS_DDL, 0, static_cast<int*>(nullptr));
     sqlite3_busy_timeout(m_db, 5000);
     Statement attach;
     std::string uri = fileUri(path);
@@ -238,7 +243,7 @@ std::vector<std::string> SqliteSession::Columns(const std::string& schema,
 
 void SqliteSession::forEachStatement(const std::string& text,
                                      const std::function<bool(sqlite3_stmt*)>& onStatement) {
-    const std::string sql = quoteJoinKeywordCalls(text);
+    const std::string sql = translateBracketEscapes(quoteJoinKeywordCalls(text));
     sqlite3* db = handle();
     startClock();
     const char* tail = sql.c_str();

@@ -72,6 +72,22 @@ TEST_F(SqliteFunctions, LeftAndRightStayJoinKeywordsWhereTheyAreJoins) {
     EXPECT_EQ(rs->value(0, 1).AsText(), "b");
 }
 
+TEST_F(SqliteFunctions, BracketedNamesMayHoldAnEscapedClosingBracket) {
+    test::writeSqlite(path, "CREATE TABLE \"a]b\" (\"x]]\" INTEGER, \"say \"\"hi\"\"]\" TEXT);"
+                            "INSERT INTO \"a]b\" VALUES (1, 'one'), (2, '[x]]y]');");
+    std::string error;
+    auto rs = db.FireQuery("SELECT [a]]b].[x]]]]] AS [v]]], [say \"hi\"]]] FROM dbo.[a]]b] "
+                           "WHERE [a]]b].[say \"hi\"]]] <> '[x]]y]' -- [c]]\n",
+                           error, 0);
+    ASSERT_NE(rs, nullptr) << error;
+    ASSERT_EQ(rs->RecordCount(), 1);
+    EXPECT_EQ(rs->FieldName(0), "v]");
+    EXPECT_EQ(rs->value(0, 1).AsText(), "one");
+    // A bracketed name that names nothing stays an error, escaped or not.
+    EXPECT_NE(failure("[no]]such] FROM Numbers").find("no such column"), std::string::npos);
+    EXPECT_NE(failure("[nothing] FROM Numbers").find("no such column"), std::string::npos);
+}
+
 TEST_F(SqliteFunctions, MathematicalFunctions) {
     EXPECT_EQ(text("SQUARE(3)"), "9");
     EXPECT_EQ(scalar("SQUARE(3)").Kind(), DbValueKind::Real);
