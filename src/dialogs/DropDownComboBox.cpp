@@ -1,0 +1,10 @@
+#include "DropDownComboBox.h"
+
+namespace marovin {
+
+void DropDownComboBox::showPopup() {
+    emit aboutToShowPopup();
+    QComboBox::showPopup();
+}
+
+} // namespace marovin
