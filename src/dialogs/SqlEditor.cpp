@@ -193,6 +193,14 @@ void SqlEditor::insertCompletion(const QString& completion) {
     setTextCursor(cursor);
 }
 
+bool SqlEditor::focusNextPrevChild(bool next) {
+    // While the completion list is open, Tab reaches keyPressEvent: it takes the chosen entry
+    // instead of moving the focus on.
+    if (m_completer->popup()->isVisible())
+        return false;
+    return QPlainTextEdit::focusNextPrevChild(next);
+}
+
 void SqlEditor::keyPressEvent(QKeyEvent* event) {
     QAbstractItemView* popup = m_completer->popup();
     if (popup->isVisible()) {
@@ -208,6 +216,11 @@ void SqlEditor::keyPressEvent(QKeyEvent* event) {
             }
             // Nothing chosen: the key does what it does without the list.
             popup->hide();
+            if (event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab) {
+                QPlainTextEdit::focusNextPrevChild(event->key() == Qt::Key_Tab);
+                event->accept();
+                return;
+            }
             break;
         case Qt::Key_Escape:
             event->ignore();

@@ -422,14 +422,13 @@ bool frmExpressionBuilder::ConfirmOK() {
         m_txtVariable->setFocus(Qt::OtherFocusReason);
         return false;
     }
-    const std::string expression = m_txtExpression->storedText();
-    if (isBlankText(expression)) {
+    if (isBlankText(m_txtExpression->toPlainText().toStdString())) {
         m_services.messageBox->Show(caption, QStringLiteral("Enter expression"),
                                     MessageIcon::Exclamation, MessageButtons::Ok);
         m_txtExpression->setFocus(Qt::OtherFocusReason);
         return false;
     }
-    m_strExpression = expression;
+    m_strExpression = m_txtExpression->storedText();
     m_strVariableName = m_txtVariable->text().toStdString();
     m_blnChanged = false;
     accept();

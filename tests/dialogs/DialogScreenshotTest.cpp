@@ -1,0 +1,75 @@
+// Pictures of the three dialogs filled in as a user would on the sample database, written to
+// the build folder (the pictures in docs/ are taken from there).
+
+#include "DialogHarness.h"
+#include "marovin/frmConditionBuilder.h"
+#include "marovin/frmExpressionBuilder.h"
+#include "marovin/frmParameterValues.h"
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QTest>
+
+namespace marovin::test {
+namespace {
+
+class DialogScreenshot : public DialogTest {
+protected:
+    // Grabs the dialog into a PNG file of the build folder and checks it shows the whole dialog.
+    static void shoot(QWidget& dialog, const QString& name) {
+        QApplication::processEvents();
+        const QImage image = dialog.grab().toImage();
+        const QString dir = qEnvironmentVariable("MAROVIN_BINARY_DIR", MAROVIN_BINARY_DIR);
+        EXPECT_EQ(image.size(), dialog.size() * dialog.devicePixelRatio());
+        EXPECT_TRUE(image.save(dir + "/" + name)) << (dir + "/" + name).toStdString();
+    }
+};
+
+TEST_F(DialogScreenshot, ConditionBuilder) {
+    frmConditionBuilder dialog(services());
+    dialog.setDbMetaData(SampleConnection());
+    dialog.setStrCalculatedOrAggregatedItems("SUM(Orders.Freight)");
+    dialog.setObjTables(SampleTables());
+    dialog.setStrCondition("Customers.Country = 'Germany'{newline}AND YEAR(Orders.OrderDate) = "
+                           "<[Year]>");
+    dialog.setBlnIsActive(true);
+    dialog.setColParameters(
+        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Year", "Country"}));
+    show(dialog);
+    choose(child<QComboBox>(dialog, "cboFields"), "Orders.Freight");
+    choose(child<QComboBox>(dialog, "cboOperators"), ">=");
+    type(child<QComboBox>(dialog, "cboValue")->lineEdit(), "100");
+    child<QPlainTextEdit>(dialog, "txtCondition")->setFocus();
+    shoot(dialog, "condition-builder.png");
+}
+
+TEST_F(DialogScreenshot, ExpressionBuilder) {
+    frmExpressionBuilder dialog(services());
+    dialog.setDbMetaData(SampleConnection());
+    dialog.setObjTables(SampleTables());
+    dialog.setStrVariableName("FreightPerOrder");
+    dialog.setStrExpression("ROUND(SUM(Orders.Freight){newline}  / COUNT(Orders.OrderID), 2)");
+    dialog.setColParameters(
+        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Year", "Country"}));
+    show(dialog);
+    choose(child<QComboBox>(dialog, "cboTables"), "Orders");
+    choose(child<QComboBox>(dialog, "cboFields"), "Freight");
+    choose(child<QComboBox>(dialog, "cboAggregations"), "SUM");
+    choose(child<QComboBox>(dialog, "cboFunctionGroups"), "Mathematical");
+    choose(child<QComboBox>(dialog, "cboFunctions"), "ROUND");
+    child<QPlainTextEdit>(dialog, "txtExpression")->setFocus();
+    shoot(dialog, "expression-builder.png");
+}
+
+TEST_F(DialogScreenshot, ParameterValues) {
+    settings->SaveSetting("InitValQueryParam", "ParamString", "Germany%[--]&1997");
+    frmParameterValues dialog(services());
+    dialog.setColParameters(std::make_shared<std::vector<std::string>>(
+        std::vector<std::string>{"Country", "Year", "MinimumFreight"}));
+    show(dialog);
+    type(dialog.findChildren<QLineEdit*>("txtValue").at(2), "100");
+    shoot(dialog, "parameter-values.png");
+}
+
+} // namespace
+} // namespace marovin::test
