@@ -141,7 +141,8 @@ void ControlHarness::chooseColumn(const QString& alias, const QString& column) {
 }
 
 void ControlHarness::dragJoin(const QString& fromAlias, const QString& fromColumn,
-                              const QString& toAlias, const QString& toColumn) {
+                              const QString& toAlias, const QString& toColumn,
+                              Qt::KeyboardModifiers keys) {
     QWidget* viewport = diagram()->view()->viewport();
     const QPoint from = diagram()->columnPoint(fromAlias, fromColumn);
     QTest::mousePress(viewport, Qt::LeftButton, {}, from);
@@ -149,10 +150,10 @@ void ControlHarness::dragJoin(const QString& fromAlias, const QString& fromColum
     for (int step = 1; step <= 8; ++step) {
         const QPoint p = from + (to - from) * step / 8;
         QMouseEvent move(QEvent::MouseMove, p, viewport->mapToGlobal(p), Qt::NoButton,
-                         Qt::LeftButton, Qt::NoModifier);
+                         Qt::LeftButton, step == 8 ? keys : Qt::NoModifier);
         QApplication::sendEvent(viewport, &move);
     }
-    QTest::mouseRelease(viewport, Qt::LeftButton, {}, to);
+    QTest::mouseRelease(viewport, Qt::LeftButton, keys, to);
 }
 
 QString ControlHarness::cell(int row, int column) const {

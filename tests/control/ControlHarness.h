@@ -78,8 +78,10 @@ public:
     // Double-clicks a column row of a box in the diagram.
     void chooseColumn(const QString& alias, const QString& column);
     // Drags from one column row onto a column row of another box with the mouse.
+    // Keys held at the drop choose the join's type (Shift keeps the rows of the table dragged
+    // from, Ctrl those of the table dropped onto).
     void dragJoin(const QString& fromAlias, const QString& fromColumn, const QString& toAlias,
-                  const QString& toColumn);
+                  const QString& toColumn, Qt::KeyboardModifiers keys = Qt::NoModifier);
 
     // The grid's cell (row and column from 1) and row count.
     QString cell(int row, int column) const;

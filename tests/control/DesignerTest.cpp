@@ -2,16 +2,22 @@
 #include "ControlHarness.h"
 #include "DesignerWindow.h"
 
+#include <QAction>
 #include <QDialogButtonBox>
 #include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QGraphicsView>
 #include <QImage>
 #include <QLineEdit>
 #include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+#include <QTreeWidget>
 #include <gtest/gtest.h>
 
 using namespace marovin;
@@ -249,4 +255,174 @@ TEST(DesignerTest, AnotherDatabaseReloadsTheQueryAndReportsWhatItLacks) {
     EXPECT_EQ(d.window->query()->ToXmlText(false), original);
     EXPECT_EQ(d.window->query()->Tables()->Count(), 2);
     EXPECT_FALSE(d.window->blnModified());
+}
+
+TEST(DesignerTest, AConnectionThatCannotBeOpenedChangesNothing) {
+    QTemporaryDir dir;
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    d.chooseColumn("Customers", "City");
+    const auto connection = d.window->connection();
+    const auto query = d.window->query();
+    const std::string sql = d.window->control()->strSQL();
+
+    // A file that is not a database, and one that does not exist.
+    const QString notADatabase = dir.filePath("notes.sqlite");
+    writeFile(notADatabase, QByteArray("just some text, not a database\n").repeated(40));
+    for (const QString& file : {notADatabase, dir.filePath("missing.sqlite")}) {
+        d.box->clear();
+        EXPECT_FALSE(d.window->ConnectTo(SqliteConnection(file.toStdString())));
+        ASSERT_EQ(d.box->shown().size(), 1u) << file.toStdString();
+        const auto& shown = d.box->shown()[0];
+        EXPECT_EQ(shown.icon, MessageIcon::Critical);
+        EXPECT_TRUE(shown.strText.startsWith("Cannot connect to " + file + ": "))
+            << shown.strText.toStdString();
+        EXPECT_TRUE(shown.strText.endsWith("The designer stays on the current database."));
+        // The reason is the database's own, not the missing-tables message of the editor.
+        EXPECT_FALSE(shown.strText.contains("not in database"));
+        EXPECT_EQ(d.window->connection(), connection);
+        EXPECT_EQ(d.window->control()->DatabaseObject(), connection);
+        EXPECT_EQ(d.window->query(), query);
+        EXPECT_EQ(d.window->control()->strSQL(), sql);
+        EXPECT_TRUE(d.window->blnModified());
+    }
+}
+
+TEST(DesignerTest, ConnectingElsewhereAsksAboutUnsavedChangesFirst) {
+    QTemporaryDir dir;
+    const QString copy = dir.filePath("copy.xml");
+    ASSERT_TRUE(QFile::copy(exampleDocument(), copy));
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(copy));
+    const auto connection = d.window->connection();
+    const auto other = SqliteConnection(SampleDatabasePath());
+
+    // Without changes nobody is asked.
+    EXPECT_TRUE(d.window->ConnectTo(other));
+    EXPECT_TRUE(d.box->shown().empty());
+    EXPECT_EQ(d.window->connection(), other);
+
+    d.chooseColumn("Customers", "City");
+    const std::string sql = d.window->control()->strSQL();
+    d.box->QueueAnswer(MessageAnswer::Cancel);
+    EXPECT_FALSE(d.window->ConnectTo(connection));
+    ASSERT_EQ(d.box->shown().size(), 1u);
+    EXPECT_EQ(d.box->shown()[0].buttons, MessageButtons::YesNoCancel);
+    EXPECT_EQ(d.window->connection(), other);
+    EXPECT_EQ(d.window->control()->strSQL(), sql);
+    EXPECT_TRUE(d.window->blnModified());
+
+    // Yes saves, then the query moves to the other database as it is.
+    d.box->QueueAnswer(MessageAnswer::Yes);
+    EXPECT_TRUE(d.window->ConnectTo(connection));
+    EXPECT_EQ(d.window->connection(), connection);
+    EXPECT_TRUE(readFile(copy).contains("<NAME>Customers.City</NAME>"));
+    EXPECT_FALSE(d.window->blnModified());
+    EXPECT_EQ(d.window->control()->strSQL(), sql);
+}
+
+TEST(DesignerTest, ADocumentThatLosesTablesOnOpeningIsMarkedModified) {
+    QTemporaryDir dir;
+    const QString lossy = dir.filePath("lossy.xml");
+    QByteArray text = readFile(exampleDocument());
+    ASSERT_TRUE(text.contains("dbo.Customers"));
+    text.replace("dbo.Customers", "dbo.Clients");
+    writeFile(lossy, text);
+
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(lossy));
+    ASSERT_EQ(d.box->shown().size(), 1u);
+    EXPECT_EQ(d.box->shown()[0].strDetails, "Tables left out:\ndbo.Clients");
+    EXPECT_FALSE(d.box->shown()[0].strText.contains("on server ."));
+    EXPECT_EQ(d.window->query()->Tables()->Count(), 1);
+    EXPECT_TRUE(d.window->blnModified());
+    EXPECT_EQ(d.window->strFileName(), lossy);
+
+    // Opening another document asks before the reduced query is dropped.
+    d.box->QueueAnswer(MessageAnswer::Cancel);
+    EXPECT_FALSE(d.window->NewDocument());
+    EXPECT_EQ(d.box->shown().size(), 2u);
+    EXPECT_EQ(readFile(lossy), text);
+}
+
+TEST(DesignerTest, TheConditionListKeepsCtrlQAndQuitHasItsOwnKeys) {
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    auto* conditions = d.window->control()->findChild<QTreeWidget*>("lvConditions");
+    ASSERT_TRUE(conditions);
+    conditions->setFocus();
+    conditions->setCurrentItem(conditions->topLevelItem(0));
+    QTest::keyClick(conditions, Qt::Key_Q, Qt::ControlModifier);
+    QApplication::processEvents();
+    EXPECT_TRUE(d.window->isVisible());
+
+    // The menus' keys are all different, and none is Ctrl+Q, the key of the conditions list.
+    QSet<QKeySequence> menuKeys;
+    for (QAction* action : d.window->findChildren<QAction*>())
+        for (const QKeySequence& key : action->shortcuts()) {
+            EXPECT_FALSE(menuKeys.contains(key)) << key.toString().toStdString();
+            menuKeys.insert(key);
+        }
+    EXPECT_FALSE(menuKeys.contains(QKeySequence(Qt::CTRL | Qt::Key_Q)));
+
+    // Ctrl+Shift+Q closes the window (nothing is unsaved).
+    d.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    QTest::keyClick(d.window.get(), Qt::Key_Q, Qt::ControlModifier | Qt::ShiftModifier);
+    QApplication::processEvents();
+    EXPECT_FALSE(d.window->isVisible());
+    EXPECT_TRUE(d.box->shown().empty());
+}
+
+TEST(DesignerTest, SaveAsAddsTheDocumentSuffixToANameTypedWithoutOne) {
+    QTemporaryDir dir;
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    d.chooseColumn("Customers", "City");
+    const QString typed = dir.filePath("freight by city");
+    d.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    bool dialogSeen = false;
+    QStringList unexpected;
+    // Fills in the dialog once it is up; anything else that comes up is noted and closed, so a
+    // failure cannot hang the test.
+    QTimer driver;
+    int ticks = 0;
+    QObject::connect(&driver, &QTimer::timeout, [&] {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (!modal) {
+            if (++ticks > 200)
+                driver.stop();
+            return;
+        }
+        auto* dialog = qobject_cast<QFileDialog*>(modal);
+        if (!dialog || dialogSeen) {
+            unexpected << modal->objectName() + ": " + modal->property("text").toString();
+            if (auto* other = qobject_cast<QDialog*>(modal))
+                other->reject();
+            return;
+        }
+        dialogSeen = dialog->objectName() == "saveAsDialog";
+        auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+        if (!dialogSeen || !name) {
+            dialog->reject();
+            return;
+        }
+        dialog->setDirectory(dir.path());
+        name->setFocus();
+        name->clear();
+        QTest::keyClicks(name, QFileInfo(typed).fileName());
+        // Return from a timer of its own: whatever Return opens must find this one free.
+        QTimer::singleShot(0, name, [name] { QTest::keyClick(name, Qt::Key_Return); });
+    });
+    driver.start(20);
+    QTest::keyClick(d.window.get(), Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+    driver.stop();
+    ASSERT_TRUE(dialogSeen);
+    EXPECT_TRUE(unexpected.isEmpty()) << unexpected.join('\n').toStdString();
+    EXPECT_EQ(d.window->strFileName(), typed + ".xml");
+    EXPECT_TRUE(QFile::exists(typed + ".xml"));
+    EXPECT_FALSE(QFile::exists(typed));
+    EXPECT_FALSE(d.window->blnModified());
+    EXPECT_TRUE(d.window->windowTitle().startsWith("freight by city.xml"));
 }

@@ -413,3 +413,39 @@ TEST(TablesPaneTest, ANameWithTwoDotsGetsItsLastPartAsAlias) {
     EXPECT_EQ(h.query->Tables()->Item(2)->strName(), "dbo.[sales.Orders]");
     EXPECT_EQ(h.query->Tables()->Item(2)->strAlias(), "Orders1");
 }
+
+TEST(TablesPaneTest, JoinsDrawnFromANewTableOntoAJoinedOneGiveAStatementSQLiteRuns) {
+    ControlHarness h;
+    for (const char* table : {"dbo.Orders", "dbo.Customers", "dbo.Employees", "dbo.Shippers"})
+        h.placeTable(table);
+    h.chooseColumn("Customers", "CompanyName");
+    h.chooseColumn("Employees", "LastName");
+    h.chooseColumn("Shippers", "CompanyName");
+    h.dragJoin("Orders", "CustomerID", "Customers", "CustomerID");
+    // Dragged from the new table onto the joined one, keeping all rows of the new table (Shift),
+    // and an inner join the same way round.
+    h.dragJoin("Employees", "EmployeeID", "Orders", "EmployeeID", Qt::ShiftModifier);
+    h.dragJoin("Shippers", "ShipperID", "Orders", "ShipVia");
+    ASSERT_TRUE(h.box->shown().empty());
+
+    // The chain grows from the joined tables; the outer side moves with the swap.
+    const auto joins = h.query->JoinConditions();
+    ASSERT_EQ(joins->Count(), 3);
+    EXPECT_EQ(joins->Item(2)->LeftTable()->strAlias(), "Orders");
+    EXPECT_EQ(joins->Item(2)->RightTable()->strAlias(), "Employees");
+    EXPECT_FALSE(joins->Item(2)->blnIncludeAllRowsOfLeftTable());
+    EXPECT_TRUE(joins->Item(2)->blnIncludeAllRowsOfRightTable());
+    EXPECT_EQ(joins->Item(3)->LeftTable()->strAlias(), "Orders");
+    EXPECT_EQ(joins->Item(3)->strCondition(), "(Orders.ShipVia = Shippers.ShipperID)");
+
+    const std::string sql = h.control().strSQL();
+    EXPECT_NE(sql.find("RIGHT OUTER JOIN dbo.Employees AS Employees\r\n     ON (Orders.EmployeeID "
+                       "= Employees.EmployeeID)"),
+              std::string::npos)
+        << sql;
+    std::string error;
+    const auto rows = h.db->FireQuery(sql, error, 1000);
+    ASSERT_TRUE(error.empty()) << error << "\n" << sql;
+    ASSERT_TRUE(rows);
+    EXPECT_GT(rows->RecordCount(), 0);
+}

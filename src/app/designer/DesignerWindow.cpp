@@ -64,7 +64,11 @@ void DesignerWindow::createMenus() {
     saveAction->setShortcut(QKeySequence::Save);
     QAction* saveAsAction =
         file->addAction(tr("Save &As..."), this, guardedAction(&DesignerWindow::saveAsFromMenu));
-    saveAsAction->setShortcut(QKeySequence::SaveAs);
+    // The platform's Save As key where it has one; some keyboard schemes have none.
+    QList<QKeySequence> saveAsKeys = QKeySequence::keyBindings(QKeySequence::SaveAs);
+    if (saveAsKeys.isEmpty())
+        saveAsKeys.append(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
+    saveAsAction->setShortcuts(saveAsKeys);
     file->addSeparator();
     file->addAction(tr("&Connect to database..."), this,
                     guardedAction(&DesignerWindow::chooseConnection));
