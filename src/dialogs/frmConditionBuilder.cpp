@@ -51,7 +51,7 @@ frmConditionBuilder::frmConditionBuilder(PlatformServices services, QWidget* par
     setBlnIsActive(true);
     EnableButtons();
     restoreDialogSize(*this, m_services.settings.get(), QString::fromLatin1(kSizeKey),
-                      QSize(760, 440));
+                      QSize(740, 380));
 }
 
 frmConditionBuilder::~frmConditionBuilder() = default;
@@ -145,6 +145,7 @@ void frmConditionBuilder::buildControls() {
     pick->setColumnStretch(0, 3);
     pick->setColumnStretch(2, 3);
     auto* use = new QHBoxLayout;
+    use->setSpacing(8);
     use->addStretch(1);
     use->addWidget(m_cmdAddToCondition);
     use->addWidget(m_cmdAppendToCondition);

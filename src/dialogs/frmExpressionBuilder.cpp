@@ -49,7 +49,7 @@ frmExpressionBuilder::frmExpressionBuilder(PlatformServices services, QWidget* p
     fillParameters();
     EnableButtons();
     restoreDialogSize(*this, m_services.settings.get(), QString::fromLatin1(kSizeKey),
-                      QSize(820, 560));
+                      QSize(820, 520));
 }
 
 frmExpressionBuilder::~frmExpressionBuilder() = default;
@@ -107,6 +107,10 @@ void frmExpressionBuilder::buildControls() {
                            QKeySequence(), QStringLiteral("Insert a line break (Alt+W)"));
     m_cmdClear = makeKey(QStringLiteral("C&lear"), "cmdClear", QStringLiteral("Clear"),
                          QKeySequence(), QStringLiteral("Empty the expression (Alt+L)"));
+    // The keys of one character are as narrow as the digits' keys, the worded ones as wide as
+    // their captions.
+    for (QPushButton* button : {m_cmdBrackets, m_cmdLeft, m_cmdRight})
+        button->setFixedWidth(button->fontMetrics().horizontalAdvance(QStringLiteral("( )")) + 22);
     for (QPushButton* button : {m_cmdBrackets, m_cmdLeft, m_cmdRight, m_cmdNewLine, m_cmdClear})
         keypad->addWidget(button);
     keypad->addStretch(1);
