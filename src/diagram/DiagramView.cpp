@@ -640,6 +640,39 @@ void DiagramView::focusOutEvent(QFocusEvent* event) {
     QGraphicsView::focusOutEvent(event);
 }
 
+void DiagramView::fitBoxCaches() {
+    // A box is cached as a device pixmap, so that moving it repaints no text. Of an item much
+    // larger than the viewport Qt caches only the part in view, and that partial pixmap is not
+    // brought up to date when the view scrolls over the item: a row or a selection frame changed
+    // meanwhile stays half drawn. A box that does not fit in the viewport (as it stands now,
+    // zoom included) is therefore painted directly.
+    const QSize room = viewport()->size();
+    for (TableBoxItem* box : m_owner->m_boxes) {
+        const QRectF onView = transform().mapRect(box->sceneBoundingRect());
+        const bool fits =
+            onView.width() + 2 <= room.width() && onView.height() + 2 <= room.height();
+        const QGraphicsItem::CacheMode mode =
+            fits ? QGraphicsItem::DeviceCoordinateCache : QGraphicsItem::NoCache;
+        if (box->cacheMode() != mode)
+            box->setCacheMode(mode);
+    }
+}
+
+void DiagramView::paintEvent(QPaintEvent* event) {
+    // Sizes change with the viewport, the zoom and the boxes themselves; every paint sees all
+    // three as they are.
+    fitBoxCaches();
+    QGraphicsView::paintEvent(event);
+}
+
+void DiagramView::scrollContentsBy(int dx, int dy) {
+    QGraphicsView::scrollContentsBy(dx, dy);
+    // Scrolling moves the pixels already shown; the hint of an empty diagram stays in the middle
+    // of the viewport, so it is drawn afresh rather than moved with the canvas.
+    if (m_owner->m_boxes.isEmpty() && !m_owner->m_placeholderText.isEmpty())
+        viewport()->update();
+}
+
 void DiagramView::drawBackground(QPainter* painter, const QRectF& rect) {
     painter->fillRect(rect, m_style->canvas);
     // A quiet dot grid gives the canvas depth without competing with the boxes. It is left out

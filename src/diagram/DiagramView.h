@@ -42,6 +42,8 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
     void drawBackground(QPainter* painter, const QRectF& rect) override;
     void drawForeground(QPainter* painter, const QRectF& rect) override;
 
@@ -74,6 +76,8 @@ private:
     void moveCurrentRow(int delta, bool absolute);
     void zoomBy(qreal factor);
     void setViewFocusOnBoxes(bool focused);
+    // Caches the boxes that fit in the viewport as device pixmaps and paints the others directly.
+    void fitBoxCaches();
 
     dvTablesAndJoins* m_owner;   // Not owned.
     const DiagramStyle* m_style; // Not owned.

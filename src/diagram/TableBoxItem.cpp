@@ -15,7 +15,8 @@ TableBoxItem::TableBoxItem(const TableDefinition& definition, const QSizeF& size
                            const DiagramStyle* style)
     : m_definition(definition), m_style(style) {
     setFlag(ItemSendsGeometryChanges);
-    // Boxes are redrawn only when their own look changes; moving one just blits the cache.
+    // Boxes are redrawn only when their own look changes; moving one just blits the cache. The
+    // view paints a box larger than itself directly (DiagramView::fitBoxCaches).
     setCacheMode(DeviceCoordinateCache);
     m_size = size.expandedTo(minimumSize());
 }
