@@ -3,6 +3,7 @@
 #include "marovin/platform/SqlHighlighter.h"
 
 #include <QFontInfo>
+#include <QFontMetricsF>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextLayout>
@@ -60,13 +61,27 @@ TEST(SqlTextViewTest, KeepsTheTextByteForByteAndShowsOneLinePerCrLf) {
     EXPECT_EQ(view.document()->blockCount(), 3);
     EXPECT_EQ(view.document()->findBlockByNumber(1).text(), "FROM Orders");
     EXPECT_FALSE(view.toPlainText().contains(QChar('\r')));
-    EXPECT_TRUE(QFontInfo(view.font()).fixedPitch());
 
     // Typing does not change a read-only view.
     view.show();
     QTest::keyClicks(&view, "DROP");
     EXPECT_EQ(view.strText(), sql);
     EXPECT_FALSE(view.toPlainText().contains("DROP"));
+}
+
+TEST(SqlTextViewTest, ShowsEveryCharacterOfAStatementAtTheSameWidth) {
+    // What matters is what the user sees: columns of a statement line up. Whether fontconfig
+    // calls the font monospaced varies with the fonts a machine has.
+    SqlTextView view;
+    const QFontMetricsF metrics(view.font());
+    const qreal width = metrics.horizontalAdvance(QChar('M'));
+    ASSERT_GT(width, 0);
+    const QString statement = "SELECT iIlL1 mMwW 0123456789 ()[]{}<>=!+-*/%.,;:'\"_@#$ AS x";
+    for (const QChar character : statement)
+        EXPECT_DOUBLE_EQ(metrics.horizontalAdvance(character), width)
+            << "'" << QString(character).toStdString() << "' in "
+            << QFontInfo(view.font()).family().toStdString();
+    EXPECT_DOUBLE_EQ(metrics.horizontalAdvance(statement), width * statement.size());
 }
 
 TEST(SqlTextViewTest, AppliesTheColoursToTheShownDocument) {

@@ -1,13 +1,5 @@
-#include <QApplication>
-#include <cstdlib>
-#include <gtest/gtest.h>
+#include "../QtTestMain.h"
 
-// The widgets under test need a QApplication; the offscreen platform is set by the build.
 int main(int argc, char** argv) {
-    // Listing the tests (as CTest does to discover them) needs no display either.
-    if (std::getenv("QT_QPA_PLATFORM") == nullptr)
-        setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
+    return marovin::test::RunQtTests(argc, argv, "MarovinPlatformTests");
 }
