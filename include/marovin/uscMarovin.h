@@ -36,7 +36,8 @@ class SqlTextView;
 // Child views carry object names a host or a test can find them by: "lstTables",
 // "dvTablesAndJoins", "jgSelectedFields", "lvConditions", "lvExpressions", "txtSQLQuery",
 // "chkAlsoListSystemTables", "chkAlsoListViews", "chkUniqueRecords", "cmdAddTableToJoiner",
-// "cmdSubQueries", "cmdMoveUp", "cmdMoveDown", "cmdRemoveSelectItem", "cmdRemoveCondition",
+// "cmdSubQueries", "cmdMoveUp", "cmdMoveDown", "cmdRemoveSelectItem", "cmdAddCondition",
+// "cmdEditCondition", "cmdRemoveCondition", "cmdAddExpression", "cmdEditExpression",
 // "cmdRemoveExpression".
 class uscMarovin : public QWidget {
     Q_OBJECT
@@ -68,6 +69,18 @@ public:
     const QStringList& missingTables() const { return m_missingTables; }
     // Places the table selected in the table list in the diagram.
     void SelectTable();
+    // A new condition written in the condition builder; a blank one is dropped.
+    void AddCondition();
+    // The selected condition opened in the condition builder; nothing happens without one, and
+    // a condition confirmed unchanged raises no Changed.
+    void EditCurrentCondition();
+    // A new calculated item written in the expression builder; a blank name or expression is
+    // dropped, and a name already used by an output column or a calculated item gets "_" in
+    // front of it until it is unique.
+    void AddExpression();
+    // The selected calculated item opened in the expression builder; nothing happens without
+    // one. An edited name is not made unique.
+    void EditSelectedExpression();
     // Remove the selected condition or calculated item after asking the user.
     void RemoveCondition();
     void RemoveExpression();
@@ -145,6 +158,20 @@ private:
     static void setConditionActive(QTreeWidgetItem* item, bool blnIsActive);
     static bool conditionIsActive(const QTreeWidgetItem* item);
     bool handleListKey(QTreeWidget* list, QEvent* event);
+    bool handleListDoubleClick(QTreeWidget* list, QEvent* event);
+    void onConditionItemChanged(QTreeWidgetItem* item, int column);
+    // The condition builder over this control; returns the condition as the user left it and
+    // updates blnIsActive.
+    std::string RunConditionBuilder(bool& blnIsActive, const std::string& strCondition);
+    // The expression builder over this control; returns name " <-- " expression.
+    std::string RunExpressionBuilder(const std::string& strVariableName,
+                                     const std::string& strExpression);
+    // The further field candidates of the condition builder, joined by "##": the aggregated
+    // output columns, then the shown calculated items.
+    std::string calculatedOrAggregatedItems() const;
+    void setConditionItem(QTreeWidgetItem* item, const std::string& strCondition, bool blnIsActive);
+    void setExpressionItem(QTreeWidgetItem* item, const std::string& strName,
+                           const std::string& strExpression, const std::string& strToolTip);
 
     // Assembly and loading (QueryAssembly.cpp, QueryLoading.cpp).
     std::string AssembleQuery();
@@ -162,6 +189,9 @@ private:
     std::shared_ptr<std::vector<std::string>> m_colParameters;
     std::shared_ptr<cSQLQuery> m_currentSubQuery;
     bool m_blnLoading = false;
+    // Set while the control itself sets a condition's check box, so that only the user's clicks
+    // count as switching it.
+    bool m_blnSettingCheck = false;
     int m_intPlacementCounter = 0;
     QStringList m_missingTables;
 
@@ -181,7 +211,11 @@ private:
     QPushButton* m_cmdMoveUp = nullptr;
     QPushButton* m_cmdMoveDown = nullptr;
     QPushButton* m_cmdRemoveSelectItem = nullptr;
+    QPushButton* m_cmdAddCondition = nullptr;
+    QPushButton* m_cmdEditCondition = nullptr;
     QPushButton* m_cmdRemoveCondition = nullptr;
+    QPushButton* m_cmdAddExpression = nullptr;
+    QPushButton* m_cmdEditExpression = nullptr;
     QPushButton* m_cmdRemoveExpression = nullptr;
     QSplitter* m_splitRows = nullptr;
     QSplitter* m_splitTop = nullptr;

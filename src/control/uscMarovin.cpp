@@ -188,15 +188,32 @@ void uscMarovin::setupViews() {
     m_lvConditions->setRootIsDecorated(false);
     m_lvConditions->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_lvConditions->installEventFilter(this);
-    m_cmdRemoveCondition = new QPushButton(tr("Remove condition"));
+    m_lvConditions->viewport()->installEventFilter(this);
+    m_cmdAddCondition = new QPushButton(tr("Add..."));
+    m_cmdAddCondition->setObjectName(QStringLiteral("cmdAddCondition"));
+    m_cmdAddCondition->setAccessibleName(tr("Add condition"));
+    m_cmdAddCondition->setToolTip(tr("Add condition"));
+    m_cmdEditCondition = new QPushButton(tr("Edit..."));
+    m_cmdEditCondition->setObjectName(QStringLiteral("cmdEditCondition"));
+    m_cmdEditCondition->setAccessibleName(tr("Edit condition"));
+    m_cmdEditCondition->setToolTip(tr("Edit condition"));
+    m_cmdRemoveCondition = new QPushButton(tr("Remove"));
     m_cmdRemoveCondition->setObjectName(QStringLiteral("cmdRemoveCondition"));
+    m_cmdRemoveCondition->setAccessibleName(tr("Remove condition"));
+    m_cmdRemoveCondition->setToolTip(tr("Remove condition"));
+    // The buttons stand in a column beside the list, as in the grid's pane, so that the pane
+    // stays narrow.
+    auto* conditionButtons = new QVBoxLayout;
+    conditionButtons->addWidget(m_cmdAddCondition);
+    conditionButtons->addWidget(m_cmdEditCondition);
+    conditionButtons->addWidget(m_cmdRemoveCondition);
+    conditionButtons->addStretch(1);
+    auto* conditionRow = new QHBoxLayout;
+    conditionRow->addWidget(m_lvConditions, 1);
+    conditionRow->addLayout(conditionButtons);
     auto* conditionsLayout = new QVBoxLayout;
     conditionsLayout->addWidget(paneLabel(tr("&Conditions"), m_lvConditions));
-    conditionsLayout->addWidget(m_lvConditions, 1);
-    auto* conditionButtons = new QHBoxLayout;
-    conditionButtons->addStretch(1);
-    conditionButtons->addWidget(m_cmdRemoveCondition);
-    conditionsLayout->addLayout(conditionButtons);
+    conditionsLayout->addLayout(conditionRow, 1);
 
     m_lvExpressions = new QTreeWidget;
     m_lvExpressions->setObjectName(QStringLiteral("lvExpressions"));
@@ -207,15 +224,32 @@ void uscMarovin::setupViews() {
     m_lvExpressions->header()->resizeSection(0, 120);
     m_lvExpressions->header()->resizeSection(1, 24);
     m_lvExpressions->installEventFilter(this);
-    m_cmdRemoveExpression = new QPushButton(tr("Remove calculated item"));
+    m_lvExpressions->viewport()->installEventFilter(this);
+    m_cmdAddExpression = new QPushButton(tr("Add..."));
+    m_cmdAddExpression->setObjectName(QStringLiteral("cmdAddExpression"));
+    m_cmdAddExpression->setAccessibleName(tr("Add calculated item"));
+    m_cmdAddExpression->setToolTip(tr("Add calculated item"));
+    m_cmdEditExpression = new QPushButton(tr("Edit..."));
+    m_cmdEditExpression->setObjectName(QStringLiteral("cmdEditExpression"));
+    m_cmdEditExpression->setAccessibleName(tr("Edit calculated item"));
+    m_cmdEditExpression->setToolTip(tr("Edit calculated item"));
+    m_cmdRemoveExpression = new QPushButton(tr("Remove"));
     m_cmdRemoveExpression->setObjectName(QStringLiteral("cmdRemoveExpression"));
+    m_cmdRemoveExpression->setAccessibleName(tr("Remove calculated item"));
+    m_cmdRemoveExpression->setToolTip(tr("Remove calculated item"));
+    // The buttons stand in a column beside the list, as in the grid's pane, so that the pane
+    // stays narrow.
+    auto* expressionButtons = new QVBoxLayout;
+    expressionButtons->addWidget(m_cmdAddExpression);
+    expressionButtons->addWidget(m_cmdEditExpression);
+    expressionButtons->addWidget(m_cmdRemoveExpression);
+    expressionButtons->addStretch(1);
+    auto* expressionRow = new QHBoxLayout;
+    expressionRow->addWidget(m_lvExpressions, 1);
+    expressionRow->addLayout(expressionButtons);
     auto* expressionsLayout = new QVBoxLayout;
     expressionsLayout->addWidget(paneLabel(tr("Calculated &items"), m_lvExpressions));
-    expressionsLayout->addWidget(m_lvExpressions, 1);
-    auto* expressionButtons = new QHBoxLayout;
-    expressionButtons->addStretch(1);
-    expressionButtons->addWidget(m_cmdRemoveExpression);
-    expressionsLayout->addLayout(expressionButtons);
+    expressionsLayout->addLayout(expressionRow, 1);
 
     m_splitLists = new QSplitter(Qt::Horizontal);
     m_splitLists->setObjectName(QStringLiteral("splitLists"));
@@ -295,6 +329,14 @@ void uscMarovin::setupViews() {
     connect(m_cmdMoveDown, &QPushButton::clicked, this, on([this] { MoveSelectItemDown(); }));
     connect(m_cmdRemoveSelectItem, &QPushButton::clicked, this, [this] { RemoveSelectItem(true); });
 
+    connect(m_cmdAddCondition, &QPushButton::clicked, this, [this] { AddCondition(); });
+    connect(m_cmdEditCondition, &QPushButton::clicked, this, [this] { EditCurrentCondition(); });
+    connect(m_cmdAddExpression, &QPushButton::clicked, this, [this] { AddExpression(); });
+    connect(m_cmdEditExpression, &QPushButton::clicked, this, [this] { EditSelectedExpression(); });
+    connect(m_lvConditions, &QTreeWidget::itemChanged, this,
+            [this](QTreeWidgetItem* item, int column) {
+                guarded(tr("Conditions"), [&] { onConditionItemChanged(item, column); });
+            });
     connect(m_cmdRemoveCondition, &QPushButton::clicked, this, [this] { RemoveCondition(); });
     connect(m_cmdRemoveExpression, &QPushButton::clicked, this, [this] { RemoveExpression(); });
     connect(m_lvConditions, &QTreeWidget::itemClicked, this, on([this] { EnableButtons(); }));
@@ -502,6 +544,12 @@ void uscMarovin::EnableButtons() {
     m_chkUniqueRecords->setEnabled(hasRows);
     if (!hasRows)
         m_chkUniqueRecords->setChecked(false);
+    const bool conditionSelected = !m_lvConditions->selectedItems().isEmpty();
+    m_cmdEditCondition->setEnabled(conditionSelected);
+    m_cmdRemoveCondition->setEnabled(conditionSelected);
+    const bool expressionSelected = !m_lvExpressions->selectedItems().isEmpty();
+    m_cmdEditExpression->setEnabled(expressionSelected);
+    m_cmdRemoveExpression->setEnabled(expressionSelected);
 }
 
 bool uscMarovin::eventFilter(QObject* watched, QEvent* event) {
@@ -516,6 +564,14 @@ bool uscMarovin::eventFilter(QObject* watched, QEvent* event) {
     if (watched == m_lvConditions || watched == m_lvExpressions) {
         guarded(tr("Conditions"),
                 [&] { handled = handleListKey(static_cast<QTreeWidget*>(watched), event); });
+        if (handled)
+            return true;
+    }
+    if (event->type() == QEvent::MouseButtonDblClick &&
+        (watched == m_lvConditions->viewport() || watched == m_lvExpressions->viewport())) {
+        QTreeWidget* list =
+            watched == m_lvConditions->viewport() ? m_lvConditions : m_lvExpressions;
+        guarded(tr("Conditions"), [&] { handled = handleListDoubleClick(list, event); });
         if (handled)
             return true;
     }

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QGraphicsView>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <cstdio>
@@ -154,6 +155,37 @@ void ControlHarness::dragJoin(const QString& fromAlias, const QString& fromColum
         QApplication::sendEvent(viewport, &move);
     }
     QTest::mouseRelease(viewport, Qt::LeftButton, keys, to);
+}
+
+ModalDriver::ModalDriver(std::function<void(QDialog&)> action) : m_action(std::move(action)) {
+    QObject::connect(&m_timer, &QTimer::timeout, [this] { tick(); });
+    m_timer.start(10);
+}
+
+void ModalDriver::tick() {
+    auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+    if (!dialog) {
+        // Done once the dialog has gone; five seconds without one: nothing is coming.
+        if (m_ran || ++m_ticks > 500)
+            m_timer.stop();
+        return;
+    }
+    if (m_ran) {
+        dialog->reject();
+        return;
+    }
+    m_ran = true;
+    m_dialogClass = QString::fromLatin1(dialog->metaObject()->className());
+    // The action runs from a timer of its own, so that this one stays free to close whatever
+    // the action opens and leaves behind.
+    QPointer<QDialog> target(dialog);
+    QTimer::singleShot(0, dialog, [this, target] {
+        m_action(*target);
+        QTimer::singleShot(0, [target] {
+            if (target && target->isVisible())
+                target->reject();
+        });
+    });
 }
 
 QString ControlHarness::cell(int row, int column) const {

@@ -11,10 +11,13 @@
 #include "marovin/uscMarovin.h"
 
 #include <QCheckBox>
+#include <QDialog>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTableView>
+#include <QTimer>
 #include <QTreeWidget>
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -49,6 +52,27 @@ public:
 
 private:
     std::shared_ptr<CountingBusyPointer> m_busy;
+};
+
+// Acts on the next modal dialog once it is up, from a timer, while the dialog's own loop runs.
+// A dialog the action leaves open, or any further one, is rejected, so that a failing test
+// cannot hang. Create it just before the call that opens the dialog.
+class ModalDriver {
+public:
+    explicit ModalDriver(std::function<void(QDialog&)> action);
+    // Whether a dialog came up and the action ran on it.
+    bool ran() const { return m_ran; }
+    // The class name of the dialog the action ran on.
+    const QString& dialogClass() const { return m_dialogClass; }
+
+private:
+    void tick();
+
+    std::function<void(QDialog&)> m_action;
+    QTimer m_timer;
+    int m_ticks = 0;
+    bool m_ran = false;
+    QString m_dialogClass;
 };
 
 // One control on the sample database with scripted message boxes and in-memory settings,

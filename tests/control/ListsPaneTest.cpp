@@ -1,6 +1,11 @@
 #include "ControlHarness.h"
 
 #include <QAction>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QStyle>
+#include <QStyleOptionViewItem>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -26,6 +31,76 @@ void select(QTreeWidget* list, int index) {
     list->setFocus();
     QTreeWidgetItem* item = list->topLevelItem(index);
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(item).center());
+}
+
+// The centre of an item's check box.
+QPoint checkBoxPoint(QTreeWidget* list, int index) {
+    QStyleOptionViewItem option;
+    option.initFrom(list->viewport());
+    option.rect = list->visualItemRect(list->topLevelItem(index));
+    option.features |= QStyleOptionViewItem::HasCheckIndicator;
+    return list->style()
+        ->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, list)
+        .center();
+}
+
+void doubleClick(QTreeWidget* list, const QPoint& at) {
+    QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, at);
+}
+
+QPoint below(QTreeWidget* list) {
+    return QPoint(list->viewport()->width() / 2, list->viewport()->height() - 4);
+}
+
+// Types a text into a builder's editor: line breaks as the Return key.
+void typeLines(QWidget* editor, const QString& text) {
+    editor->setFocus();
+    const QStringList lines = text.split('\n');
+    for (int i = 0; i < lines.size(); ++i) {
+        if (i > 0)
+            QTest::keyClick(editor, Qt::Key_Return);
+        QTest::keyClicks(editor, lines[i]);
+    }
+}
+
+// Writes the condition in the condition builder and confirms it with OK.
+ModalDriver writeCondition(const QString& text, bool clearFirst = true) {
+    return ModalDriver([text, clearFirst](QDialog& dialog) {
+        auto* editor = dialog.findChild<QPlainTextEdit*>("txtCondition");
+        ASSERT_TRUE(editor);
+        if (clearFirst)
+            editor->clear();
+        typeLines(editor, text);
+        QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
+    });
+}
+
+ModalDriver writeExpression(const QString& name, const QString& expression) {
+    return ModalDriver([name, expression](QDialog& dialog) {
+        auto* variable = dialog.findChild<QLineEdit*>("txtVariable");
+        auto* editor = dialog.findChild<QPlainTextEdit*>("txtExpression");
+        ASSERT_TRUE(variable && editor);
+        variable->selectAll();
+        QTest::keyClicks(variable, name);
+        editor->clear();
+        typeLines(editor, expression);
+        QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
+    });
+}
+
+// Presses OK without touching anything.
+ModalDriver confirmUnchanged() {
+    return ModalDriver([](QDialog& dialog) {
+        QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
+    });
+}
+
+// Runs the statement on the sample database; fails the test with the database's reason.
+void expectRuns(const ControlHarness& h, const std::string& sql) {
+    std::string error;
+    const auto rows = h.db->FireQuery(sql, error, 100);
+    EXPECT_TRUE(error.empty()) << error << "\n" << sql;
+    EXPECT_TRUE(rows != nullptr);
 }
 
 } // namespace
@@ -72,7 +147,8 @@ TEST(ListsPaneTest, RemovingAConditionAsksFirst) {
     ControlHarness h;
     h.load(kQuery);
     // Without a selection only the buttons are updated.
-    h.clickButton("cmdRemoveCondition");
+    EXPECT_FALSE(h.button("cmdRemoveCondition")->isEnabled());
+    h.control().RemoveCondition();
     EXPECT_TRUE(h.box->shown().empty());
 
     select(h.conditions(), 1);
@@ -132,13 +208,35 @@ TEST(ListsPaneTest, CtrlQSwitchesAConditionOnlyWhileParametersAreSet) {
     QTest::keyClick(h.conditions(), Qt::Key_Q, Qt::ControlModifier);
     EXPECT_EQ(h.changed, 2);
     EXPECT_EQ(h.conditions()->topLevelItem(1)->checkState(0), Qt::Checked);
+}
 
-    // A click on the check box does not switch it: only Ctrl+Q does.
-    QTreeWidgetItem* item = h.conditions()->topLevelItem(0);
-    const QRect rect = h.conditions()->visualItemRect(item);
+TEST(ListsPaneTest, ClickingAConditionsCheckBoxSwitchesIt) {
+    ControlHarness h;
+    h.load(kQuery);
+    h.changed = 0;
+    // Without parameters too: the check box is the visible switch.
     QTest::mouseClick(h.conditions()->viewport(), Qt::LeftButton, {},
-                      QPoint(rect.left() + 8, rect.center().y()));
-    EXPECT_EQ(item->checkState(0), Qt::Checked);
+                      checkBoxPoint(h.conditions(), 1));
+    EXPECT_EQ(h.conditions()->topLevelItem(1)->checkState(0), Qt::Checked);
+    EXPECT_EQ(h.changed, 1);
+    EXPECT_TRUE(h.query->Filters()->Item(2)->blnIsActive());
+    EXPECT_NE(h.control().strSQL().find("(Orders.Freight > 10)"), std::string::npos);
+    EXPECT_EQ(h.conditions()->topLevelItem(1)->foreground(0).color(),
+              h.conditions()->topLevelItem(0)->foreground(0).color());
+
+    QTest::mouseClick(h.conditions()->viewport(), Qt::LeftButton, {},
+                      checkBoxPoint(h.conditions(), 0));
+    EXPECT_EQ(h.conditions()->topLevelItem(0)->checkState(0), Qt::Unchecked);
+    EXPECT_EQ(h.changed, 2);
+    EXPECT_FALSE(h.query->Filters()->Item(1)->blnIsActive());
+    EXPECT_EQ(h.control().strSQL().find("'Germany'"), std::string::npos);
+
+    // A click on the text only selects.
+    const QRect text = h.conditions()->visualItemRect(h.conditions()->topLevelItem(1));
+    QTest::mouseClick(h.conditions()->viewport(), Qt::LeftButton, {},
+                      QPoint(text.right() - 10, text.center().y()));
+    EXPECT_EQ(h.conditions()->topLevelItem(1)->checkState(0), Qt::Checked);
+    EXPECT_EQ(h.changed, 2);
 }
 
 TEST(ListsPaneTest, CtrlQInTheConditionsListNeverReachesTheHostsShortcuts) {
@@ -167,4 +265,269 @@ TEST(ListsPaneTest, CtrlQInTheConditionsListNeverReachesTheHostsShortcuts) {
     EXPECT_EQ(h.conditions()->topLevelItem(0)->checkState(0), Qt::Unchecked);
     EXPECT_EQ(h.changed, 1);
     EXPECT_FALSE(h.query->Filters()->Item(1)->blnIsActive());
+}
+
+TEST(ListsPaneTest, ConditionsAreWrittenInTheBuilderAndRouted) {
+    ControlHarness h;
+    h.load(R"(<SQLQuery>
+  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
+  <ITEMS_SELECTED>
+    <ITEM><NAME>Orders.ShipCountry</NAME><ALIAS>ShipCountry</ALIAS></ITEM>
+    <ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS><AGGREGATION>SUM</AGGREGATION></ITEM>
+  </ITEMS_SELECTED>
+</SQLQuery>)");
+    EXPECT_TRUE(h.button("cmdAddCondition")->isEnabled());
+    EXPECT_FALSE(h.button("cmdEditCondition")->isEnabled());
+    h.changed = 0;
+
+    {
+        auto driver =
+            writeCondition("Orders.ShipCountry = 'Germany'\nOR Orders.ShipCountry = 'France'");
+        h.clickButton("cmdAddCondition");
+        ASSERT_TRUE(driver.ran());
+        EXPECT_EQ(driver.dialogClass(), "marovin::frmConditionBuilder");
+    }
+    ASSERT_EQ(h.conditions()->topLevelItemCount(), 1);
+    QTreeWidgetItem* item = h.conditions()->topLevelItem(0);
+    EXPECT_EQ(item->text(0), "Orders.ShipCountry = 'Germany' OR Orders.ShipCountry = 'France'");
+    EXPECT_EQ(item->data(0, Qt::UserRole).toString(),
+              "Orders.ShipCountry = 'Germany'{newline}OR Orders.ShipCountry = 'France'");
+    EXPECT_EQ(item->toolTip(0), item->data(0, Qt::UserRole).toString());
+    EXPECT_EQ(item->checkState(0), Qt::Checked);
+    EXPECT_EQ(h.changed, 1);
+    std::string sql = h.control().strSQL();
+    EXPECT_NE(sql.find("WHERE\r\n      (Orders.ShipCountry = 'Germany' OR"), std::string::npos)
+        << sql;
+    expectRuns(h, sql);
+
+    // A condition on an aggregate goes to HAVING, after the grouping; the statement runs.
+    {
+        auto driver = writeCondition("SUM(Orders.Freight) > 10");
+        h.control().AddCondition();
+        ASSERT_TRUE(driver.ran());
+    }
+    ASSERT_EQ(h.conditions()->topLevelItemCount(), 2);
+    EXPECT_EQ(h.changed, 2);
+    sql = h.control().strSQL();
+    const auto groupBy = sql.find("GROUP BY");
+    const auto having = sql.find("HAVING\r\n      (SUM(Orders.Freight) > 10)");
+    EXPECT_NE(groupBy, std::string::npos) << sql;
+    EXPECT_NE(having, std::string::npos) << sql;
+    EXPECT_LT(groupBy, having);
+    expectRuns(h, sql);
+
+    // Cancelled or blank: nothing is added, nothing published.
+    {
+        ModalDriver driver([](QDialog& dialog) {
+            QTest::mouseClick(dialog.findChild<QPushButton*>("CancelButton"), Qt::LeftButton);
+        });
+        h.clickButton("cmdAddCondition");
+        ASSERT_TRUE(driver.ran());
+    }
+    {
+        auto driver = writeCondition("   \n  ");
+        h.clickButton("cmdAddCondition");
+        ASSERT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(h.conditions()->topLevelItemCount(), 2);
+    EXPECT_EQ(h.changed, 2);
+}
+
+TEST(ListsPaneTest, EditingAConditionPublishesOnlyARealChange) {
+    ControlHarness h;
+    h.load(kQuery);
+    h.changed = 0;
+    // Without a selection there is nothing to edit.
+    {
+        auto driver = confirmUnchanged();
+        h.control().EditCurrentCondition();
+        EXPECT_FALSE(driver.ran());
+    }
+
+    select(h.conditions(), 0);
+    EXPECT_TRUE(h.button("cmdEditCondition")->isEnabled());
+    EXPECT_TRUE(h.button("cmdRemoveCondition")->isEnabled());
+    QString handedOver;
+    {
+        ModalDriver driver([&handedOver](QDialog& dialog) {
+            handedOver = dialog.findChild<QPlainTextEdit*>("txtCondition")->toPlainText();
+            QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
+        });
+        h.clickButton("cmdEditCondition");
+        ASSERT_TRUE(driver.ran());
+    }
+    // The builder shows the stored line break as a real one.
+    EXPECT_EQ(handedOver, "Orders.ShipCountry = 'Germany'\nOR Orders.ShipCountry = 'France'");
+    EXPECT_EQ(h.changed, 0);
+
+    // Switched off in the builder: published, greyed.
+    {
+        ModalDriver driver([](QDialog& dialog) {
+            QTest::mouseClick(dialog.findChild<QCheckBox*>("chkIsActive"), Qt::LeftButton);
+            QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
+        });
+        // Enter in the list edits the selected condition.
+        QTest::keyClick(h.conditions(), Qt::Key_Return);
+        ASSERT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(h.changed, 1);
+    EXPECT_EQ(h.conditions()->topLevelItem(0)->checkState(0), Qt::Unchecked);
+    EXPECT_FALSE(h.query->Filters()->Item(1)->blnIsActive());
+
+    // A new text, by a double-click on the item.
+    {
+        auto driver = writeCondition("Orders.Freight < 500");
+        doubleClick(h.conditions(),
+                    h.conditions()->visualItemRect(h.conditions()->topLevelItem(0)).center());
+        ASSERT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(h.changed, 2);
+    EXPECT_EQ(h.conditions()->topLevelItemCount(), 2);
+    EXPECT_EQ(h.conditions()->topLevelItem(0)->text(0), "Orders.Freight < 500");
+    EXPECT_EQ(h.query->Filters()->Item(1)->strCondition(), "Orders.Freight < 500");
+
+    // A double-click below the entries adds one when none is selected.
+    h.conditions()->clearSelection();
+    EXPECT_FALSE(h.button("cmdEditCondition")->isEnabled());
+    EXPECT_FALSE(h.button("cmdRemoveCondition")->isEnabled());
+    {
+        auto driver = writeCondition("Orders.OrderID > 0");
+        doubleClick(h.conditions(), below(h.conditions()));
+        ASSERT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(h.conditions()->topLevelItemCount(), 3);
+    EXPECT_EQ(h.changed, 3);
+}
+
+TEST(ListsPaneTest, TheConditionBuilderIsOfferedTheAggregatesAndCalculatedItems) {
+    ControlHarness h;
+    h.load(R"(<SQLQuery>
+  <TABLES_USED><TABLE><NAME>dbo.Order Details</NAME><ALIAS>Order Details</ALIAS></TABLE></TABLES_USED>
+  <ITEMS_SELECTED>
+    <ITEM><NAME>[Order Details].OrderID</NAME><ALIAS>OrderID</ALIAS></ITEM>
+    <ITEM><NAME>[Order Details].[Unit Price]</NAME><ALIAS>Total</ALIAS><AGGREGATION>SUM</AGGREGATION></ITEM>
+  </ITEMS_SELECTED>
+  <CALCULATED_ITEMS>
+    <ITEM><ITEM_NAME>Twice</ITEM_NAME><COMPUTATION>[Order Details].Quantity{newline}* 2</COMPUTATION></ITEM>
+  </CALCULATED_ITEMS>
+</SQLQuery>)");
+    QStringList fields;
+    {
+        ModalDriver driver([&fields](QDialog& dialog) {
+            auto* box = dialog.findChild<QComboBox*>("cboFields");
+            for (int i = 0; i < box->count(); ++i)
+                fields << box->itemText(i);
+            dialog.reject();
+        });
+        h.control().AddCondition();
+        ASSERT_TRUE(driver.ran());
+    }
+    ASSERT_GE(fields.size(), 2);
+    EXPECT_EQ(fields[0], "SUM([Order Details].[Unit Price])");
+    EXPECT_EQ(fields[1], "[Order Details].Quantity * 2");
+    EXPECT_TRUE(fields.contains("[Order Details].OrderID"));
+}
+
+TEST(ListsPaneTest, CalculatedItemsAreWrittenInTheBuilderWithUniqueNames) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    h.chooseColumn("Orders", "Freight");
+    h.changed = 0;
+
+    // Named like an output column: a "_" in front. The arrow inside the expression is
+    // shortened so that the first arrow always ends the name.
+    {
+        auto driver =
+            writeExpression("Freight", "CASE WHEN Orders.Freight > 1\nTHEN 'a <-- b' END");
+        h.clickButton("cmdAddExpression");
+        ASSERT_TRUE(driver.ran());
+        EXPECT_EQ(driver.dialogClass(), "marovin::frmExpressionBuilder");
+    }
+    ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
+    QTreeWidgetItem* item = h.expressions()->topLevelItem(0);
+    EXPECT_EQ(item->text(0), "_Freight");
+    EXPECT_EQ(item->text(1), "=");
+    EXPECT_EQ(item->text(2), "CASE WHEN Orders.Freight > 1 THEN 'a <- b' END");
+    EXPECT_EQ(item->data(0, Qt::UserRole).toString(),
+              "CASE WHEN Orders.Freight > 1{newline}THEN 'a <- b' END");
+    EXPECT_EQ(item->toolTip(0),
+              "Freight <-- CASE WHEN Orders.Freight > 1{newline}THEN 'a <- b' END");
+    EXPECT_EQ(h.changed, 1);
+    expectRuns(h, h.control().strSQL());
+
+    // Clashing with the output column and the first item: two of them.
+    {
+        auto driver = writeExpression("Freight", "Orders.Freight * 2");
+        h.control().AddExpression();
+        ASSERT_TRUE(driver.ran());
+    }
+    ASSERT_EQ(h.expressions()->topLevelItemCount(), 2);
+    EXPECT_EQ(h.expressions()->topLevelItem(1)->text(0), "__Freight");
+    EXPECT_EQ(h.query->CalculatedItems()->Count(), 2);
+    expectRuns(h, h.control().strSQL());
+
+    // Editing keeps a clashing name as it is typed, and publishes only a change.
+    h.expressions()->clearSelection();
+    EXPECT_FALSE(h.button("cmdEditExpression")->isEnabled());
+    EXPECT_FALSE(h.button("cmdRemoveExpression")->isEnabled());
+    select(h.expressions(), 1);
+    EXPECT_TRUE(h.button("cmdEditExpression")->isEnabled());
+    {
+        auto driver = confirmUnchanged();
+        QTest::keyClick(h.expressions(), Qt::Key_Return);
+        ASSERT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(h.changed, 2);
+    {
+        auto driver = writeExpression("_Freight", "Orders.Freight * 3");
+        doubleClick(h.expressions(),
+                    h.expressions()->visualItemRect(h.expressions()->topLevelItem(1)).center());
+        ASSERT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(h.changed, 3);
+    EXPECT_EQ(h.expressions()->topLevelItem(1)->text(0), "_Freight");
+    EXPECT_EQ(h.expressions()->topLevelItem(1)->text(2), "Orders.Freight * 3");
+
+    // Cancelled: nothing added.
+    h.expressions()->clearSelection();
+    {
+        ModalDriver driver([](QDialog& dialog) {
+            QTest::mouseClick(dialog.findChild<QPushButton*>("CancelButton"), Qt::LeftButton);
+        });
+        doubleClick(h.expressions(), below(h.expressions()));
+        ASSERT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(h.expressions()->topLevelItemCount(), 2);
+    EXPECT_EQ(h.changed, 3);
+}
+
+TEST(ListsPaneTest, ParametersReachTheBuildersAndUnknownMarkersAreRefused) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    h.chooseColumn("Orders", "Freight");
+    h.control().setColParameters(
+        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Country"}));
+    QStringList offered;
+    {
+        ModalDriver driver([&offered](QDialog& dialog) {
+            auto* values = dialog.findChild<QComboBox*>("cboValue");
+            for (int i = 0; values && i < values->count(); ++i)
+                offered << values->itemText(i);
+            auto* editor = dialog.findChild<QPlainTextEdit*>("txtCondition");
+            typeLines(editor, "Orders.ShipCountry = <[Land]>");
+            QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
+            // Refused: the dialog stays; the right name is accepted.
+            editor->clear();
+            typeLines(editor, "Orders.ShipCountry = <[Country]>");
+            QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
+        });
+        h.control().AddCondition();
+        ASSERT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(offered, QStringList{"<[Country]>"});
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strText,
+              "Parameter 'Land' does not exist. Please modify condition");
+    ASSERT_EQ(h.conditions()->topLevelItemCount(), 1);
+    EXPECT_EQ(h.query->Filters()->Item(1)->strCondition(), "Orders.ShipCountry = <[Country]>");
 }
