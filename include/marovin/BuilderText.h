@@ -54,8 +54,9 @@ FunctionTemplate functionTemplate(std::string_view function);
 
 // The caption of the "no aggregation" entry.
 inline constexpr std::string_view kNoAggregation = "<none>";
-// Table and field as an expression operand: "table.field" with every dot-separated part that
-// holds a blank in square brackets, wrapped in the aggregation unless it is "<none>" or empty.
+// Table and field as an expression operand: "table.field", each name in square brackets where
+// the statement needs them (a blank, a keyword, other characters), wrapped in the aggregation
+// unless it is "<none>" or empty.
 std::string fieldOperand(std::string_view table, std::string_view field,
                          std::string_view aggregation);
 

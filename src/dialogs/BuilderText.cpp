@@ -1,5 +1,6 @@
 #include "marovin/BuilderText.h"
 
+#include "marovin/SqlNames.h"
 #include "marovin/Utilities.h"
 
 #include <algorithm>
@@ -142,8 +143,8 @@ FunctionTemplate functionTemplate(std::string_view function) {
 
 std::string fieldOperand(std::string_view table, std::string_view field,
                          std::string_view aggregation) {
-    std::string operand = std::string(table) + "." + std::string(field);
-    operand = QuoteIdentifier(operand);
+    // Each name bracketed where the statement needs it: blanks, keywords, other characters.
+    std::string operand = BracketIdentifier(Trim(table)) + "." + BracketIdentifier(Trim(field));
     if (!aggregation.empty() && aggregation != kNoAggregation)
         operand = std::string(aggregation) + "(" + operand + ")";
     return operand;

@@ -1,5 +1,6 @@
 #include "DialogSupport.h"
 
+#include "marovin/SqlNames.h"
 #include "marovin/Utilities.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cSQLQuery.h"
@@ -95,7 +96,8 @@ std::vector<std::string> tableFieldCandidates(const cTables* tables,
     for (const auto& table : *tables) {
         const std::string alias = table->strAlias();
         for (const auto& column : columnsOfTable(*table, connection, busyPointer))
-            candidates.push_back(QuoteIdentifier(alias + "." + column));
+            candidates.push_back(BracketIdentifier(Trim(alias)) + "." +
+                                 BracketIdentifier(Trim(column)));
     }
     return candidates;
 }

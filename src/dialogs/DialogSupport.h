@@ -42,7 +42,8 @@ void saveDialogSize(const QWidget& dialog, iSettingsStore* settings, const QStri
 // database lists for its name. The busy pointer shows while the database is asked.
 std::vector<std::string> columnsOfTable(const cTable& table, const cDbConnection* connection,
                                         iBusyPointer* busyPointer);
-// Every column of every table as "alias.column", parts holding a blank in square brackets.
+// Every column of every table as "alias.column", each name in square brackets where the
+// statement needs them (a blank, a keyword, other characters).
 std::vector<std::string> tableFieldCandidates(const cTables* tables,
                                               const cDbConnection* connection,
                                               iBusyPointer* busyPointer);

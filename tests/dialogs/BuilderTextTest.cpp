@@ -96,11 +96,14 @@ TEST(BuilderText, FunctionTemplatesPlaceTheCaret) {
     }
 }
 
-TEST(BuilderText, FieldOperandBracketsBlanksAndWrapsTheAggregation) {
+TEST(BuilderText, FieldOperandBracketsWhatNeedsItAndWrapsTheAggregation) {
     EXPECT_EQ(fieldOperand("Orders", "Freight", "<none>"), "Orders.Freight");
     EXPECT_EQ(fieldOperand("Order Details", "Unit Price", "SUM"),
               "SUM([Order Details].[Unit Price])");
     EXPECT_EQ(fieldOperand("Orders", "Freight", ""), "Orders.Freight");
+    // Keywords and other characters need brackets too; a "]" is doubled.
+    EXPECT_EQ(fieldOperand("Order", "Group", "<none>"), "[Order].[Group]");
+    EXPECT_EQ(fieldOperand("Order-Lines", "a]b", "MAX"), "MAX([Order-Lines].[a]]b])");
 }
 
 TEST(BuilderText, VariableNameCharacters) {
