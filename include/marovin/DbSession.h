@@ -43,6 +43,9 @@ public:
     virtual void Close() = 0;
     // The name the database reports for itself (e.g. "Microsoft SQL Server", "SQLite").
     virtual std::string strDbmsName() const = 0;
+    // Called from another thread: stops the statement running now and refuses every later
+    // one, which then fail with DbError. Safe at any time while the session exists.
+    virtual void Interrupt() = 0;
 
 protected:
     DbSession() = default;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/DbCancellation.h"
 #include "marovin/DbSession.h"
 #include "marovin/cRecordset.h"
 
@@ -87,6 +88,13 @@ public:
     std::string CheckSQLSyntax(const std::string& strSQLQuery) const;
     std::shared_ptr<cRecordset> FireQuery(const std::string& strSQLQuery, std::string& strErrorMsg,
                                           std::int32_t lngMaxNrRecords) const;
+    // The same services, stoppable from another thread through the cancellation (may be
+    // nullptr). A cancelled check answers kCancelledText; a cancelled query returns nullptr with
+    // kCancelledText as its error text.
+    std::string CheckSQLSyntax(const std::string& strSQLQuery, DbCancellation* cancellation) const;
+    std::shared_ptr<cRecordset> FireQuery(const std::string& strSQLQuery, std::string& strErrorMsg,
+                                          std::int32_t lngMaxNrRecords,
+                                          DbCancellation* cancellation) const;
     bool Check(bool blnSilent) const;
     // Copies the settings onto the target, except blnIncludeUserTables, which the target keeps.
     void CopyTo(cDbConnection& SQLConnectInfoCopy) const;

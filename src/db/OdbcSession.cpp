@@ -1,6 +1,7 @@
 #include "OdbcSession.h"
 
 #include "RecordsetBuilder.h"
+#include "marovin/DbCancellation.h"
 #include "marovin/DbError.h"
 #include "marovin/cRecordset.h"
 
@@ -69,17 +70,28 @@ FetchAs fetchKind(SQLSMALLINT sqlType) {
 // Owns one statement handle with the command time-out set.
 class OdbcSession::Stmt {
 public:
-    explicit Stmt(OdbcSession& session) {
+    explicit Stmt(OdbcSession& session) : m_session(session) {
         if (!session.m_connected)
             throw DbError("The connection is closed");
+        if (session.m_interrupted)
+            throw DbError(kCancelledText);
         if (!ok(SQLAllocHandle(SQL_HANDLE_STMT, session.m_dbc, &m_h)))
             throw DbError(describeFailure(SQL_HANDLE_DBC, session.m_dbc, "SQLAllocHandle"));
+        {
+            // From now on an interrupt cancels this statement.
+            const std::lock_guard lock(session.m_runningMutex);
+            session.m_running = m_h;
+        }
         // Some drivers do not support a time-out; that is not a reason to fail.
         SQLSetStmtAttr(m_h, SQL_ATTR_QUERY_TIMEOUT,
                        reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(session.m_commandTimeout)),
                        SQL_IS_UINTEGER);
     }
     ~Stmt() {
+        {
+            const std::lock_guard lock(m_session.m_runningMutex);
+            m_session.m_running = SQL_NULL_HSTMT;
+        }
         SQLFreeStmt(m_h, SQL_CLOSE);
         SQLFreeHandle(SQL_HANDLE_STMT, m_h);
     }
@@ -89,6 +101,9 @@ public:
     SQLHSTMT get() const { return m_h; }
     // Raises DbError unless rc is a success (or "no data" when allowed).
     SQLRETURN check(SQLRETURN rc, const char* what, bool noDataOk = false) const {
+        // A cancelled statement may still answer a fetch; the caller asked to stop.
+        if (m_session.m_interrupted)
+            throw DbError(kCancelledText);
         if (ok(rc) || (noDataOk && rc == SQL_NO_DATA))
             return rc;
         throw DbError(describeFailure(SQL_HANDLE_STMT, m_h, what));
@@ -117,8 +132,16 @@ public:
     }
 
 private:
+    OdbcSession& m_session;
     SQLHSTMT m_h = SQL_NULL_HSTMT;
 };
+
+void OdbcSession::Interrupt() {
+    const std::lock_guard lock(m_runningMutex);
+    m_interrupted = true;
+    if (m_running != SQL_NULL_HSTMT)
+        SQLCancel(m_running);
+}
 
 std::string OdbcSession::Diagnostics(SQLSMALLINT handleType, SQLHANDLE handle) {
     std::string out;

@@ -2,6 +2,8 @@
 
 #include "marovin/DbSession.h"
 
+#include <atomic>
+#include <mutex>
 #include <sql.h>
 #include <sqlext.h>
 #include <string>
@@ -27,6 +29,7 @@ public:
     std::shared_ptr<cRecordset> Query(const std::string& sql, std::int32_t maxRows) override;
     void Close() override;
     std::string strDbmsName() const override { return m_dbmsName; }
+    void Interrupt() override;
 
     // The diagnostic messages of a handle, joined by CR LF.
     static std::string Diagnostics(SQLSMALLINT handleType, SQLHANDLE handle);
@@ -42,6 +45,10 @@ private:
     std::string m_dbmsName;
     std::string m_searchEscape;
     bool m_schemaUsage = false; // whether the source has schemas
+    // The statement running now, for SQLCancel from another thread; guarded by m_runningMutex.
+    std::mutex m_runningMutex;
+    SQLHSTMT m_running = SQL_NULL_HSTMT;
+    std::atomic<bool> m_interrupted{false};
 };
 
 } // namespace marovin

@@ -157,10 +157,17 @@ void SqliteSession::startClock() {
     m_deadline = std::chrono::steady_clock::now() + m_timeout;
 }
 
-// Interrupts a statement that has run longer than the command time-out.
+// Interrupts a statement that has run longer than the command time-out, or whose session was
+// interrupted (also one started after the interrupt, which sqlite3_interrupt alone would miss).
 int SqliteSession::progress(void* self) {
     auto* session = static_cast<SqliteSession*>(self);
-    return std::chrono::steady_clock::now() > session->m_deadline ? 1 : 0;
+    return session->m_interrupted || std::chrono::steady_clock::now() > session->m_deadline ? 1 : 0;
+}
+
+void SqliteSession::Interrupt() {
+    m_interrupted = true;
+    if (m_db)
+        sqlite3_interrupt(m_db);
 }
 
 std::vector<DbSession::TableRow> SqliteSession::Tables() {

@@ -2,6 +2,7 @@
 
 #include "marovin/DbSession.h"
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <string>
@@ -28,6 +29,7 @@ public:
     std::shared_ptr<cRecordset> Query(const std::string& sql, std::int32_t maxRows) override;
     void Close() override;
     std::string strDbmsName() const override { return "SQLite"; }
+    void Interrupt() override;
 
 private:
     sqlite3* handle() const;
@@ -46,6 +48,8 @@ private:
     sqlite3* m_db = nullptr;
     std::chrono::seconds m_timeout;
     std::chrono::steady_clock::time_point m_deadline;
+    // Set by Interrupt(); the progress handler then stops every statement.
+    std::atomic<bool> m_interrupted{false};
 };
 
 } // namespace marovin

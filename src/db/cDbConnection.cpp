@@ -2,6 +2,7 @@
 
 #include "OdbcSession.h"
 #include "SqliteSession.h"
+#include "marovin/DbError.h"
 
 #include <cctype>
 #include <cstdlib>
@@ -271,6 +272,11 @@ bool cDbConnection::IsTheFieldInTheTable(const std::string& strField,
 }
 
 std::string cDbConnection::CheckSQLSyntax(const std::string& strSQLQuery) const {
+    return CheckSQLSyntax(strSQLQuery, nullptr);
+}
+
+std::string cDbConnection::CheckSQLSyntax(const std::string& strSQLQuery,
+                                          DbCancellation* cancellation) const {
     std::unique_ptr<DbSession> conn;
     try {
         conn = GetConnection();
@@ -278,6 +284,10 @@ std::string cDbConnection::CheckSQLSyntax(const std::string& strSQLQuery) const 
     }
     if (!conn)
         return {};
+    // Declared after the session, so the session is detached before it is closed.
+    const DbCancellationScope scope(cancellation, conn.get());
+    if (cancellation && cancellation->blnCancelled())
+        return kCancelledText;
     bool parseOnly = false;
     try {
         parseOnly = conn->SupportsParseOnly();
@@ -289,6 +299,8 @@ std::string cDbConnection::CheckSQLSyntax(const std::string& strSQLQuery) const 
         }
         return kSyntaxCorrect;
     } catch (const std::exception& e) {
+        if (cancellation && cancellation->blnCancelled())
+            return kCancelledText;
         std::string message = std::string("Syntax error:") + kCrLf + e.what();
         // Leave parse-only mode even though the connection is dropped right after; a failure
         // here changes nothing for the caller.
@@ -307,6 +319,13 @@ std::string cDbConnection::CheckSQLSyntax(const std::string& strSQLQuery) const 
 std::shared_ptr<cRecordset> cDbConnection::FireQuery(const std::string& strSQLQuery,
                                                      std::string& strErrorMsg,
                                                      std::int32_t lngMaxNrRecords) const {
+    return FireQuery(strSQLQuery, strErrorMsg, lngMaxNrRecords, nullptr);
+}
+
+std::shared_ptr<cRecordset> cDbConnection::FireQuery(const std::string& strSQLQuery,
+                                                     std::string& strErrorMsg,
+                                                     std::int32_t lngMaxNrRecords,
+                                                     DbCancellation* cancellation) const {
     strErrorMsg.clear();
     std::unique_ptr<DbSession> conn;
     try {
@@ -317,9 +336,16 @@ std::shared_ptr<cRecordset> cDbConnection::FireQuery(const std::string& strSQLQu
         strErrorMsg = kProblemsConnecting;
         return nullptr;
     }
+    const DbCancellationScope scope(cancellation, conn.get());
     try {
+        if (cancellation && cancellation->blnCancelled())
+            throw DbError(kCancelledText);
         return conn->Query(strSQLQuery, lngMaxNrRecords > 0 ? lngMaxNrRecords : 0);
     } catch (const std::exception& e) {
+        if (cancellation && cancellation->blnCancelled()) {
+            strErrorMsg = kCancelledText;
+            return nullptr;
+        }
         strErrorMsg = std::string("Error") + kCrLf + kCrLf + e.what();
     } catch (...) {
         strErrorMsg = std::string("Error") + kCrLf + kCrLf;

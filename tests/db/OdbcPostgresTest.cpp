@@ -5,7 +5,9 @@
 
 #include <chrono>
 #include <filesystem>
+#include <future>
 #include <gtest/gtest.h>
+#include <marovin/DbCancellation.h>
 #include <marovin/DbError.h>
 #include <marovin/DbSession.h>
 #include <marovin/cDbConnection.h>
@@ -374,6 +376,24 @@ TEST_F(OdbcPostgres, AStoppedServerGivesTheFixedTexts) {
     EXPECT_EQ(closed.CheckSQLSyntax("SELECT 1"), "");
     EXPECT_EQ(closed.GetListOfTables(), "");
     EXPECT_FALSE(closed.Check(true));
+}
+
+TEST_F(OdbcPostgres, ARunningQueryIsCancelledFromAnotherThread) {
+    DbCancellation cancellation;
+    auto call = std::async(std::launch::async, [this, &cancellation] {
+        std::string error;
+        auto rows = db.FireQuery("SELECT pg_sleep(120)", error, 1, &cancellation);
+        return std::make_pair(rows, error);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    cancellation.Cancel();
+    // The server would sleep for two minutes: coming back at all is the proof.
+    ASSERT_EQ(call.wait_for(std::chrono::seconds(60)), std::future_status::ready);
+    const auto [rows, error] = call.get();
+    EXPECT_EQ(rows, nullptr);
+    EXPECT_EQ(error, kCancelledText);
+    std::string error2;
+    EXPECT_TRUE(db.FireQuery("SELECT 1", error2, 1)) << error2;
 }
 
 } // namespace

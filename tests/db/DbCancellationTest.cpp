@@ -1,0 +1,104 @@
+// Stopping a running service call from another thread, on a real SQLite file: the statement is
+// interrupted, the call answers as cancelled, and the connection object works on afterwards.
+
+#include "DbTestSupport.h"
+
+#include <chrono>
+#include <future>
+#include <gtest/gtest.h>
+#include <marovin/DbCancellation.h>
+#include <marovin/cDbConnection.h>
+#include <thread>
+
+namespace marovin {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Counts to a trillion: runs far longer than any test waits.
+const char* const kEndless = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
+                             "WHERE i < 1000000000000) SELECT MAX(i) FROM n";
+
+class DbCancellationTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        path = dir.file("cancel.sqlite");
+        test::writeSqlite(path, "CREATE TABLE t (a integer); INSERT INTO t VALUES (1), (2);");
+        db.setStrProvider(cDbConnection::kProviderSqlite);
+        db.setStrDatabase(path);
+    }
+
+    // Cancels once the call has had time to start its statement.
+    static std::thread cancelSoon(DbCancellation& cancellation) {
+        return std::thread([&cancellation] {
+            std::this_thread::sleep_for(200ms);
+            cancellation.Cancel();
+        });
+    }
+
+    test::TempDir dir;
+    std::string path;
+    cDbConnection db;
+};
+
+TEST_F(DbCancellationTest, ARunningQueryIsInterrupted) {
+    DbCancellation cancellation;
+    auto call = std::async(std::launch::async, [&] {
+        std::string error;
+        auto rows = db.FireQuery(kEndless, error, 10, &cancellation);
+        return std::make_pair(rows, error);
+    });
+    std::thread canceller = cancelSoon(cancellation);
+    // The statement would run for hours: coming back at all is the proof.
+    ASSERT_EQ(call.wait_for(60s), std::future_status::ready);
+    canceller.join();
+    const auto [rows, error] = call.get();
+    EXPECT_EQ(rows, nullptr);
+    EXPECT_EQ(error, kCancelledText);
+    EXPECT_TRUE(cancellation.blnCancelled());
+
+    // The connection object is not affected: the next call runs.
+    std::string error2;
+    const auto again = db.FireQuery("SELECT a FROM t", error2, 10);
+    ASSERT_TRUE(again) << error2;
+    EXPECT_EQ(again->RecordCount(), 2);
+}
+
+TEST_F(DbCancellationTest, ACancelledSyntaxCheckDoesNotRun) {
+    // The check compiles on SQLite; a statement whose compilation runs long is hard to come by,
+    // so the check is cancelled before it starts and must not run.
+    DbCancellation cancellation;
+    cancellation.Cancel();
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT a FROM t", &cancellation), kCancelledText);
+    DbCancellation fresh;
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT a FROM t", &fresh), "Syntax SQL Query correct");
+}
+
+TEST_F(DbCancellationTest, ACancellationBeforeTheCallStopsItAtOnce) {
+    DbCancellation cancellation;
+    cancellation.Cancel();
+    std::string error;
+    EXPECT_EQ(db.FireQuery(kEndless, error, 10, &cancellation), nullptr);
+    EXPECT_EQ(error, kCancelledText);
+}
+
+TEST_F(DbCancellationTest, WithoutACancelTheCallsAnswerAsBefore) {
+    DbCancellation cancellation;
+    std::string error;
+    const auto rows = db.FireQuery("SELECT a FROM t ORDER BY a", error, 1, &cancellation);
+    ASSERT_TRUE(rows) << error;
+    EXPECT_EQ(rows->RecordCount(), 1);
+    EXPECT_EQ(db.FireQuery("SELECT nope FROM t", error, 1, &cancellation), nullptr);
+    EXPECT_NE(error.find("no such column"), std::string::npos) << error;
+    EXPECT_FALSE(cancellation.blnCancelled());
+
+    // No connection: the usual answer, whatever the cancellation says.
+    cDbConnection missing;
+    missing.setStrProvider(cDbConnection::kProviderSqlite);
+    missing.setStrDatabase(dir.file("none.sqlite"));
+    EXPECT_EQ(missing.FireQuery("SELECT 1", error, 1, &cancellation), nullptr);
+    EXPECT_EQ(error, "Problems connecting to database");
+}
+
+} // namespace
+} // namespace marovin
