@@ -1,8 +1,10 @@
 #include "ConnectionDialog.h"
 #include "ControlHarness.h"
 #include "DesignerWindow.h"
+#include "ParametersDialog.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QFileDialog>
@@ -10,6 +12,9 @@
 #include <QGraphicsView>
 #include <QImage>
 #include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
 #include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
@@ -42,10 +47,12 @@ QByteArray readFile(const QString& path) {
 
 // A designer window on the sample database with scripted message boxes.
 struct Designer {
-    Designer() {
+    explicit Designer(
+        std::shared_ptr<MemorySettingsStore> store = std::make_shared<MemorySettingsStore>())
+        : settings(std::move(store)) {
         PlatformServices services;
         services.messageBox = box;
-        services.settings = std::make_shared<MemorySettingsStore>();
+        services.settings = settings;
         services.busyPointer = std::make_shared<CountingBusyPointer>();
         window = std::make_unique<DesignerWindow>(services);
         window->show();
@@ -57,6 +64,7 @@ struct Designer {
         QTest::mouseDClick(diagram->view()->viewport(), Qt::LeftButton, {},
                            diagram->columnPoint(alias, column));
     }
+    std::shared_ptr<MemorySettingsStore> settings;
     std::shared_ptr<ScriptedMessageBox> box = std::make_shared<ScriptedMessageBox>();
     std::unique_ptr<DesignerWindow> window;
 };
@@ -425,4 +433,463 @@ TEST(DesignerTest, SaveAsAddsTheDocumentSuffixToANameTypedWithoutOne) {
     EXPECT_FALSE(QFile::exists(typed));
     EXPECT_FALSE(d.window->blnModified());
     EXPECT_TRUE(d.window->windowTitle().startsWith("freight by city.xml"));
+}
+
+namespace {
+
+QStringList listedNames(const ParametersDialog& dialog) {
+    QStringList names;
+    for (int row = 0; row < dialog.list()->count(); ++row)
+        names << dialog.list()->item(row)->text();
+    return names;
+}
+
+QWidget* focused() {
+    return QApplication::focusWidget();
+}
+
+// The editor the list opened on an item, once it has the focus.
+QLineEdit* listEditor(const ParametersDialog& dialog) {
+    auto* editor = qobject_cast<QLineEdit*>(focused());
+    return editor && dialog.list()->isAncestorOf(editor) ? editor : nullptr;
+}
+
+QPoint itemCentre(QListWidget* list, int row) {
+    return list->visualItemRect(list->item(row)).center();
+}
+
+// The texts of the message boxes shown so far.
+QStringList shownTexts(const ScriptedMessageBox& box) {
+    QStringList texts;
+    for (const auto& shown : box.shown())
+        texts << shown.strText;
+    return texts;
+}
+
+} // namespace
+
+TEST(DesignerTest, TheParameterListIsEditedWithTheKeyboardAlone) {
+    Designer d;
+    d.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    QStringList afterAdding;
+    QStringList afterMoving;
+    QStringList afterRenaming;
+    QStringList afterRefusedRename;
+    QStringList afterDeleting;
+    bool stillOpenAfterEscape = false;
+    ModalDriver driver([&](QDialog& dialog) {
+        auto* p = qobject_cast<ParametersDialog*>(&dialog);
+        ASSERT_TRUE(p);
+        // The dialog opens with the focus in the name box; Return adds what it holds.
+        ASSERT_EQ(focused(), p->nameEdit());
+        for (const char* name : {"Country", "Year", "FromDate"}) {
+            QTest::keyClicks(focused(), name);
+            QTest::keyClick(focused(), Qt::Key_Return);
+        }
+        afterAdding = listedNames(*p);
+        EXPECT_TRUE(p->nameEdit()->text().isEmpty());
+        EXPECT_EQ(focused(), p->nameEdit());
+
+        // The same name again, markers, a comma, blanks: each refused with its reason, and the
+        // typed text stays selected so the next keys replace it.
+        for (const char* name : {"Country", "a<[b", "b]>", "From,To", "   "}) {
+            QTest::keyClicks(focused(), name);
+            QTest::keyClick(focused(), Qt::Key_Return);
+            EXPECT_EQ(p->nameEdit()->selectedText(), QString::fromLatin1(name));
+        }
+        EXPECT_EQ(listedNames(*p), afterAdding);
+        // Names are compared exactly: another case is another parameter.
+        QTest::keyClicks(focused(), "country");
+        QTest::keyClick(focused(), Qt::Key_Return);
+        EXPECT_EQ(listedNames(*p).size(), 4);
+
+        // Alt+P goes to the list, where the name added last is selected; Delete removes it.
+        QTest::keyClick(focused(), Qt::Key_P, Qt::AltModifier);
+        ASSERT_EQ(focused(), p->list());
+        QTest::keyClick(focused(), Qt::Key_Delete);
+        EXPECT_EQ(listedNames(*p), afterAdding);
+
+        // Alt+U twice moves the selected name to the top, Alt+D one down again. A button's
+        // mnemonic clicks it after a short press, so each step waits for its click.
+        QTest::keyClick(focused(), Qt::Key_U, Qt::AltModifier);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return p->list()->currentRow() == 1; }));
+        QTest::keyClick(focused(), Qt::Key_U, Qt::AltModifier);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return p->list()->currentRow() == 0; }));
+        EXPECT_FALSE(p->upButton()->isEnabled());
+        QTest::keyClick(focused(), Qt::Key_D, Qt::AltModifier);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return p->list()->currentRow() == 1; }));
+        afterMoving = listedNames(*p);
+
+        // F2 renames the selected name in place; Return keeps the new name.
+        QTest::keyClick(focused(), Qt::Key_P, Qt::AltModifier);
+        QTest::keyClick(focused(), Qt::Key_Down);
+        QTest::keyClick(focused(), Qt::Key_F2);
+        ASSERT_TRUE(listEditor(*p));
+        QTest::keyClick(focused(), Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(focused(), "Region");
+        QTest::keyClick(focused(), Qt::Key_Return);
+        // The list takes the edited name once the editor has closed.
+        EXPECT_TRUE(QTest::qWaitFor([&] { return listEditor(*p) == nullptr; }));
+        afterRenaming = listedNames(*p);
+        EXPECT_TRUE(p->isVisible());
+
+        // A name that is taken is refused: the item keeps its name, the message says why, and
+        // the name is offered for editing again; Escape leaves the editor, not the dialog.
+        const size_t messages = d.box->shown().size();
+        QTest::keyClick(focused(), Qt::Key_F2);
+        ASSERT_TRUE(listEditor(*p));
+        QTest::keyClick(focused(), Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(focused(), "Country");
+        QTest::keyClick(focused(), Qt::Key_Return);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return d.box->shown().size() > messages; }));
+        afterRefusedRename = listedNames(*p);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return listEditor(*p) != nullptr; }));
+        if (QLineEdit* editor = listEditor(*p)) {
+            EXPECT_EQ(editor->text(), "Region");
+            QTest::keyClick(editor, Qt::Key_Escape);
+        }
+        stillOpenAfterEscape = p->isVisible();
+        EXPECT_EQ(focused(), p->list());
+
+        // Delete removes the selected name.
+        QTest::keyClick(focused(), Qt::Key_Delete);
+        afterDeleting = listedNames(*p);
+
+        // Return in the empty name box closes the dialog like OK.
+        QTest::keyClick(focused(), Qt::Key_N, Qt::AltModifier);
+        ASSERT_EQ(focused(), p->nameEdit());
+        QTest::keyClick(focused(), Qt::Key_Return);
+    });
+    // The menu is reached with its mnemonic and the command with its own.
+    QTest::keyClick(d.window.get(), Qt::Key_U, Qt::AltModifier);
+    QWidget* menu = QApplication::activePopupWidget();
+    ASSERT_TRUE(menu);
+    EXPECT_EQ(menu->objectName(), "menuQuery");
+    QTest::keyClick(menu, Qt::Key_P);
+    ASSERT_TRUE(driver.ran());
+    EXPECT_EQ(driver.dialogClass(), "marovin::ParametersDialog");
+
+    EXPECT_EQ(afterAdding, QStringList({"Country", "Year", "FromDate"}));
+    EXPECT_EQ(afterMoving, QStringList({"Country", "FromDate", "Year"}));
+    EXPECT_EQ(afterRenaming, QStringList({"Country", "FromDate", "Region"}));
+    EXPECT_EQ(afterRefusedRename, afterRenaming);
+    EXPECT_TRUE(stillOpenAfterEscape);
+    EXPECT_EQ(afterDeleting, QStringList({"Country", "FromDate"}));
+    EXPECT_EQ(shownTexts(*d.box),
+              QStringList({"There is a parameter named Country already.",
+                           "The parameter name a<[b contains \"<[\" or \"]>\": these mark where "
+                           "a parameter's name begins and ends in a condition or calculated item.",
+                           "The parameter name b]> contains \"<[\" or \"]>\": these mark where "
+                           "a parameter's name begins and ends in a condition or calculated item.",
+                           "The parameter name From,To contains a comma: commas separate the "
+                           "names in the designer's settings and on its command line.",
+                           "A parameter name cannot be blank.",
+                           "There is a parameter named Country already."}));
+    for (const auto& shown : d.box->shown()) {
+        EXPECT_EQ(shown.strCaption, "Query Parameters");
+        EXPECT_EQ(shown.icon, MessageIcon::Exclamation);
+    }
+    EXPECT_EQ(d.window->parameters(), QStringList({"Country", "FromDate"}));
+    EXPECT_EQ(d.settings->GetSetting("Designer", "Parameters", "(none)"), "Country,FromDate");
+    // The parameters are the designer's, not the query's: the document is not changed.
+    EXPECT_FALSE(d.window->blnModified());
+}
+
+TEST(DesignerTest, TheParameterListIsEditedWithTheMouse) {
+    Designer d;
+    d.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    QStringList afterAdding;
+    QStringList afterMoving;
+    QStringList afterRenaming;
+    QStringList afterRemoving;
+    QStringList refused;
+    bool renameEnabledWithoutSelection = true;
+    ModalDriver driver([&](QDialog& dialog) {
+        auto* p = qobject_cast<ParametersDialog*>(&dialog);
+        ASSERT_TRUE(p);
+        EXPECT_FALSE(p->removeButton()->isEnabled());
+        EXPECT_FALSE(p->renameButton()->isEnabled());
+        for (const char* name : {"Country", "Year", "FromDate"}) {
+            QTest::mouseClick(p->nameEdit(), Qt::LeftButton);
+            QTest::keyClicks(p->nameEdit(), name);
+            QTest::mouseClick(p->addButton(), Qt::LeftButton);
+        }
+        afterAdding = listedNames(*p);
+        // Add with nothing but blanks, or with a name that is taken, refuses it.
+        for (const char* name : {"  ", "Year"}) {
+            p->nameEdit()->clear();
+            QTest::keyClicks(p->nameEdit(), name);
+            QTest::mouseClick(p->addButton(), Qt::LeftButton);
+        }
+        refused = shownTexts(*d.box);
+
+        // Click the first name, move it down twice.
+        QTest::mouseClick(p->list()->viewport(), Qt::LeftButton, {}, itemCentre(p->list(), 0));
+        EXPECT_TRUE(p->upButton()->isVisible());
+        EXPECT_FALSE(p->upButton()->isEnabled());
+        QTest::mouseClick(p->downButton(), Qt::LeftButton);
+        QTest::mouseClick(p->downButton(), Qt::LeftButton);
+        EXPECT_FALSE(p->downButton()->isEnabled());
+        QTest::mouseClick(p->upButton(), Qt::LeftButton);
+        afterMoving = listedNames(*p);
+
+        // A double-click renames in place.
+        // A double-click as the mouse makes it: a click, then the second press.
+        QTest::mouseClick(p->list()->viewport(), Qt::LeftButton, {}, itemCentre(p->list(), 0));
+        QTest::mouseDClick(p->list()->viewport(), Qt::LeftButton, {}, itemCentre(p->list(), 0));
+        QLineEdit* editor = listEditor(*p);
+        ASSERT_TRUE(editor);
+        editor->selectAll();
+        QTest::keyClicks(editor, "Region");
+        // Clicking elsewhere in the dialog ends the editing and keeps the name.
+        QTest::mouseClick(p->nameEdit(), Qt::LeftButton);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return listEditor(*p) == nullptr; }));
+        afterRenaming = listedNames(*p);
+
+        // Remove takes the selected name out.
+        QTest::mouseClick(p->list()->viewport(), Qt::LeftButton, {}, itemCentre(p->list(), 1));
+        QTest::mouseClick(p->removeButton(), Qt::LeftButton);
+        afterRemoving = listedNames(*p);
+        p->list()->clearSelection();
+        renameEnabledWithoutSelection = p->renameButton()->isEnabled() ||
+                                        p->removeButton()->isEnabled() ||
+                                        p->upButton()->isEnabled() || p->downButton()->isEnabled();
+        QTest::mouseClick(p->okButton(), Qt::LeftButton);
+    });
+    // Open the Query menu and choose Parameters with the mouse.
+    auto* menu = d.window->findChild<QMenu*>("menuQuery");
+    ASSERT_TRUE(menu);
+    QMenuBar* bar = d.window->menuBar();
+    QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(menu->menuAction()).center());
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(menu));
+    auto* action = d.window->findChild<QAction*>("actionParameters");
+    ASSERT_TRUE(action);
+    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+    ASSERT_TRUE(driver.ran());
+
+    EXPECT_EQ(afterAdding, QStringList({"Country", "Year", "FromDate"}));
+    EXPECT_EQ(refused, QStringList({"A parameter name cannot be blank.",
+                                    "There is a parameter named Year already."}));
+    // Country went down to the bottom and one up again.
+    EXPECT_EQ(afterMoving, QStringList({"Year", "Country", "FromDate"}));
+    EXPECT_EQ(afterRenaming, QStringList({"Region", "Country", "FromDate"}));
+    EXPECT_EQ(afterRemoving, QStringList({"Region", "FromDate"}));
+    EXPECT_FALSE(renameEnabledWithoutSelection);
+    EXPECT_EQ(d.window->parameters(), QStringList({"Region", "FromDate"}));
+    EXPECT_EQ(d.settings->GetSetting("Designer", "Parameters", "(none)"), "Region,FromDate");
+}
+
+TEST(DesignerTest, TheParameterListIsSavedAndCancelOrASessionListLeaveTheSavedOne) {
+    auto store = std::make_shared<MemorySettingsStore>();
+    {
+        Designer first(store);
+        EXPECT_TRUE(first.window->parameters().isEmpty());
+        ModalDriver driver([](QDialog& dialog) {
+            auto* p = qobject_cast<ParametersDialog*>(&dialog);
+            ASSERT_TRUE(p);
+            EXPECT_TRUE(listedNames(*p).isEmpty());
+            QTest::keyClicks(p->nameEdit(), "Country");
+            QTest::keyClick(p->nameEdit(), Qt::Key_Return);
+            QTest::keyClicks(p->nameEdit(), "Year");
+            QTest::keyClick(p->nameEdit(), Qt::Key_Return);
+            QTest::mouseClick(p->okButton(), Qt::LeftButton);
+        });
+        EXPECT_TRUE(first.window->EditParameters());
+        EXPECT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(store->GetSetting("Designer", "Parameters", "(none)"), "Country,Year");
+
+    // A second designer with the same settings starts with the list, and shows it for editing.
+    Designer second(store);
+    EXPECT_EQ(second.window->parameters(), QStringList({"Country", "Year"}));
+    QStringList shown;
+    {
+        // Escape cancels: an added name is dropped, nothing is saved.
+        ModalDriver driver([&shown](QDialog& dialog) {
+            auto* p = qobject_cast<ParametersDialog*>(&dialog);
+            ASSERT_TRUE(p);
+            shown = listedNames(*p);
+            QTest::keyClicks(p->nameEdit(), "Region");
+            QTest::keyClick(p->nameEdit(), Qt::Key_Return);
+            QTest::keyClick(p->nameEdit(), Qt::Key_Escape);
+        });
+        EXPECT_FALSE(second.window->EditParameters());
+        EXPECT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(shown, QStringList({"Country", "Year"}));
+    EXPECT_EQ(second.window->parameters(), QStringList({"Country", "Year"}));
+    EXPECT_EQ(store->GetSetting("Designer", "Parameters", "(none)"), "Country,Year");
+
+    // A list for this session only (as --parameters gives it) is not saved, nor when the user
+    // confirms it unchanged; once the user changes it, the changed list is saved.
+    second.window->setParameters({"Session"});
+    {
+        ModalDriver driver([&shown](QDialog& dialog) {
+            auto* p = qobject_cast<ParametersDialog*>(&dialog);
+            ASSERT_TRUE(p);
+            shown = listedNames(*p);
+            QTest::mouseClick(p->okButton(), Qt::LeftButton);
+        });
+        EXPECT_FALSE(second.window->EditParameters());
+        EXPECT_TRUE(driver.ran());
+    }
+    EXPECT_EQ(shown, QStringList({"Session"}));
+    EXPECT_EQ(second.window->parameters(), QStringList({"Session"}));
+    EXPECT_EQ(store->GetSetting("Designer", "Parameters", "(none)"), "Country,Year");
+    {
+        // Removing every name saves an empty list: no parameters from now on.
+        ModalDriver driver([](QDialog& dialog) {
+            auto* p = qobject_cast<ParametersDialog*>(&dialog);
+            ASSERT_TRUE(p);
+            p->list()->setFocus();
+            QTest::keyClick(p->list(), Qt::Key_Delete);
+            QTest::mouseClick(p->okButton(), Qt::LeftButton);
+        });
+        EXPECT_TRUE(second.window->EditParameters());
+        EXPECT_TRUE(driver.ran());
+    }
+    EXPECT_TRUE(second.window->parameters().isEmpty());
+    EXPECT_TRUE(store->Contains("Designer", "Parameters"));
+    EXPECT_EQ(store->GetSetting("Designer", "Parameters", "(none)"), "");
+    Designer third(store);
+    EXPECT_TRUE(third.window->parameters().isEmpty());
+
+    // Names in the settings that cannot be used (written by hand) are left out on loading.
+    store->SaveSetting("Designer", "Parameters", " Country ,<[Bad]>,Country,,Year,Odd]>");
+    Designer fourth(store);
+    EXPECT_EQ(fourth.window->parameters(), QStringList({"Country", "Year"}));
+    EXPECT_TRUE(fourth.box->shown().empty());
+}
+
+namespace {
+
+// Opens the condition builder with the Add button of the conditions and notes what its value
+// field offers: the items of the drop-down of markers, or nothing when the value is free text.
+struct ValueField {
+    bool blnFreeText = false;
+    QStringList markers;
+};
+ValueField conditionBuilderValueField(Designer& d) {
+    ValueField field;
+    ModalDriver driver([&field](QDialog& dialog) {
+        auto* text = dialog.findChild<QLineEdit*>("txtValue");
+        auto* list = dialog.findChild<QComboBox*>("cboValue");
+        if (!text || !list)
+            return;
+        field.blnFreeText = text->isVisible() && !list->isVisible();
+        if (list->isVisible())
+            for (int i = 0; i < list->count(); ++i)
+                field.markers << list->itemText(i);
+    });
+    auto* add = d.window->control()->findChild<QPushButton*>("cmdAddCondition");
+    if (add)
+        QTest::mouseClick(add, Qt::LeftButton);
+    EXPECT_TRUE(driver.ran());
+    EXPECT_EQ(driver.dialogClass(), "marovin::frmConditionBuilder");
+    return field;
+}
+
+// Replaces the designer's parameter names through the dialog.
+void editParameters(Designer& d, const QStringList& names) {
+    ModalDriver driver([&names](QDialog& dialog) {
+        auto* p = qobject_cast<ParametersDialog*>(&dialog);
+        if (!p)
+            return;
+        p->list()->setFocus();
+        while (p->list()->count() > 0)
+            QTest::keyClick(p->list(), Qt::Key_Delete);
+        for (const QString& name : names) {
+            QTest::keyClicks(p->nameEdit(), name);
+            QTest::keyClick(p->nameEdit(), Qt::Key_Return);
+        }
+        QTest::mouseClick(p->okButton(), Qt::LeftButton);
+    });
+    d.window->EditParameters();
+    EXPECT_TRUE(driver.ran());
+}
+
+} // namespace
+
+TEST(DesignerTest, TheParameterListDecidesWhatCtrlQAndTheConditionBuilderDo) {
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    auto* conditions = d.window->control()->findChild<QTreeWidget*>("lvConditions");
+    ASSERT_TRUE(conditions);
+    ASSERT_EQ(conditions->topLevelItem(0)->checkState(0), Qt::Checked);
+    auto pressCtrlQOnTheFirstCondition = [&] {
+        conditions->setFocus();
+        conditions->setCurrentItem(conditions->topLevelItem(0));
+        QTest::keyClick(conditions, Qt::Key_Q, Qt::ControlModifier);
+    };
+
+    // Without parameters Ctrl+Q switches nothing and the value is free text.
+    pressCtrlQOnTheFirstCondition();
+    EXPECT_EQ(conditions->topLevelItem(0)->checkState(0), Qt::Checked);
+    EXPECT_FALSE(d.window->blnModified());
+    const ValueField before = conditionBuilderValueField(d);
+    EXPECT_TRUE(before.blnFreeText);
+    EXPECT_TRUE(before.markers.isEmpty());
+
+    editParameters(d, {"Country", "Year"});
+    EXPECT_FALSE(d.window->blnModified());
+    pressCtrlQOnTheFirstCondition();
+    EXPECT_EQ(conditions->topLevelItem(0)->checkState(0), Qt::Unchecked);
+    EXPECT_FALSE(d.window->query()->Filters()->Item(1)->blnIsActive());
+    EXPECT_EQ(d.window->control()->strSQL().find("'Germany'"), std::string::npos);
+    EXPECT_TRUE(d.window->blnModified());
+    const ValueField with = conditionBuilderValueField(d);
+    EXPECT_FALSE(with.blnFreeText);
+    EXPECT_EQ(with.markers, QStringList({"<[Country]>", "<[Year]>"}));
+
+    // An empty list is no parameters at all again.
+    editParameters(d, {});
+    EXPECT_TRUE(d.window->parameters().isEmpty());
+    pressCtrlQOnTheFirstCondition();
+    EXPECT_EQ(conditions->topLevelItem(0)->checkState(0), Qt::Unchecked);
+    EXPECT_TRUE(conditionBuilderValueField(d).blnFreeText);
+    EXPECT_TRUE(d.box->shown().empty());
+}
+
+TEST(DesignerTest, ParameterNamesAreReadFromTheCommandLine) {
+    QString error;
+    EXPECT_EQ(ParametersDialog::ParseNames("Country, Year ,FromDate", error),
+              QStringList({"Country", "Year", "FromDate"}));
+    EXPECT_EQ(ParametersDialog::ParseNames("", error), QStringList());
+    EXPECT_EQ(ParametersDialog::ParseNames("  ", error), QStringList());
+    EXPECT_EQ(ParametersDialog::ParseNames("Country,country", error),
+              QStringList({"Country", "country"}));
+    for (const char* bad : {"Country,,Year", "Country,Country", "a<[b", "x]>", "Year,"}) {
+        error.clear();
+        EXPECT_FALSE(ParametersDialog::ParseNames(bad, error)) << bad;
+        EXPECT_FALSE(error.isEmpty()) << bad;
+    }
+    EXPECT_EQ(ParametersDialog::JoinNames({"Country", "Year"}), "Country,Year");
+    EXPECT_TRUE(ParametersDialog::strNameProblem(" Year", {}).contains("blank"));
+
+    // The program refuses a list it cannot use before doing anything else, and takes a good
+    // one.
+    QProcess bad;
+    bad.start(MAROVIN_DESIGNER_EXE, {"--sqlite", QString::fromStdString(SampleDatabasePath()),
+                                     "--parameters", "Country,<[Year]>", "--print-sql"});
+    ASSERT_TRUE(bad.waitForFinished(60000));
+    EXPECT_EQ(bad.exitCode(), 2);
+    EXPECT_TRUE(bad.readAllStandardOutput().isEmpty());
+    const QString badError = QString::fromUtf8(bad.readAllStandardError());
+    EXPECT_TRUE(badError.contains("--parameters: The parameter name <[Year]> contains"))
+        << badError.toStdString();
+
+    QProcess good;
+    good.start(MAROVIN_DESIGNER_EXE,
+               {"--sqlite", QString::fromStdString(SampleDatabasePath()), "--parameters",
+                "Country, Year", "--open", exampleDocument(), "--print-sql"});
+    ASSERT_TRUE(good.waitForFinished(60000));
+    EXPECT_EQ(good.exitCode(), 0) << good.readAllStandardError().toStdString();
+    EXPECT_TRUE(good.readAllStandardOutput().contains("'Germany'"));
+
+    QProcess help;
+    help.start(MAROVIN_DESIGNER_EXE, {"--help"});
+    ASSERT_TRUE(help.waitForFinished(60000));
+    EXPECT_TRUE(help.readAllStandardOutput().contains("--parameters <NAME,NAME,...>"));
 }

@@ -1,6 +1,7 @@
 #include "DesignerWindow.h"
 
 #include "ConnectionDialog.h"
+#include "ParametersDialog.h"
 #include "marovin/ModelError.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cSQLQuery.h"
@@ -16,6 +17,8 @@
 #include <QMenuBar>
 #include <QSaveFile>
 #include <QStatusBar>
+#include <string>
+#include <vector>
 
 namespace marovin {
 
@@ -39,6 +42,7 @@ DesignerWindow::DesignerWindow(PlatformServices services, QWidget* parent)
         setWindowModified(true);
     });
     m_control->setSQLQueryObject(m_query);
+    setParameters(savedParameters());
     updateTitle();
     resize(1280, 860);
 }
@@ -78,6 +82,14 @@ void DesignerWindow::createMenus() {
     QAction* quitAction = file->addAction(tr("&Quit"), this, [this] { close(); });
     quitAction->setObjectName(QStringLiteral("actionQuit"));
     quitAction->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Q));
+
+    // Alt+Q moves to the query builder's SQL view, so the menu's mnemonic is U.
+    QMenu* query = menuBar()->addMenu(tr("Q&uery"));
+    query->setObjectName(QStringLiteral("menuQuery"));
+    QAction* parametersAction = query->addAction(
+        tr("&Parameters..."), this, guardedAction(&DesignerWindow::editParametersFromMenu));
+    parametersAction->setObjectName(QStringLiteral("actionParameters"));
+    parametersAction->setStatusTip(tr("Edit the names of the query parameters"));
 }
 
 bool DesignerWindow::runGuarded(const std::function<void()>& action) {
@@ -328,6 +340,54 @@ void DesignerWindow::chooseConnection() {
     dialog.setConnection(m_connection.get());
     if (dialog.exec() == QDialog::Accepted)
         ConnectTo(dialog.connection());
+}
+
+void DesignerWindow::setParameters(const QStringList& names) {
+    m_parameters = names;
+    if (names.isEmpty()) {
+        m_control->setColParameters(nullptr);
+        return;
+    }
+    auto list = std::make_shared<std::vector<std::string>>();
+    list->reserve(static_cast<size_t>(names.size()));
+    for (const QString& name : names)
+        list->push_back(name.toStdString());
+    m_control->setColParameters(std::move(list));
+}
+
+QStringList DesignerWindow::savedParameters() const {
+    const QString stored = m_services.settings->GetSetting(
+        QString::fromLatin1(kSettingsSection), QString::fromLatin1(kParametersKey), QString());
+    QStringList names;
+    if (stored.trimmed().isEmpty())
+        return names;
+    for (const QString& part : stored.split(QLatin1Char(ParametersDialog::kSeparator))) {
+        const QString name = part.trimmed();
+        if (ParametersDialog::strNameProblem(name, names).isEmpty())
+            names.append(name);
+    }
+    return names;
+}
+
+bool DesignerWindow::EditParameters() {
+    ParametersDialog dialog(m_services.messageBox, this);
+    dialog.setNames(m_parameters);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    const QStringList names = dialog.names();
+    // Confirming the list unchanged keeps a list given on the command line for this session
+    // only.
+    if (names == m_parameters)
+        return false;
+    setParameters(names);
+    m_services.settings->SaveSetting(QString::fromLatin1(kSettingsSection),
+                                     QString::fromLatin1(kParametersKey),
+                                     ParametersDialog::JoinNames(names));
+    return true;
+}
+
+void DesignerWindow::editParametersFromMenu() {
+    EditParameters();
 }
 
 void DesignerWindow::closeEvent(QCloseEvent* event) {

@@ -3,6 +3,7 @@
 #include "marovin/platform/PlatformServices.h"
 
 #include <QMainWindow>
+#include <QStringList>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -25,6 +26,10 @@ public:
     static constexpr const char* kCaption = "Marovin Designer";
     // Query documents are saved with this suffix when the user types none.
     static constexpr const char* kDocumentSuffix = "xml";
+    // Where the designer keeps the query parameter names in its settings: the names joined by
+    // commas (see ParametersDialog::JoinNames).
+    static constexpr const char* kSettingsSection = "Designer";
+    static constexpr const char* kParametersKey = "Parameters";
 
     explicit DesignerWindow(PlatformServices services = {}, QWidget* parent = nullptr);
     ~DesignerWindow() override;
@@ -55,6 +60,16 @@ public:
     // Reads a document into a new query; on failure returns nullptr and sets strError.
     static std::shared_ptr<cSQLQuery> ReadDocument(const QString& strFileName, QString& strError);
 
+    // The query parameter names handed to the query builder, in this order. An empty list
+    // hands the builder no list at all (nullptr): then Ctrl+Q in the conditions list switches
+    // nothing and the condition builder offers free text for values, as for a host that sets
+    // no parameters. The names are used for this session only; the saved list is not changed.
+    void setParameters(const QStringList& names);
+    const QStringList& parameters() const { return m_parameters; }
+    // Edits the parameter names in a dialog. When the user confirms a changed list, the query
+    // builder gets it and it is saved in the settings for the next start. Returns true then.
+    bool EditParameters();
+
     bool blnModified() const { return isWindowModified(); }
     const QString& strFileName() const { return m_strFileName; }
     uscMarovin* control() const { return m_control; }
@@ -78,11 +93,16 @@ private:
     void chooseAndOpen();
     bool chooseAndSaveAs();
     void chooseConnection();
+    void editParametersFromMenu();
+    // The names saved in the settings; names that cannot be used (a settings file edited by
+    // hand) are left out.
+    QStringList savedParameters() const;
 
     PlatformServices m_services;
     std::shared_ptr<cDbConnection> m_connection;
     std::shared_ptr<cSQLQuery> m_query;
     QString m_strFileName;
+    QStringList m_parameters;
     // The query as it was before a change of database left tables out, with its modified
     // mark: connecting to a database that has them loads this again. Dropped by any edit.
     struct BeforeLoss {

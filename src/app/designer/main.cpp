@@ -2,13 +2,17 @@
 //
 //   marovin-designer [--sqlite PATH | --server HOST --database DB [--user NAME]
 //                     [--password-env VAR] [--windows-auth] [--driver NAME] | --connect]
-//                    [--open FILE] [--screenshot PNG] [--print-sql] [--save-as FILE]
+//                    [--parameters NAME,NAME,...] [--open FILE] [--screenshot PNG]
+//                    [--print-sql] [--save-as FILE]
 //
-// Without a connection option it opens the bundled sample database. --screenshot, --print-sql
-// and --save-as run without a window system and exit when done.
+// Without a connection option it opens the bundled sample database. --parameters gives the
+// query parameter names for this run in place of the saved ones (which stay as they are unless
+// the user changes the list under Query > Parameters). --screenshot, --print-sql and --save-as
+// run without a window system and exit when done.
 
 #include "ConnectionDialog.h"
 #include "DesignerWindow.h"
+#include "ParametersDialog.h"
 #include "StderrMessageBox.h"
 #include "marovin/ModelMessages.h"
 #include "marovin/cDbConnection.h"
@@ -24,6 +28,7 @@
 #include <QPixmap>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 using namespace marovin;
 
@@ -96,14 +101,30 @@ int main(int argc, char** argv) {
     const QCommandLineOption windowsAuth("windows-auth", "Log in with the Windows account.");
     const QCommandLineOption driver("driver", "The ODBC driver for SQL Server.", "NAME");
     const QCommandLineOption connectDialog("connect", "Choose the database in a dialog.");
+    const QCommandLineOption parameters(
+        "parameters",
+        "The query parameter names for this run, separated by commas (an empty text: none), in "
+        "place of the saved ones.",
+        "NAME,NAME,...");
     const QCommandLineOption open("open", "Open the query document FILE.", "FILE");
     const QCommandLineOption screenshot("screenshot", "Render the window to PNG and exit.", "PNG");
     const QCommandLineOption printSql("print-sql", "Write the query's SQL text and exit.");
     const QCommandLineOption saveAs("save-as", "Write the query document to FILE and exit.",
                                     "FILE");
     parser.addOptions({sqlite, server, database, user, passwordEnv, windowsAuth, driver,
-                       connectDialog, open, screenshot, printSql, saveAs});
+                       connectDialog, parameters, open, screenshot, printSql, saveAs});
     parser.process(app);
+
+    // The names are checked before anything else happens, as the other options are.
+    std::optional<QStringList> parameterNames;
+    if (parser.isSet(parameters)) {
+        QString error;
+        parameterNames = ParametersDialog::ParseNames(parser.value(parameters), error);
+        if (!parameterNames) {
+            printError(QStringLiteral("--parameters: ") + error);
+            return 2;
+        }
+    }
 
     PlatformServices services;
     auto scriptBox = std::make_shared<StderrMessageBox>();
@@ -115,6 +136,8 @@ int main(int argc, char** argv) {
     SetModelMessageSink(std::make_shared<MessageBoxModelSink>(services.messageBox));
 
     DesignerWindow window(services);
+    if (parameterNames)
+        window.setParameters(*parameterNames);
     if (auto* box = dynamic_cast<QtMessageBox*>(services.messageBox.get()))
         box->setParentWidget(&window);
 
