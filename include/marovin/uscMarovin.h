@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <QWidget>
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -38,7 +39,7 @@ class SqlTextView;
 // "chkAlsoListSystemTables", "chkAlsoListViews", "chkUniqueRecords", "cmdAddTableToJoiner",
 // "cmdSubQueries", "cmdMoveUp", "cmdMoveDown", "cmdRemoveSelectItem", "cmdAddCondition",
 // "cmdEditCondition", "cmdRemoveCondition", "cmdAddExpression", "cmdEditExpression",
-// "cmdRemoveExpression".
+// "cmdRemoveExpression", "cmdCheckSQLSyntax", "cmdFireQuery".
 class uscMarovin : public QWidget {
     Q_OBJECT
 public:
@@ -81,6 +82,14 @@ public:
     // The selected calculated item opened in the expression builder; nothing happens without
     // one. An edited name is not made unique.
     void EditSelectedExpression();
+    // Checks the statement on the server (parameter markers as string literals) and shows the
+    // server's answer. The check runs on a worker thread; the user may cancel it.
+    void CheckSQLSyntax();
+    // Runs the statement (after asking for parameter values) and shows its first rows in the
+    // results viewer; the number of rows fetched comes from the setting "QueryPreview" /
+    // "NrRecords" (50 when absent or 0). The query runs on a worker thread; the user may cancel
+    // it, and a cancelled preview shows nothing.
+    void FireQuery();
     // Remove the selected condition or calculated item after asking the user.
     void RemoveCondition();
     void RemoveExpression();
@@ -173,6 +182,9 @@ private:
     void setExpressionItem(QTreeWidgetItem* item, const std::string& strName,
                            const std::string& strExpression, const std::string& strToolTip);
 
+    // Syntax check and preview (SqlPane.cpp).
+    std::int32_t previewRowLimit() const;
+
     // Assembly and loading (QueryAssembly.cpp, QueryLoading.cpp).
     std::string AssembleQuery();
     void LoadQuery();
@@ -211,6 +223,8 @@ private:
     QPushButton* m_cmdMoveUp = nullptr;
     QPushButton* m_cmdMoveDown = nullptr;
     QPushButton* m_cmdRemoveSelectItem = nullptr;
+    QPushButton* m_cmdCheckSQLSyntax = nullptr;
+    QPushButton* m_cmdFireQuery = nullptr;
     QPushButton* m_cmdAddCondition = nullptr;
     QPushButton* m_cmdEditCondition = nullptr;
     QPushButton* m_cmdRemoveCondition = nullptr;

@@ -259,8 +259,21 @@ void uscMarovin::setupViews() {
     // SQL text.
     m_txtSQLQuery = new SqlTextView;
     m_txtSQLQuery->setObjectName(QStringLiteral("txtSQLQuery"));
+    m_cmdCheckSQLSyntax = new QPushButton(tr("Check s&yntax"));
+    m_cmdCheckSQLSyntax->setObjectName(QStringLiteral("cmdCheckSQLSyntax"));
+    m_cmdCheckSQLSyntax->setAccessibleName(tr("Check syntax"));
+    m_cmdCheckSQLSyntax->setToolTip(tr("Check the statement's syntax on the server"));
+    m_cmdFireQuery = new QPushButton(tr("&Preview..."));
+    m_cmdFireQuery->setObjectName(QStringLiteral("cmdFireQuery"));
+    m_cmdFireQuery->setAccessibleName(tr("Preview"));
+    m_cmdFireQuery->setToolTip(tr("Run the statement and show its first rows"));
+    auto* sqlHeader = new QHBoxLayout;
+    sqlHeader->addWidget(paneLabel(tr("S&QL"), m_txtSQLQuery));
+    sqlHeader->addStretch(1);
+    sqlHeader->addWidget(m_cmdCheckSQLSyntax);
+    sqlHeader->addWidget(m_cmdFireQuery);
     auto* sqlLayout = new QVBoxLayout;
-    sqlLayout->addWidget(paneLabel(tr("S&QL"), m_txtSQLQuery));
+    sqlLayout->addLayout(sqlHeader);
     sqlLayout->addWidget(m_txtSQLQuery, 1);
 
     m_splitRows = new QSplitter(Qt::Vertical);
@@ -329,6 +342,8 @@ void uscMarovin::setupViews() {
     connect(m_cmdMoveDown, &QPushButton::clicked, this, on([this] { MoveSelectItemDown(); }));
     connect(m_cmdRemoveSelectItem, &QPushButton::clicked, this, [this] { RemoveSelectItem(true); });
 
+    connect(m_cmdCheckSQLSyntax, &QPushButton::clicked, this, [this] { CheckSQLSyntax(); });
+    connect(m_cmdFireQuery, &QPushButton::clicked, this, [this] { FireQuery(); });
     connect(m_cmdAddCondition, &QPushButton::clicked, this, [this] { AddCondition(); });
     connect(m_cmdEditCondition, &QPushButton::clicked, this, [this] { EditCurrentCondition(); });
     connect(m_cmdAddExpression, &QPushButton::clicked, this, [this] { AddExpression(); });

@@ -157,30 +157,34 @@ void ControlHarness::dragJoin(const QString& fromAlias, const QString& fromColum
     QTest::mouseRelease(viewport, Qt::LeftButton, keys, to);
 }
 
-ModalDriver::ModalDriver(std::function<void(QDialog&)> action) : m_action(std::move(action)) {
+ModalDriver::ModalDriver(std::vector<std::function<void(QDialog&)>> actions)
+    : m_actions(std::move(actions)) {
     QObject::connect(&m_timer, &QTimer::timeout, [this] { tick(); });
     m_timer.start(10);
 }
 
 void ModalDriver::tick() {
     auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-    if (!dialog) {
-        // Done once the dialog has gone; five seconds without one: nothing is coming.
-        if (m_ran || ++m_ticks > 500)
+    if (!dialog || dialog == m_current || !dialog->isVisible()) {
+        // Five seconds without a new dialog: nothing more is coming.
+        if (++m_ticks > 500)
             m_timer.stop();
         return;
     }
-    if (m_ran) {
+    m_ticks = 0;
+    m_current = dialog;
+    const std::size_t index = static_cast<std::size_t>(m_dialogClasses.size());
+    m_dialogClasses << QString::fromLatin1(dialog->metaObject()->className());
+    if (index >= m_actions.size()) {
         dialog->reject();
         return;
     }
-    m_ran = true;
-    m_dialogClass = QString::fromLatin1(dialog->metaObject()->className());
-    // The action runs from a timer of its own, so that this one stays free to close whatever
-    // the action opens and leaves behind.
+    // The action runs from a timer of its own, so that this one stays free to serve whatever
+    // the action opens; a dialog the action leaves open is closed.
     QPointer<QDialog> target(dialog);
-    QTimer::singleShot(0, dialog, [this, target] {
-        m_action(*target);
+    auto action = m_actions[index];
+    QTimer::singleShot(0, dialog, [action, target] {
+        action(*target);
         QTimer::singleShot(0, [target] {
             if (target && target->isVisible())
                 target->reject();

@@ -14,6 +14,7 @@
 #include <QDialog>
 #include <QListWidget>
 #include <QPushButton>
+#include <QStringList>
 #include <QTableView>
 #include <QTimer>
 #include <QTreeWidget>
@@ -21,6 +22,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
 // Readable QString values in test failure messages.
 inline void PrintTo(const QString& text, std::ostream* out) {
@@ -54,25 +56,30 @@ private:
     std::shared_ptr<CountingBusyPointer> m_busy;
 };
 
-// Acts on the next modal dialog once it is up, from a timer, while the dialog's own loop runs.
-// A dialog the action leaves open, or any further one, is rejected, so that a failing test
-// cannot hang. Create it just before the call that opens the dialog.
+// Acts on the next modal dialogs once each is up, from a timer, while the dialog's own loop
+// runs: the first action on the first dialog, the second on the next one, and so on. A dialog
+// an action leaves open, or any dialog beyond the actions, is rejected, so that a failing test
+// cannot hang. Create it just before the call that opens the dialogs.
 class ModalDriver {
 public:
-    explicit ModalDriver(std::function<void(QDialog&)> action);
-    // Whether a dialog came up and the action ran on it.
-    bool ran() const { return m_ran; }
-    // The class name of the dialog the action ran on.
-    const QString& dialogClass() const { return m_dialogClass; }
+    explicit ModalDriver(std::function<void(QDialog&)> action)
+        : ModalDriver(std::vector<std::function<void(QDialog&)>>{std::move(action)}) {}
+    explicit ModalDriver(std::vector<std::function<void(QDialog&)>> actions);
+    // Whether a dialog came up and the first action ran on it.
+    bool ran() const { return !m_dialogClasses.isEmpty(); }
+    // The class name of the dialog the first action ran on.
+    QString dialogClass() const { return m_dialogClasses.value(0); }
+    // The class names of every dialog that came up, in order (rejected ones too).
+    const QStringList& dialogClasses() const { return m_dialogClasses; }
 
 private:
     void tick();
 
-    std::function<void(QDialog&)> m_action;
+    std::vector<std::function<void(QDialog&)>> m_actions;
     QTimer m_timer;
     int m_ticks = 0;
-    bool m_ran = false;
-    QString m_dialogClass;
+    QStringList m_dialogClasses;
+    QDialog* m_current = nullptr; // Not owned: the dialog the last action ran on.
 };
 
 // One control on the sample database with scripted message boxes and in-memory settings,

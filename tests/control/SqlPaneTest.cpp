@@ -1,0 +1,274 @@
+// The syntax check and the preview on the sample database: the questions and messages, the
+// parameters, the row limit, and cancelling a long wait without freezing the window.
+
+#include "ControlHarness.h"
+#include "marovin/cRecordset.h"
+#include "marovin/frmViewQueryResults.h"
+
+#include <QAbstractItemModel>
+#include <QLineEdit>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <cstdio>
+#include <gtest/gtest.h>
+
+using namespace marovin;
+using namespace marovin::test;
+
+namespace {
+
+constexpr const char* kOrders = R"(<SQLQuery>
+  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
+  <ITEMS_SELECTED>
+    <ITEM><NAME>Orders.OrderID</NAME><ALIAS>OrderID</ALIAS></ITEM>
+    <ITEM><NAME>Orders.ShipCountry</NAME><ALIAS>ShipCountry</ALIAS></ITEM>
+  </ITEMS_SELECTED>%1
+</SQLQuery>)";
+
+std::string ordersWhere(const QString& condition) {
+    const QString filters = condition.isEmpty()
+                                ? QString()
+                                : "\n  <FIXED_FILTERS><FILTER isactive=\"True\">" +
+                                      condition.toHtmlEscaped() + "</FILTER></FIXED_FILTERS>";
+    return QString::fromLatin1(kOrders).arg(filters).toStdString();
+}
+
+// Two tables without a join: every line of every order with every customer.
+constexpr const char* kCrossJoin = R"(<SQLQuery>
+  <TABLES_USED>
+    <TABLE><NAME>dbo.Order Details</NAME><ALIAS>Order Details</ALIAS></TABLE>
+    <TABLE><NAME>dbo.Customers</NAME><ALIAS>Customers</ALIAS></TABLE>
+  </TABLES_USED>
+  <ITEMS_SELECTED>
+    <ITEM><NAME>[Order Details].OrderID</NAME><ALIAS>OrderID</ALIAS></ITEM>
+    <ITEM><NAME>Customers.CustomerID</NAME><ALIAS>CustomerID</ALIAS></ITEM>
+  </ITEMS_SELECTED>
+</SQLQuery>)";
+
+// What the viewer shows: its rows' count and the texts of one column.
+struct Shown {
+    int rows = -1;
+    QStringList column;
+    std::int32_t limit = 0;
+};
+
+std::function<void(QDialog&)> readViewer(Shown& shown, int column = 0) {
+    return [&shown, column](QDialog& dialog) {
+        auto* viewer = qobject_cast<frmViewQueryResults*>(&dialog);
+        auto* grid = dialog.findChild<QTableView*>("jgQueryResults");
+        if (!viewer || !grid)
+            return;
+        shown.limit = viewer->lngNrRecordsToShow();
+        shown.rows = grid->model()->rowCount();
+        for (int r = 0; r < shown.rows; ++r)
+            shown.column << grid->model()->index(r, column).data().toString();
+        dialog.reject();
+    };
+}
+
+std::function<void(QDialog&)> typeValues(const QStringList& values) {
+    return [values](QDialog& dialog) {
+        const auto fields = dialog.findChildren<QLineEdit*>("txtValue");
+        for (int i = 0; i < values.size() && i < fields.size(); ++i) {
+            fields[i]->setFocus();
+            QTest::keyClicks(fields[i], values[i]);
+        }
+        QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
+    };
+}
+
+} // namespace
+
+TEST(SqlPaneTest, TheSyntaxCheckShowsTheServersAnswer) {
+    ControlHarness h;
+    h.load(ordersWhere("Orders.ShipCountry = 'Germany'"));
+    h.clickButton("cmdCheckSQLSyntax");
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strCaption, "Check syntax SQL Query");
+    EXPECT_EQ(h.box->shown()[0].strText, "Syntax SQL Query correct");
+    EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Exclamation);
+    // The busy pointer is off again while the answer is read.
+    ASSERT_EQ(h.box->busyDepths.size(), 1u);
+    EXPECT_EQ(h.box->busyDepths[0], 0);
+
+    h.load(ordersWhere("Orders.NoSuchColumn = 1"));
+    h.box->clear();
+    h.control().CheckSQLSyntax();
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_TRUE(h.box->shown()[0].strText.startsWith("Syntax error:\r\n"))
+        << h.box->shown()[0].strText.toStdString();
+    EXPECT_TRUE(h.box->shown()[0].strText.contains("NoSuchColumn"));
+}
+
+TEST(SqlPaneTest, ParameterMarkersPassTheCheckAsStringLiterals) {
+    ControlHarness h;
+    h.control().setColParameters(
+        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Year"}));
+    h.load(ordersWhere("Orders.OrderID > <[Year]>"));
+    h.control().CheckSQLSyntax();
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strText, "Syntax SQL Query correct");
+}
+
+TEST(SqlPaneTest, AStatementWithoutSelectIsNotSent) {
+    ControlHarness h;
+    // Nothing placed: the statement is empty. The check says so; the preview of an empty
+    // statement ends without a word.
+    Shown shown;
+    ModalDriver driver(readViewer(shown));
+    h.control().CheckSQLSyntax();
+    h.control().FireQuery();
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strCaption, "Check syntax SQL Query");
+    EXPECT_EQ(h.box->shown()[0].strText, "SELECT clause lacking");
+    EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Exclamation);
+    EXPECT_FALSE(driver.ran());
+}
+
+TEST(SqlPaneTest, ACrossJoinIsPreviewedOnlyAfterYes) {
+    ControlHarness h;
+    h.load(kCrossJoin);
+    Shown shown;
+    {
+        ModalDriver driver(readViewer(shown));
+        h.box->QueueAnswer(MessageAnswer::No);
+        h.clickButton("cmdFireQuery");
+        EXPECT_FALSE(driver.ran());
+    }
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strCaption, "Fire Query");
+    EXPECT_EQ(h.box->shown()[0].strText,
+              "There are CROSS JOIN's in the query. Do you want to continue?");
+    EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::YesNo);
+
+    {
+        ModalDriver driver(readViewer(shown));
+        h.box->QueueAnswer(MessageAnswer::Yes);
+        h.control().FireQuery();
+        ASSERT_TRUE(driver.ran());
+        EXPECT_EQ(driver.dialogClass(), "marovin::frmViewQueryResults");
+    }
+    EXPECT_EQ(h.box->shown().size(), 2u);
+    // No setting: at most 50 rows, and the viewer is handed 50 as its limit.
+    EXPECT_EQ(shown.rows, 50);
+}
+
+TEST(SqlPaneTest, ThePreviewFetchesAsManyRowsAsTheSettingSays) {
+    const std::vector<std::pair<QString, int>> cases = {{"0", 50}, {"200", 200}, {"7", 7}};
+    for (const auto& [setting, expected] : cases) {
+        auto settings = std::make_shared<MemorySettingsStore>();
+        settings->SaveSetting("QueryPreview", "NrRecords", setting);
+        ControlHarness h(settings);
+        h.load(kCrossJoin);
+        h.box->QueueAnswer(MessageAnswer::Yes);
+        Shown shown;
+        ModalDriver driver(readViewer(shown));
+        h.control().FireQuery();
+        ASSERT_TRUE(driver.ran()) << setting.toStdString();
+        EXPECT_EQ(shown.rows, expected) << setting.toStdString();
+    }
+}
+
+TEST(SqlPaneTest, ParameterValuesAreAskedForAndPutInPlace) {
+    ControlHarness h;
+    h.control().setColParameters(
+        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Country"}));
+    h.load(ordersWhere("Orders.ShipCountry = <[Country]>"));
+    std::string country;
+    {
+        std::string error;
+        const auto any = h.db->FireQuery("SELECT ShipCountry FROM Orders LIMIT 1", error, 1);
+        ASSERT_TRUE(any && any->RecordCount() == 1) << error;
+        country = std::string(any->Fields(0).AsText());
+    }
+    Shown shown;
+    {
+        ModalDriver driver({typeValues({QString::fromStdString(country)}), readViewer(shown, 1)});
+        h.control().FireQuery();
+        EXPECT_EQ(driver.dialogClasses(),
+                  (QStringList{"marovin::frmParameterValues", "marovin::frmViewQueryResults"}));
+    }
+    ASSERT_GT(shown.rows, 0);
+    for (const QString& value : shown.column)
+        EXPECT_EQ(value.toStdString(), country);
+    // The statement shown keeps its marker; only the preview got the value.
+    EXPECT_NE(h.control().strSQL().find("<[Country]>"), std::string::npos);
+
+    // Cancelling the values ends the preview silently.
+    {
+        ModalDriver driver([](QDialog& dialog) {
+            QTest::mouseClick(dialog.findChild<QPushButton*>("CancelButton"), Qt::LeftButton);
+        });
+        h.control().FireQuery();
+        EXPECT_EQ(driver.dialogClasses(), QStringList{"marovin::frmParameterValues"});
+    }
+    EXPECT_TRUE(h.box->shown().empty());
+}
+
+TEST(SqlPaneTest, FailuresAreShownAndNoViewerOpens) {
+    {
+        ControlHarness h;
+        h.load(ordersWhere("Orders.NoSuchColumn = 1"));
+        Shown shown;
+        ModalDriver driver(readViewer(shown));
+        h.control().FireQuery();
+        EXPECT_FALSE(driver.ran());
+        ASSERT_EQ(h.box->shown().size(), 1u);
+        EXPECT_EQ(h.box->shown()[0].strCaption, "Fire query to database");
+        EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Critical);
+        EXPECT_TRUE(h.box->shown()[0].strText.startsWith("Error\r\n\r\n"));
+        EXPECT_TRUE(h.box->shown()[0].strText.contains("NoSuchColumn"));
+    }
+    {
+        // The database went away after the query was loaded.
+        QTemporaryDir dir;
+        const std::string path = dir.filePath("gone.sqlite").toStdString();
+        WriteSqliteFile(path, "CREATE TABLE Orders (OrderID integer, ShipCountry text);");
+        ControlHarness h(nullptr, SqliteConnection(path));
+        h.load(ordersWhere(QString()));
+        std::remove(path.c_str());
+        Shown shown;
+        ModalDriver driver(readViewer(shown));
+        h.control().FireQuery();
+        EXPECT_FALSE(driver.ran());
+        h.control().CheckSQLSyntax();
+        ASSERT_EQ(h.box->shown().size(), 2u);
+        EXPECT_EQ(h.box->shown()[0].strText, "Problems connecting to database");
+        EXPECT_EQ(h.box->shown()[0].strCaption, "Fire query to database");
+        // The check says nothing it does not know: an empty answer.
+        EXPECT_EQ(h.box->shown()[1].strText, "");
+    }
+}
+
+TEST(SqlPaneTest, ALongQueryIsCancelledAndTheWidgetIsUsableAtOnce) {
+    ControlHarness h;
+    // Counting to a hundred billion in a sub-query: runs for hours.
+    h.load(ordersWhere("Orders.OrderID < (WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + "
+                       "1 FROM n WHERE i < 100000000000) SELECT i FROM n WHERE i = 100000000000)"));
+    ASSERT_NE(h.control().strSQL().find("WHERE\r\n"), std::string::npos) << h.control().strSQL();
+    bool cancelled = false;
+    {
+        ModalDriver driver([&](QDialog& busy) {
+            ASSERT_EQ(busy.objectName(), "dlgBusy");
+            cancelled = true;
+            QTest::mouseClick(busy.findChild<QPushButton*>("cmdCancelWork"), Qt::LeftButton);
+        });
+        h.clickButton("cmdFireQuery");
+        EXPECT_EQ(driver.dialogClasses().size(), 1);
+    }
+    ASSERT_TRUE(cancelled);
+    // Coming back at all proves the cancel: the statement runs for hours otherwise.
+    EXPECT_TRUE(h.box->shown().empty());
+    EXPECT_EQ(h.busy->lngDepth(), 0);
+
+    // Usable at once: an edit goes through and the next preview runs.
+    h.chooseColumn("Orders", "Freight");
+    EXPECT_NE(h.control().strSQL().find("Orders.Freight"), std::string::npos);
+    h.load(ordersWhere("Orders.OrderID > 0"));
+    Shown shown;
+    ModalDriver driver(readViewer(shown));
+    h.control().FireQuery();
+    EXPECT_TRUE(driver.ran());
+    EXPECT_GT(shown.rows, 0);
+}
