@@ -39,16 +39,18 @@ constexpr const char* kUsageText =
     "  fieldin FIELD TABLE write True (exit 0) or False (exit 1)\n"
     "  check (FILE|--sql TEXT)\n"
     "                      check the syntax of a query document's statement or of a text\n"
-    "  preview (FILE|--sql TEXT) [--max-rows N] [--null TEXT]\n"
-    "                      run it: a header line, then the rows, tab-separated (NULL as TEXT,\n"
-    "                      default empty; tabs and line breaks inside values become blanks)\n"
+    "  preview (FILE|--sql TEXT) [--max-rows N] [--null TEXT] [--format tsv|csv]\n"
+    "                      run it: a header line, then the rows (NULL as TEXT, default empty);\n"
+    "                      tsv (default): tab-separated, tabs and line breaks inside values\n"
+    "                      become blanks; csv: comma-separated as RFC 4180 (CR LF line ends,\n"
+    "                      values holding a comma, quote or line break in double quotes)\n"
     "  Parameter markers <[name]> are sent as the string literal 'name'. Passwords come from\n"
     "  the environment variable named by --password-env, or from a prompt on the terminal.\n";
 
 struct Options {
     std::vector<std::string> positional;
     std::optional<std::string> sqlite, server, database, user, passwordEnv, driver, odbc, sql,
-        nullText;
+        nullText, format;
     std::optional<std::int32_t> maxRows, loginTimeout;
     bool windowsAuth = false;
     bool views = true;
@@ -138,7 +140,13 @@ bool parseOptions(const std::string& command, const std::vector<std::string>& ar
             good = takeValue(i, o.sql);
         else if (a == "--null")
             good = takeValue(i, o.nullText);
-        else if (a == "--max-rows" || a == "--login-timeout") {
+        else if (a == "--format") {
+            good = takeValue(i, o.format);
+            if (good && *o.format != "tsv" && *o.format != "csv") {
+                printError(err, command, "--format is tsv or csv");
+                return false;
+            }
+        } else if (a == "--max-rows" || a == "--login-timeout") {
             std::optional<std::string> text;
             std::int32_t n = 0;
             good = takeValue(i, text);
@@ -356,6 +364,20 @@ std::string cellText(const DbValue& v, const std::string& nullText) {
     return s;
 }
 
+// One CSV field: quoted, with its quotes doubled, when it holds a comma, a quote or a line
+// break.
+std::string csvField(const std::string& text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos)
+        return text;
+    std::string quoted = "\"";
+    for (char c : text) {
+        if (c == '"')
+            quoted += '"';
+        quoted += c;
+    }
+    return quoted + '"';
+}
+
 int runTables(const Options& o, cDbConnection& db, std::ostream& out, std::ostream& err) {
     if (!o.positional.empty()) {
         printError(err, "tables", "takes no arguments");
@@ -435,21 +457,28 @@ int runPreview(const Options& o, cDbConnection& db, std::ostream& out, std::ostr
         return kFailure;
     }
     const std::string nullText = o.nullText.value_or("");
+    const bool csv = o.format.value_or("tsv") == "csv";
+    const char separator = csv ? ',' : '\t';
+    const char* lineEnd = csv ? "\r\n" : "\n";
     std::string line;
     for (std::int32_t c = 0; c < rs->FieldCount(); ++c) {
         if (c > 0)
-            line += '\t';
-        line += rs->FieldName(c);
+            line += separator;
+        line += csv ? csvField(rs->FieldName(c)) : rs->FieldName(c);
     }
-    out << line << '\n';
+    out << line << lineEnd;
     for (rs->MoveFirst(); !rs->IsEOF(); rs->MoveNext()) {
         line.clear();
         for (std::int32_t c = 0; c < rs->FieldCount(); ++c) {
             if (c > 0)
-                line += '\t';
-            line += cellText(rs->Fields(c), nullText);
+                line += separator;
+            const DbValue& value = rs->Fields(c);
+            if (csv)
+                line += csvField(value.IsNull() ? nullText : value.ToString());
+            else
+                line += cellText(value, nullText);
         }
-        out << line << '\n';
+        out << line << lineEnd;
     }
     return kOk;
 }

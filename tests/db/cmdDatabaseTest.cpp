@@ -173,6 +173,24 @@ TEST_F(DatabaseCommands, PreviewWritesTabSeparatedRows) {
     EXPECT_EQ(none.out, "One\n");
 }
 
+TEST_F(DatabaseCommands, PreviewWritesCsvOnRequest) {
+    Outcome r = run("preview", {"--sql",
+                                "SELECT ShipperID AS \"Id, No\", CompanyName, NULL AS Gone, "
+                                "'say \"hi\"' AS Quoted, 'a' || char(10) || 'b' AS Lines "
+                                "FROM dbo.Shippers WHERE ShipperID < 3 ORDER BY ShipperID",
+                                "--sqlite", s_path, "--format", "csv"});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.out, "\"Id, No\",CompanyName,Gone,Quoted,Lines\r\n"
+                     "1,Speedy Express,,\"say \"\"hi\"\"\",\"a\nb\"\r\n"
+                     "2,United Package,,\"say \"\"hi\"\"\",\"a\nb\"\r\n");
+    Outcome tsv =
+        run("preview", {"--sql", "SELECT 1 AS One", "--sqlite", s_path, "--format", "tsv"});
+    EXPECT_EQ(tsv.out, "One\n1\n");
+    Outcome bad = run("preview", {"--sql", "SELECT 1", "--sqlite", s_path, "--format", "xlsx"});
+    EXPECT_EQ(bad.code, 2);
+    EXPECT_NE(bad.err.find("--format is tsv or csv"), std::string::npos) << bad.err;
+}
+
 TEST_F(DatabaseCommands, ParameterMarkersBecomeStringLiterals) {
     Outcome r = run("preview", {"--sql", "SELECT <[Country]> AS Name", "--sqlite", s_path});
     ASSERT_EQ(r.code, 0) << r.err;
