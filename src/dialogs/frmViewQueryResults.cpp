@@ -223,11 +223,6 @@ void frmViewQueryResults::buildControls() {
     columnsHeader->setHighlightSections(false);
     connect(m_jgQueryResults->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             [this] { run([this] { EnableButtons(); }); });
-    connect(m_model, &QAbstractItemModel::modelReset, this, [this] {
-        connect(
-            m_jgQueryResults->selectionModel(), &QItemSelectionModel::selectionChanged, this,
-            [this] { run([this] { EnableButtons(); }); }, Qt::UniqueConnection);
-    });
 
     m_lblRecordCount = new QLabel(this);
     m_lblRecordCount->setObjectName(QStringLiteral("lblRecordCount"));
