@@ -177,7 +177,7 @@ void uscMarovin::setupViews() {
     gridRow->addWidget(m_jgSelectedFields, 1);
     gridRow->addLayout(gridButtons);
     auto* gridLayout = new QVBoxLayout;
-    gridLayout->addWidget(paneLabel(tr("Selected &fields"), m_jgSelectedFields));
+    gridLayout->addWidget(paneLabel(tr("Se&lected fields"), m_jgSelectedFields));
     gridLayout->addLayout(gridRow, 1);
 
     // Conditions and calculated items.

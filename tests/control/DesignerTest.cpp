@@ -3,6 +3,7 @@
 #include "DesignerWindow.h"
 #include "ParametersDialog.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -11,6 +12,7 @@
 #include <QFileInfo>
 #include <QGraphicsView>
 #include <QImage>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -19,9 +21,11 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSet>
+#include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+#include <QToolBar>
 #include <QTreeWidget>
 #include <gtest/gtest.h>
 
@@ -892,4 +896,72 @@ TEST(DesignerTest, ParameterNamesAreReadFromTheCommandLine) {
     help.start(MAROVIN_DESIGNER_EXE, {"--help"});
     ASSERT_TRUE(help.waitForFinished(60000));
     EXPECT_TRUE(help.readAllStandardOutput().contains("--parameters <NAME,NAME,...>"));
+}
+
+TEST(DesignerTest, F5PreviewsAndCtrlF5ChecksTheQuery) {
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    d.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    d.window->control()->setFocus();
+
+    QTest::keyClick(d.window.get(), Qt::Key_F5, Qt::ControlModifier);
+    ASSERT_EQ(d.box->shown().size(), 1u);
+    EXPECT_EQ(d.box->shown()[0].strCaption, "Check syntax SQL Query");
+    EXPECT_EQ(d.box->shown()[0].strText, "Syntax SQL Query correct");
+
+    int rows = -1;
+    {
+        ModalDriver driver([&rows](QDialog& dialog) {
+            if (auto* grid = dialog.findChild<QTableView*>("jgQueryResults"))
+                rows = grid->model()->rowCount();
+            dialog.reject();
+        });
+        QTest::keyClick(d.window.get(), Qt::Key_F5);
+        EXPECT_EQ(driver.dialogClass(), "marovin::frmViewQueryResults");
+    }
+    EXPECT_GT(rows, 0);
+    EXPECT_EQ(d.box->shown().size(), 1u);
+    // The toolbar offers both.
+    auto* toolbar = d.window->findChild<QToolBar*>("toolbarQuery");
+    ASSERT_TRUE(toolbar);
+    QStringList names;
+    for (QAction* action : toolbar->actions())
+        names << action->objectName();
+    EXPECT_EQ(names, (QStringList{"actionCheckSyntax", "actionPreview"}));
+}
+
+TEST(DesignerTest, TheWidgetsMnemonicsLeaveTheMenusTheirKeys) {
+    Designer d;
+    // The mnemonic letters of the menu bar and of every label and button of the widget.
+    auto mnemonic = [](const QString& text) -> QChar {
+        for (int i = 0; i + 1 < text.size(); ++i) {
+            if (text[i] == '&' && text[i + 1] != '&')
+                return text[i + 1].toLower();
+            if (text[i] == '&')
+                ++i;
+        }
+        return QChar();
+    };
+    QSet<QChar> menus;
+    for (QAction* action : d.window->menuBar()->actions())
+        menus.insert(mnemonic(action->text()));
+    QSet<QChar> widget;
+    QStringList clashes;
+    auto note = [&](const QString& text) {
+        const QChar letter = mnemonic(text);
+        if (letter.isNull())
+            return;
+        if (menus.contains(letter) || widget.contains(letter))
+            clashes << text;
+        widget.insert(letter);
+    };
+    for (QLabel* label : d.window->control()->findChildren<QLabel*>())
+        if (label->isVisibleTo(d.window.get()))
+            note(label->text());
+    for (QAbstractButton* button : d.window->control()->findChildren<QAbstractButton*>())
+        if (button->isVisibleTo(d.window.get()))
+            note(button->text());
+    EXPECT_TRUE(clashes.isEmpty()) << clashes.join(", ").toStdString();
+    EXPECT_TRUE(menus.contains('f'));
 }

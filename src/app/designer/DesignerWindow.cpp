@@ -17,6 +17,8 @@
 #include <QMenuBar>
 #include <QSaveFile>
 #include <QStatusBar>
+#include <QStyle>
+#include <QToolBar>
 #include <string>
 #include <vector>
 
@@ -86,10 +88,31 @@ void DesignerWindow::createMenus() {
     // Alt+Q moves to the query builder's SQL view, so the menu's mnemonic is U.
     QMenu* query = menuBar()->addMenu(tr("Q&uery"));
     query->setObjectName(QStringLiteral("menuQuery"));
+    // The widget's own commands; each shows its failures itself.
+    QAction* checkAction =
+        query->addAction(tr("Check &syntax"), this, [this] { m_control->CheckSQLSyntax(); });
+    checkAction->setObjectName(QStringLiteral("actionCheckSyntax"));
+    checkAction->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_F5));
+    checkAction->setStatusTip(tr("Check the statement's syntax on the server"));
+    QAction* previewAction =
+        query->addAction(tr("P&review"), this, [this] { m_control->FireQuery(); });
+    previewAction->setObjectName(QStringLiteral("actionPreview"));
+    previewAction->setShortcut(QKeySequence(Qt::Key_F5));
+    previewAction->setStatusTip(tr("Run the statement and show its first rows"));
+    query->addSeparator();
     QAction* parametersAction = query->addAction(
         tr("&Parameters..."), this, guardedAction(&DesignerWindow::editParametersFromMenu));
     parametersAction->setObjectName(QStringLiteral("actionParameters"));
     parametersAction->setStatusTip(tr("Edit the names of the query parameters"));
+
+    QToolBar* toolbar = addToolBar(tr("Query"));
+    toolbar->setObjectName(QStringLiteral("toolbarQuery"));
+    toolbar->setMovable(false);
+    toolbar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    checkAction->setIcon(style()->standardIcon(QStyle::SP_DialogApplyButton));
+    previewAction->setIcon(style()->standardIcon(QStyle::SP_MediaPlay));
+    toolbar->addAction(checkAction);
+    toolbar->addAction(previewAction);
 }
 
 bool DesignerWindow::runGuarded(const std::function<void()>& action) {
