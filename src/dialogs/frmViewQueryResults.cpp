@@ -67,11 +67,30 @@ void appendValue(std::string& out, const DbValue& value) {
     case DbValueKind::Text:
         out.append(value.AsText());
         return;
-    case DbValueKind::Real:
+    case DbValueKind::Real: {
+        char buffer[32];
+        const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value.AsReal());
+        if (ec == std::errc{})
+            out.append(buffer, end);
+        return;
+    }
     case DbValueKind::Blob:
         out += value.ToString();
         return;
     }
+}
+
+// Room for a text of many rows, estimated from the first ones, so that a large text is not
+// copied again and again as it grows.
+template <class AppendRow>
+void reserveForRows(std::string& out, std::size_t rows, AppendRow appendRow) {
+    constexpr std::size_t kSample = 256;
+    if (rows <= kSample)
+        return;
+    std::string sample;
+    for (std::size_t r = 0; r < kSample; ++r)
+        appendRow(sample, r);
+    out.reserve(out.size() + sample.size() / kSample * rows * 9 / 8 + 64);
 }
 
 void trimTrailingBlanks(std::string& out, std::size_t from) {
@@ -552,16 +571,21 @@ std::string frmViewQueryResults::ClipboardText(const cRecordset& rows,
         text += rows.FieldName(columnPositions[c]);
     }
     text += "\r\n\r\n";
-    for (const int row : rowPositions) {
+    const auto appendRow = [&rows, &columnPositions](std::string& out, int row) {
         for (std::size_t c = 0; c < columnPositions.size(); ++c) {
             if (c > 0)
-                text += '\t';
-            const std::size_t start = text.size();
-            appendValue(text, rows.value(row, columnPositions[c]));
-            trimTrailingBlanks(text, start);
+                out += '\t';
+            const std::size_t start = out.size();
+            appendValue(out, rows.value(row, columnPositions[c]));
+            trimTrailingBlanks(out, start);
         }
-        text += "\r\n";
-    }
+        out += "\r\n";
+    };
+    reserveForRows(text, rowPositions.size(), [&](std::string& out, std::size_t position) {
+        appendRow(out, rowPositions[position]);
+    });
+    for (const int row : rowPositions)
+        appendRow(text, row);
     return text;
 }
 
@@ -581,9 +605,18 @@ void frmViewQueryResults::CopyText(const std::function<std::string()>& makeText)
     try {
         BusyPointerScope busy(m_services.busyPointer.get());
         const QModelIndex current = m_jgQueryResults->currentIndex();
-        const QString text = QString::fromStdString(makeText());
+        // The text of many rows takes a while: it is made off the user-interface thread (the
+        // rows are read only), so the window keeps repainting. Cancel drops it when it is done.
+        auto text = std::make_shared<QString>();
+        auto cancelled = std::make_shared<std::atomic<bool>>(false);
+        const bool completed = RunInBackground(
+            this, QStringLiteral("Copying rows..."),
+            [text, &makeText] { *text = QString::fromStdString(makeText()); },
+            [cancelled] { cancelled->store(true); });
+        if (!completed || cancelled->load())
+            return;
         m_services.clipboard->Clear();
-        m_services.clipboard->SetText(text);
+        m_services.clipboard->SetText(*text);
         if (current.isValid())
             m_jgQueryResults->setCurrentIndex(current);
     } catch (...) {
