@@ -142,6 +142,11 @@ QVariant RecordsetModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant RecordsetModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (m_rows && role == Qt::TextAlignmentRole && orientation == Qt::Horizontal) {
+        // A column of numbers has its caption over the numbers, on the right.
+        return QVariant::fromValue(Qt::AlignVCenter |
+                                   (isNumericColumn(section) ? Qt::AlignRight : Qt::AlignLeft));
+    }
     if (!m_rows || role != Qt::DisplayRole)
         return QAbstractTableModel::headerData(section, orientation, role);
     if (orientation == Qt::Horizontal)

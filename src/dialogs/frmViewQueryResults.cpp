@@ -200,7 +200,7 @@ void frmViewQueryResults::buildControls() {
     m_txtRows = new QLineEdit(this);
     nameControl(m_txtRows, "txtRows", QStringLiteral("Number of rows to fetch"));
     m_txtRows->setMaximumWidth(
-        m_txtRows->fontMetrics().horizontalAdvance(QStringLiteral("0")) * 10 + 16);
+        m_txtRows->fontMetrics().horizontalAdvance(QStringLiteral("0")) * 8 + 16);
     m_txtRows->installEventFilter(this);
     m_lblRows->setBuddy(m_txtRows);
     m_cmdRefresh = new QPushButton(QStringLiteral("Re&fresh"), this);

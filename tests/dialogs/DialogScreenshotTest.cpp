@@ -2,12 +2,17 @@
 // the build folder (the pictures in docs/ are taken from there).
 
 #include "DialogHarness.h"
+#include "SampleDatabaseGenerator.h"
 #include "marovin/frmConditionBuilder.h"
 #include "marovin/frmExpressionBuilder.h"
 #include "marovin/frmParameterValues.h"
+#include "marovin/frmViewQueryResults.h"
 
 #include <QApplication>
 #include <QLineEdit>
+#include <QPushButton>
+#include <QTableView>
+#include <QTemporaryDir>
 #include <QTest>
 
 namespace marovin::test {
@@ -69,6 +74,42 @@ TEST_F(DialogScreenshot, ParameterValues) {
     show(dialog);
     type(dialog.findChildren<QLineEdit*>("txtValue").at(2), "100");
     shoot(dialog, "parameter-values.png");
+}
+
+TEST_F(DialogScreenshot, QueryResults) {
+    // The full small sample, so the preview shows a screenful of customers.
+    QTemporaryDir dir;
+    const std::string path = dir.filePath("northwind.sqlite").toStdString();
+    std::string error;
+    ASSERT_TRUE(SampleDatabaseGenerator(SampleDatabaseGenerator::Small()).Write(path, error))
+        << error;
+    auto connection = std::make_shared<cDbConnection>();
+    connection->setStrProvider(cDbConnection::kProviderSqlite);
+    connection->setStrDatabase(path);
+    const std::string sql =
+        "SELECT Customers.CompanyName, Customers.City, Customers.Region, Customers.Country, "
+        "COUNT(Orders.OrderID) AS Orders, ROUND(SUM(Orders.Freight), 2) AS TotalFreight\r\n"
+        "FROM dbo.Customers INNER JOIN dbo.Orders ON Orders.CustomerID = Customers.CustomerID\r\n"
+        "GROUP BY Customers.CompanyName, Customers.City, Customers.Region, Customers.Country\r\n"
+        "ORDER BY TotalFreight DESC";
+    auto rows = connection->FireQuery(sql, error, 50);
+    ASSERT_NE(rows, nullptr) << error;
+
+    frmViewQueryResults viewer(services());
+    viewer.resize(860, 520);
+    viewer.setDbConnection(connection);
+    viewer.setStrSQLQuery(sql);
+    viewer.setLngNrRecordsToShow(50);
+    viewer.setRecordSet(rows);
+    show(viewer);
+    auto* grid = child<QTableView>(viewer, "jgQueryResults");
+    const QModelIndex country = grid->model()->index(2, 3);
+    QTest::mouseClick(grid->viewport(), Qt::LeftButton, Qt::NoModifier,
+                      grid->visualRect(country).center());
+    type(child<QLineEdit>(viewer, "txtSearchText"), "Germany");
+    click(child<QPushButton>(viewer, "cmdSearch"));
+    grid->setFocus();
+    shoot(viewer, "query-results.png");
 }
 
 } // namespace

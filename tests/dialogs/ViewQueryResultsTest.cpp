@@ -451,6 +451,14 @@ TEST_F(ViewQueryResults, NullIsShownApartFromEmptyText) {
     EXPECT_EQ(alignment(3), Qt::AlignRight);
     EXPECT_EQ(alignment(4), Qt::AlignLeft);
     EXPECT_EQ(alignment(5), Qt::AlignRight);
+    // Captions stand over their values.
+    const auto captionAlignment = [model](int column) {
+        return model->headerData(column, Qt::Horizontal, Qt::TextAlignmentRole)
+                   .value<Qt::Alignment>() &
+               Qt::AlignHorizontal_Mask;
+    };
+    EXPECT_EQ(captionAlignment(2), Qt::AlignRight);
+    EXPECT_EQ(captionAlignment(4), Qt::AlignLeft);
     // On the clipboard NULL and the empty text are both nothing.
     click(child<QPushButton>(*viewer, "cmdPrint"));
     EXPECT_TRUE(clipboard->Text().startsWith(
