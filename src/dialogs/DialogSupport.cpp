@@ -102,6 +102,22 @@ std::vector<std::string> tableFieldCandidates(const cTables* tables,
     return candidates;
 }
 
+void askToKeepChanges(iMessageBox& messageBox, const QString& strCaption, const QString& strText,
+                      const std::function<void()>& keep, const std::function<void()>& discard) {
+    switch (messageBox.Show(strCaption, strText, MessageIcon::Exclamation,
+                            MessageButtons::YesNoCancel)) {
+    case MessageAnswer::Yes:
+        keep();
+        break;
+    case MessageAnswer::No:
+        discard();
+        break;
+    default:
+        // Cancel: the dialog stays open with the user's text.
+        break;
+    }
+}
+
 QStringList toQStringList(const std::vector<std::string>& texts) {
     QStringList list;
     list.reserve(static_cast<qsizetype>(texts.size()));

@@ -29,6 +29,11 @@ inline constexpr const char* kDialogSizesSection = "DialogSizes";
 void guarded(iMessageBox* messageBox, const QString& strCaption,
              const std::function<void()>& action) noexcept;
 
+// Asks whether to keep the changes of a dialog that is being closed without OK (buttons Yes, No
+// and Cancel, exclamation icon): Yes calls keep, No calls discard, Cancel leaves the dialog open.
+void askToKeepChanges(iMessageBox& messageBox, const QString& strCaption, const QString& strText,
+                      const std::function<void()>& keep, const std::function<void()>& discard);
+
 // Sets the object name and the accessible name of a control.
 void nameControl(QWidget* widget, const char* objectName, const QString& accessibleName);
 

@@ -392,19 +392,9 @@ void frmConditionBuilder::reject() {
             CancelWithoutQuestion();
             return;
         }
-        switch (m_services.messageBox->Show(kExitCaption, kSaveChangesText,
-                                            MessageIcon::Exclamation,
-                                            MessageButtons::YesNoCancel)) {
-        case MessageAnswer::Yes:
-            ConfirmOK();
-            break;
-        case MessageAnswer::No:
-            CancelWithoutQuestion();
-            break;
-        default:
-            // Cancel: the dialog stays open with the user's text.
-            break;
-        }
+        askToKeepChanges(
+            *m_services.messageBox, kExitCaption, kSaveChangesText, [this] { ConfirmOK(); },
+            [this] { CancelWithoutQuestion(); });
     });
 }
 
