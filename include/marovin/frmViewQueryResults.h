@@ -99,7 +99,7 @@ public:
                          const std::function<bool()>& cancelled = {});
 
     // Closing (cmdClose, Escape, the window's close button) clamps and saves the row limit.
-    // While rows are being fetched, closing cancels the fetch instead.
+    // While rows are being fetched, copied or exported, closing cancels that instead.
     void done(int result) override;
 
 protected:
@@ -118,7 +118,11 @@ private:
     void CopyText(const std::function<std::string()>& makeText);
     void Export();
     void EnableButtons();
-    void setFetching(bool fetching);
+    void setWorking(bool working);
+    // Runs work off the user-interface thread behind the busy indicator (see RunInBackground);
+    // false when it was cancelled.
+    bool runInBackground(const QString& strText, const std::function<void()>& work,
+                         const std::function<void()>& cancel);
     // Runs a fetch of strSQLQuery off the user-interface thread; false when it was cancelled.
     bool fetch(std::int32_t limit, std::shared_ptr<cRecordset>& rows, std::string& error);
     void run(const std::function<void()>& action);
@@ -132,8 +136,8 @@ private:
     // Set when there is no connection: the viewer closes itself once it is shown.
     bool m_blnCloseOnActivate = false;
     bool m_blnShown = false;
-    // The cancellation of the running fetch, or nullptr.
-    std::function<void()> m_cancelFetch;
+    // Cancels the work running off the user-interface thread; empty when none runs.
+    std::function<void()> m_cancelWork;
 
     RecordsetModel* m_model = nullptr;
     QTableView* m_jgQueryResults = nullptr;

@@ -18,6 +18,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QLocale>
+#include <QPointer>
 #include <QPushButton>
 #include <QTableView>
 #include <QTimer>
@@ -199,8 +200,8 @@ void frmViewQueryResults::buildControls() {
     m_lblRows->setObjectName(QStringLiteral("lblRows"));
     m_txtRows = new QLineEdit(this);
     nameControl(m_txtRows, "txtRows", QStringLiteral("Number of rows to fetch"));
-    m_txtRows->setMaximumWidth(
-        m_txtRows->fontMetrics().horizontalAdvance(QStringLiteral("0")) * 8 + 16);
+    m_txtRows->setMaximumWidth(m_txtRows->fontMetrics().horizontalAdvance(QStringLiteral("0")) * 8 +
+                               16);
     m_txtRows->installEventFilter(this);
     m_lblRows->setBuddy(m_txtRows);
     m_cmdRefresh = new QPushButton(QStringLiteral("Re&fresh"), this);
@@ -388,18 +389,8 @@ bool frmViewQueryResults::fetch(std::int32_t limit, std::shared_ptr<cRecordset>&
     auto work = [connection = *m_DbConnection, sql = m_strSQLQuery, limit, cancellation, result] {
         result->rows = connection.FireQuery(sql, result->error, limit, cancellation.get());
     };
-    m_cancelFetch = [cancellation] {
-        cancellation->Cancel();
-    };
-    setFetching(true);
-    bool completed = false;
-    {
-        BusyPointerScope busy(m_services.busyPointer.get());
-        completed = RunInBackground(this, QStringLiteral("Fetching rows..."), work,
-                                    [cancellation] { cancellation->Cancel(); });
-    }
-    setFetching(false);
-    m_cancelFetch = nullptr;
+    const bool completed = runInBackground(QStringLiteral("Fetching rows..."), work,
+                                           [cancellation] { cancellation->Cancel(); });
     if (!completed || cancellation->blnCancelled())
         return false;
     rows = std::move(result->rows);
@@ -407,13 +398,44 @@ bool frmViewQueryResults::fetch(std::int32_t limit, std::shared_ptr<cRecordset>&
     return true;
 }
 
-void frmViewQueryResults::setFetching(bool fetching) {
+bool frmViewQueryResults::runInBackground(const QString& strText, const std::function<void()>& work,
+                                          const std::function<void()>& cancel) {
+    // While the work runs, the controls that would start other work are disabled and closing
+    // cancels it; both end however the work ends, and the activation and the focus go back
+    // where they were (the busy indicator takes the activation, and not every platform gives
+    // it back).
+    struct WorkScope {
+        frmViewQueryResults& viewer;
+        QPointer<QWidget> focus = QApplication::focusWidget();
+        bool wasActive = false;
+        WorkScope(frmViewQueryResults& owner, const std::function<void()>& cancelWork)
+            : viewer(owner), wasActive(owner.isActiveWindow()) {
+            viewer.m_cancelWork = cancelWork;
+            viewer.setWorking(true);
+        }
+        ~WorkScope() {
+            viewer.m_cancelWork = nullptr;
+            viewer.setWorking(false);
+            if (wasActive && !viewer.isActiveWindow() && viewer.isVisible())
+                viewer.activateWindow();
+            if (focus && focus->isEnabled() && focus->window() == viewer.window())
+                focus->setFocus();
+        }
+        WorkScope(const WorkScope&) = delete;
+        WorkScope& operator=(const WorkScope&) = delete;
+    };
+    WorkScope scope(*this, cancel);
+    BusyPointerScope busy(m_services.busyPointer.get());
+    return RunInBackground(this, strText, work, cancel);
+}
+
+void frmViewQueryResults::setWorking(bool working) {
     for (QWidget* control :
          {static_cast<QWidget*>(m_txtRows), static_cast<QWidget*>(m_cmdRefresh),
           static_cast<QWidget*>(m_txtSearchText), static_cast<QWidget*>(m_cmdSearch),
           static_cast<QWidget*>(m_cmdPrint), static_cast<QWidget*>(m_cmdExport)})
-        control->setEnabled(!fetching);
-    if (fetching)
+        control->setEnabled(!working);
+    if (working)
         m_cmdCopySelection->setEnabled(false);
     else
         EnableButtons();
@@ -609,8 +631,8 @@ void frmViewQueryResults::CopyText(const std::function<std::string()>& makeText)
         // rows are read only), so the window keeps repainting. Cancel drops it when it is done.
         auto text = std::make_shared<QString>();
         auto cancelled = std::make_shared<std::atomic<bool>>(false);
-        const bool completed = RunInBackground(
-            this, QStringLiteral("Copying rows..."),
+        const bool completed = runInBackground(
+            QStringLiteral("Copying rows..."),
             [text, &makeText] { *text = QString::fromStdString(makeText()); },
             [cancelled] { cancelled->store(true); });
         if (!completed || cancelled->load())
@@ -723,12 +745,8 @@ void frmViewQueryResults::Export() {
         out.close();
         outcome->written = static_cast<bool>(out) && !stop->load();
     };
-    bool completed = false;
-    {
-        BusyPointerScope busy(m_services.busyPointer.get());
-        completed = RunInBackground(this, QStringLiteral("Writing %1...").arg(path), work,
-                                    [stop] { stop->store(true); });
-    }
+    const bool completed = runInBackground(QStringLiteral("Writing %1...").arg(path), work,
+                                           [stop] { stop->store(true); });
     if (!completed || stop->load()) {
         QFile::remove(path);
         return;
@@ -764,10 +782,10 @@ bool frmViewQueryResults::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void frmViewQueryResults::done(int result) {
-    if (m_cancelFetch) {
+    if (m_cancelWork) {
         // The fetch's own loop is still running: stop it; the viewer stays open with the rows
         // it had.
-        m_cancelFetch();
+        m_cancelWork();
         return;
     }
     if (m_blnLoaded) {

@@ -244,6 +244,8 @@ TEST_F(ViewQueryResults, RefreshFetchesWithTheTypedLimit) {
     press(rows, Qt::Key_Return);
     EXPECT_EQ(grid(*viewer)->model()->rowCount(), 7);
     EXPECT_EQ(rows->text(), QStringLiteral("7"));
+    // The field was disabled during the fetch; the focus is back in it.
+    EXPECT_EQ(QApplication::focusWidget(), rows);
     EXPECT_EQ(busy->lngDepth(), 0);
 }
 
@@ -551,6 +553,11 @@ TEST_F(ViewQueryResults, CancelledRefreshLeavesThePreviousRows) {
               given->value(0, 0).ToString());
     EXPECT_EQ(rowsText(*viewer), before);
     EXPECT_TRUE(child<QPushButton>(*viewer, "cmdRefresh")->isEnabled());
+    // The busy indicator had the activation; once the viewer has it back, the focus is where
+    // it was.
+    EXPECT_TRUE(QTest::qWaitForWindowActive(viewer.get()));
+    EXPECT_EQ(viewer->focusWidget(), child<QPushButton>(*viewer, "cmdRefresh"));
+    EXPECT_EQ(QApplication::focusWidget(), child<QPushButton>(*viewer, "cmdRefresh"));
     EXPECT_EQ(busy->lngDepth(), 0);
     EXPECT_TRUE(viewer->isVisible());
 }
