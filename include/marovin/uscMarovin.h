@@ -145,6 +145,9 @@ private:
     void onTableRemoved(const QString& alias);
     void onColumnChosen(const QString& alias, const QString& column);
     void onAllColumns(const QString& alias);
+    // The click of "cmdSubQueries": the sub-query edited in the sub-query dialog on a nested
+    // control; the table list then offers it by its name.
+    void EditSubQuery();
 
     // Selected-items grid (SelectedItemsGrid.cpp).
     void AddSelectItem(const std::string& strFullFieldName, const std::string& strAlias,

@@ -8,6 +8,7 @@
 #include "marovin/cSQLQuery.h"
 #include "marovin/cTables.h"
 #include "marovin/dvTablesAndJoins.h"
+#include "marovin/frmSubQuery.h"
 #include "marovin/platform/BusyPointerScope.h"
 #include "marovin/uscMarovin.h"
 
@@ -344,6 +345,51 @@ bool uscMarovin::handleDiagramDrop(QEvent* event) {
         EnableButtons();
     }
     return true;
+}
+
+void uscMarovin::EditSubQuery() {
+    guarded(tr("Edit Sub-Query"), [this] {
+        if (m_currentSubQuery) {
+            frmSubQuery dialog(m_services, this);
+            // The nested editor shares this control's services; the dialog takes it as a child.
+            auto* nested = new uscMarovin(nullptr, m_services);
+            nested->setObjectName(QStringLiteral("uscMarovin1"));
+            SubQueryEditor editor;
+            editor.widget = nested;
+            editor.setDatabaseObject = [nested](std::shared_ptr<cDbConnection> connection) {
+                nested->setDatabaseObject(std::move(connection));
+            };
+            editor.setSQLQueryObject = [nested](std::shared_ptr<cSQLQuery> query) {
+                nested->setSQLQueryObject(std::move(query));
+            };
+            editor.setBlnBuildSubQuery = [nested](bool value) {
+                nested->setBlnBuildSubQuery(value);
+            };
+            editor.SQLQueryObject = [nested] {
+                return nested->SQLQueryObject();
+            };
+            dialog.setEditor(std::move(editor));
+            connect(nested, &uscMarovin::Changed, &dialog, &frmSubQuery::editorChanged);
+            dialog.setObjConnection(m_db);
+            dialog.setObjSubQuery(m_currentSubQuery);
+            if (m_colParameters)
+                nested->setColParameters(m_colParameters);
+            m_currentSubQuery->setBlnIsSubQuery(true);
+            dialog.exec();
+            if (std::shared_ptr<cSQLQuery> edited = dialog.objSubQuery()) {
+                // Boxes already placed for the sub-query show the edited one from now on, as
+                // they would after the query was stored and loaded again.
+                for (const auto& table : *m_tables) {
+                    if (table->blnIsSubQuery() && table->SubQuery() == m_currentSubQuery)
+                        table->setSubQuery(edited);
+                }
+                m_currentSubQuery = std::move(edited);
+                m_currentSubQuery->setBlnIsSubQuery(true);
+            }
+        }
+        NotifyQueryChanged();
+        FillTableList();
+    });
 }
 
 } // namespace marovin

@@ -300,6 +300,7 @@ void uscMarovin::setupViews() {
     connect(m_chkAlsoListViews, &QCheckBox::clicked, this, on([this] { FillTableList(); }));
     connect(m_chkUniqueRecords, &QCheckBox::clicked, this, on([this] { NotifyQueryChanged(); }));
     connect(m_cmdAddTableToJoiner, &QPushButton::clicked, this, [this] { SelectTable(); });
+    connect(m_cmdSubQueries, &QPushButton::clicked, this, [this] { EditSubQuery(); });
     connect(m_lstTables, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) {
         guarded(tr("Add table"), [this, item] { placeListEntry(item); });
     });
