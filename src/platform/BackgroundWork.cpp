@@ -78,6 +78,9 @@ bool RunInBackground(QWidget* parent, const QString& strText, const std::functio
                      const std::function<void()>& cancel) {
     std::atomic<bool> done{false};
     bool cancelled = false;
+    // Where the user was: the indicator takes the activation, and gives it back when it goes.
+    const QPointer<QWidget> activeWindow = QApplication::activeWindow();
+    const QPointer<QWidget> focusWidget = QApplication::focusWidget();
     std::exception_ptr failure;
 
     QPointer<BusyDialog> busy = new BusyDialog(parent, strText, [&cancelled, &cancel] {
@@ -114,8 +117,14 @@ bool RunInBackground(QWidget* parent, const QString& strText, const std::functio
     worker.join();
     showTimer.stop();
     if (busy) {
+        const bool shown = busy->isVisible();
         busy->finish();
         delete busy;
+        if (shown && activeWindow) {
+            activeWindow->activateWindow();
+            if (focusWidget)
+                focusWidget->setFocus(Qt::OtherFocusReason);
+        }
     }
     if (failure)
         std::rethrow_exception(failure);

@@ -14,37 +14,6 @@
 
 namespace marovin::test {
 
-const std::string& SampleDatabasePath() {
-    static QTemporaryDir dir;
-    static const std::string path = [] {
-        SampleDatabaseGenerator::Options options = SampleDatabaseGenerator::Small();
-        options.orderLines = 40;
-        options.customers = 6;
-        options.products = 8;
-        options.wideColumns = 25; // one table of more columns than a box shows
-        const std::string file = dir.filePath("northwind.sqlite").toStdString();
-        std::string error;
-        if (!SampleDatabaseGenerator(options).Write(file, error))
-            throw std::runtime_error("cannot write the sample database: " + error);
-        return file;
-    }();
-    return path;
-}
-
-std::shared_ptr<cDbConnection> SampleConnection() {
-    auto db = std::make_shared<cDbConnection>();
-    db->setStrProvider(cDbConnection::kProviderSqlite);
-    db->setStrDatabase(SampleDatabasePath());
-    return db;
-}
-
-std::shared_ptr<cDbConnection> SqliteConnection(const std::string& path) {
-    auto db = std::make_shared<cDbConnection>();
-    db->setStrProvider(cDbConnection::kProviderSqlite);
-    db->setStrDatabase(path);
-    return db;
-}
-
 void WriteSqliteFile(const std::string& path, const std::string& statements) {
     std::remove(path.c_str());
     sqlite3* db = nullptr;

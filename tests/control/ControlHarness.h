@@ -1,5 +1,6 @@
 #pragma once
 
+#include "SampleDatabase.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cSQLQuery.h"
 #include "marovin/dvTablesAndJoins.h"
@@ -31,11 +32,6 @@ inline void PrintTo(const QString& text, std::ostream* out) {
 
 namespace marovin::test {
 
-// A small Northwind-shaped SQLite database written once per test program.
-const std::string& SampleDatabasePath();
-std::shared_ptr<cDbConnection> SampleConnection();
-// A connection to another SQLite file.
-std::shared_ptr<cDbConnection> SqliteConnection(const std::string& path);
 // Writes a new SQLite file from SQL statements (an existing file is replaced).
 void WriteSqliteFile(const std::string& path, const std::string& statements);
 

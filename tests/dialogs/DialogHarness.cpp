@@ -14,29 +14,6 @@
 
 namespace marovin::test {
 
-const std::string& SampleDatabasePath() {
-    static QTemporaryDir dir;
-    static const std::string path = [] {
-        SampleDatabaseGenerator::Options options = SampleDatabaseGenerator::Small();
-        options.orderLines = 40;
-        options.customers = 6;
-        options.products = 8;
-        const std::string file = dir.filePath("northwind.sqlite").toStdString();
-        std::string error;
-        if (!SampleDatabaseGenerator(options).Write(file, error))
-            throw std::runtime_error("cannot write the sample database: " + error);
-        return file;
-    }();
-    return path;
-}
-
-std::shared_ptr<cDbConnection> SampleConnection() {
-    auto db = std::make_shared<cDbConnection>();
-    db->setStrProvider(cDbConnection::kProviderSqlite);
-    db->setStrDatabase(SampleDatabasePath());
-    return db;
-}
-
 std::shared_ptr<cTables> SampleTables() {
     auto tables = std::make_shared<cTables>();
     tables->Add("Customers")->setStrName("dbo.Customers");

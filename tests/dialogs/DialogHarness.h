@@ -1,5 +1,6 @@
 #pragma once
 
+#include "SampleDatabase.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cTables.h"
 #include "marovin/platform/CountingBusyPointer.h"
@@ -27,10 +28,6 @@ inline void PrintTo(const QString& text, std::ostream* out) {
 class QAbstractItemView;
 
 namespace marovin::test {
-
-// The small Northwind-shaped sample database, written once per test program.
-const std::string& SampleDatabasePath();
-std::shared_ptr<cDbConnection> SampleConnection();
 
 // The tables of "total freight per company for German customers": Customers, Orders and
 // "Order Details" from the database, and a sub-query "Totals" whose output names are

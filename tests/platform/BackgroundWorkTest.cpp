@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QDialog>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
@@ -63,7 +64,11 @@ TEST(BackgroundWorkTest, ShortWorkReturnsItsResultWithoutAnIndicator) {
 
 TEST(BackgroundWorkTest, TheCancelButtonStopsLongWorkWhileTheLoopKeepsRunning) {
     QWidget window;
+    auto* field = new QLineEdit(&window);
     window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    field->setFocus();
     StoppableWork work;
     int ticks = 0;
     QTimer ticker;
@@ -85,6 +90,9 @@ TEST(BackgroundWorkTest, TheCancelButtonStopsLongWorkWhileTheLoopKeepsRunning) {
     // Timers fired while the work ran: the windows went on being served.
     EXPECT_GT(ticks, 5);
     EXPECT_EQ(window.findChild<QDialog*>("dlgBusy"), nullptr);
+    // The window and the field the user was in have the keyboard again.
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
+    EXPECT_EQ(QApplication::focusWidget(), field);
 }
 
 TEST(BackgroundWorkTest, EscapeCancelsToo) {
