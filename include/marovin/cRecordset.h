@@ -3,14 +3,20 @@
 #include "marovin/DbValue.h"
 
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace marovin {
 
+class RecordsetBuilder;
+
 // The rows a statement returned, detached from any connection and read-only: column names and
 // types, the rows as typed values (NULL distinct from ""), a record count and a forward cursor.
-// Rows and columns are also reachable by position (from 0) for grid models.
+// Rows and columns are also reachable by position (from 0) for grid models. The rows are kept
+// packed (a kind tag per cell and then only the bytes its value needs), so a row takes about the
+// room of its values written out; values are handed out as DbValue copies.
 class cRecordset {
 public:
     struct Column {
@@ -18,8 +24,8 @@ public:
         std::string strTypeName; // the type as the source declares it; may be empty
     };
 
-    // Rows are kept in blocks of this many, so that reading a large result never moves the rows
-    // already read.
+    // Rows are kept in blocks of this many; a block's row offsets are found from the row number,
+    // and a large result is read without copying the blocks already filled.
     static constexpr std::int32_t kRowsPerBlock = 1024;
 
     // Built by the database layer: the columns, then the cells row by row (cells.size() must be
@@ -39,7 +45,7 @@ public:
     std::int32_t RecordCount() const { return m_rowCount; }
 
     // Random access; a NULL value when row or column is out of range.
-    const DbValue& value(std::int32_t row, std::int32_t col) const;
+    DbValue value(std::int32_t row, std::int32_t col) const;
 
     // Forward cursor, on the first row after construction. BOF and EOF are both true when the
     // set is empty. (EOF is a C library macro, hence IsEOF/IsBOF.)
@@ -52,17 +58,44 @@ public:
     }
     std::int32_t AbsolutePosition() const { return m_current; }
     // Values of the current row; a NULL value at EOF or for an unknown column.
-    const DbValue& Fields(std::int32_t col) const { return value(m_current, col); }
-    const DbValue& Fields(const std::string& name) const {
-        return value(m_current, FieldIndex(name));
-    }
+    DbValue Fields(std::int32_t col) const { return value(m_current, col); }
+    DbValue Fields(const std::string& name) const { return value(m_current, FieldIndex(name)); }
 
     // Bytes held by the cells and column descriptions (for memory measurements).
     std::size_t MemoryUsage() const;
 
 private:
+    friend class RecordsetBuilder;
+
+    struct FreeBytes {
+        void operator()(unsigned char* p) const noexcept { std::free(p); }
+    };
+
+    // Up to kRowsPerBlock rows packed one after the other, and where each row starts among
+    // them. Offsets are 32-bit; a block beyond 4 GiB keeps 64-bit offsets instead.
+    struct Block {
+        const unsigned char* bytes = nullptr; // inside one of the chunks
+        std::size_t size = 0;
+        std::vector<std::uint32_t> rowStarts;
+        std::vector<std::uint64_t> wideRowStarts;
+
+        std::size_t rowStart(std::size_t row) const {
+            return wideRowStarts.empty() ? rowStarts[row]
+                                         : static_cast<std::size_t>(wideRowStarts[row]);
+        }
+    };
+    // Memory the blocks are packed into, one block after the other; never moved once allocated.
+    struct Chunk {
+        std::unique_ptr<unsigned char, FreeBytes> bytes;
+        std::size_t capacity = 0;
+    };
+
+    // For the builder, which fills in the rows.
+    cRecordset() = default;
+
     std::vector<Column> m_columns;
-    std::vector<std::vector<DbValue>> m_blocks;
+    std::vector<Chunk> m_chunks;
+    std::vector<Block> m_blocks;
     std::int32_t m_rowCount = 0;
     std::int32_t m_current = 0;
 };

@@ -377,6 +377,7 @@ std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int3
             break;
         stmt.check(rc, "SQLFetch");
         ++rows;
+        cells.BeginRow();
         for (SQLUSMALLINT c = 1; c <= static_cast<SQLUSMALLINT>(nCols); ++c) {
             SQLLEN ind = 0;
             switch (kinds[c - 1]) {
@@ -384,7 +385,7 @@ std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int3
                 SQLBIGINT v = 0;
                 stmt.check(SQLGetData(stmt.get(), c, SQL_C_SBIGINT, &v, 0, &ind), "SQLGetData");
                 if (ind == SQL_NULL_DATA)
-                    cells.Add();
+                    cells.AddNull();
                 else
                     cells.Add(static_cast<std::int64_t>(v));
                 break;
@@ -393,7 +394,7 @@ std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int3
                 double v = 0;
                 stmt.check(SQLGetData(stmt.get(), c, SQL_C_DOUBLE, &v, 0, &ind), "SQLGetData");
                 if (ind == SQL_NULL_DATA)
-                    cells.Add();
+                    cells.AddNull();
                 else
                     cells.Add(v);
                 break;
@@ -419,17 +420,17 @@ std::shared_ptr<cRecordset> OdbcSession::Query(const std::string& sql, std::int3
                         break;
                 }
                 if (isNull)
-                    cells.Add();
+                    cells.AddNull();
                 else
-                    cells.Add(std::move(bytes));
+                    cells.AddBlob(bytes.data(), bytes.size());
                 break;
             }
             case FetchAs::Text: {
                 auto v = stmt.text(c);
                 if (v)
-                    cells.Add(std::move(*v));
+                    cells.AddText(*v);
                 else
-                    cells.Add();
+                    cells.AddNull();
                 break;
             }
             }

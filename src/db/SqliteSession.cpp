@@ -323,6 +323,7 @@ std::shared_ptr<cRecordset> SqliteSession::readRows(sqlite3_stmt* s, int nCols,
         if (rc != SQLITE_ROW)
             break;
         ++rows;
+        cells.BeginRow();
         for (int c = 0; c < nCols; ++c) {
             switch (sqlite3_column_type(s, c)) {
             case SQLITE_INTEGER:
@@ -333,18 +334,18 @@ std::shared_ptr<cRecordset> SqliteSession::readRows(sqlite3_stmt* s, int nCols,
                 break;
             case SQLITE_TEXT: {
                 const auto* p = reinterpret_cast<const char*>(sqlite3_column_text(s, c));
-                cells.Add(
+                cells.AddText(
                     std::string_view(p, static_cast<std::size_t>(sqlite3_column_bytes(s, c))));
                 break;
             }
             case SQLITE_BLOB: {
                 const auto* p = static_cast<const unsigned char*>(sqlite3_column_blob(s, c));
                 auto n = static_cast<std::size_t>(sqlite3_column_bytes(s, c));
-                cells.Add(DbValue::FromBytes(p, p ? n : 0));
+                cells.AddBlob(p, p ? n : 0);
                 break;
             }
             default:
-                cells.Add();
+                cells.AddNull();
             }
         }
     }

@@ -1,8 +1,9 @@
 #include "marovin/cRecordset.h"
 
+#include "RecordsetBuilder.h"
+
 #include <algorithm>
 #include <cctype>
-#include <iterator>
 
 namespace marovin {
 
@@ -20,44 +21,38 @@ bool equalsNoCase(const std::string& a, const std::string& b) {
 }
 
 const std::string kNoText;
-const DbValue kNullValue;
 
 } // namespace
 
-cRecordset::cRecordset(std::vector<Column> columns, std::vector<DbValue> cells)
-    : m_columns(std::move(columns)) {
-    if (m_columns.empty())
-        return;
-    const std::size_t width = m_columns.size();
-    const std::size_t rows = cells.size() / width;
-    const std::size_t perBlock = static_cast<std::size_t>(kRowsPerBlock) * width;
-    for (std::size_t start = 0; start < rows * width; start += perBlock) {
-        std::size_t end = std::min(start + perBlock, rows * width);
-        m_blocks.emplace_back(
-            std::make_move_iterator(cells.begin() + static_cast<std::ptrdiff_t>(start)),
-            std::make_move_iterator(cells.begin() + static_cast<std::ptrdiff_t>(end)));
+cRecordset::cRecordset(std::vector<Column> columns, std::vector<DbValue> cells) {
+    const std::size_t width = columns.size();
+    RecordsetBuilder builder(std::move(columns));
+    const std::size_t rows = width == 0 ? 0 : cells.size() / width;
+    for (std::size_t r = 0; r < rows; ++r) {
+        builder.BeginRow();
+        for (std::size_t c = 0; c < width; ++c)
+            builder.Add(cells[r * width + c]);
     }
-    m_rowCount = static_cast<std::int32_t>(rows);
+    builder.FinishInto(*this);
 }
 
-cRecordset::cRecordset(std::vector<Column> columns, std::vector<std::vector<DbValue>> blocks)
-    : m_columns(std::move(columns)), m_blocks(std::move(blocks)) {
-    const std::size_t width = m_columns.size();
-    const std::size_t perBlock = static_cast<std::size_t>(kRowsPerBlock) * width;
-    std::size_t rows = 0;
-    for (std::size_t b = 0; width > 0 && b < m_blocks.size(); ++b) {
-        std::vector<DbValue>& block = m_blocks[b];
-        // Every block but the last is full; a short block ends the set.
-        block.resize(std::min(block.size() - block.size() % width, perBlock));
-        rows += block.size() / width;
-        if (block.size() < perBlock) {
-            m_blocks.resize(b + 1);
-            break;
+cRecordset::cRecordset(std::vector<Column> columns, std::vector<std::vector<DbValue>> blocks) {
+    const std::size_t width = columns.size();
+    RecordsetBuilder builder(std::move(columns));
+    const auto perBlock = static_cast<std::size_t>(kRowsPerBlock);
+    for (std::size_t b = 0; width > 0 && b < blocks.size(); ++b) {
+        const std::vector<DbValue>& block = blocks[b];
+        const std::size_t rows = std::min(block.size() / width, perBlock);
+        for (std::size_t r = 0; r < rows; ++r) {
+            builder.BeginRow();
+            for (std::size_t c = 0; c < width; ++c)
+                builder.Add(block[r * width + c]);
         }
+        // Every block but the last is full; a short block ends the set.
+        if (rows < perBlock)
+            break;
     }
-    if (width == 0)
-        m_blocks.clear();
-    m_rowCount = static_cast<std::int32_t>(rows);
+    builder.FinishInto(*this);
 }
 
 const std::string& cRecordset::FieldName(std::int32_t col) const {
@@ -80,27 +75,33 @@ std::int32_t cRecordset::FieldIndex(const std::string& name) const {
     return -1;
 }
 
-const DbValue& cRecordset::value(std::int32_t row, std::int32_t col) const {
+DbValue cRecordset::value(std::int32_t row, std::int32_t col) const {
     if (row < 0 || row >= m_rowCount || col < 0 || col >= FieldCount())
-        return kNullValue;
+        return DbValue();
     const auto r = static_cast<std::size_t>(row);
-    return m_blocks[r / kRowsPerBlock]
-                   [(r % kRowsPerBlock) * m_columns.size() + static_cast<std::size_t>(col)];
+    const Block& block = m_blocks[r / kRowsPerBlock];
+    // The cells of a row are walked from its start: rows are short, and the offsets of single
+    // cells would cost more memory than the cells themselves.
+    const unsigned char* p = block.bytes + block.rowStart(r % kRowsPerBlock);
+    for (std::int32_t c = 0; c < col; ++c)
+        p = packed::skip(p);
+    return packed::read(p);
 }
 
 std::size_t cRecordset::MemoryUsage() const {
     std::size_t bytes = sizeof(*this) + m_columns.capacity() * sizeof(Column) +
-                        m_blocks.capacity() * sizeof(std::vector<DbValue>);
+                        m_chunks.capacity() * sizeof(Chunk) + m_blocks.capacity() * sizeof(Block);
     auto heapOf = [](const std::string& s) {
         // Short strings live inside the object itself.
         return s.capacity() > std::string().capacity() ? s.capacity() + 1 : 0;
     };
     for (const Column& c : m_columns)
         bytes += heapOf(c.strName) + heapOf(c.strTypeName);
-    for (const auto& block : m_blocks) {
-        bytes += block.capacity() * sizeof(DbValue);
-        for (const DbValue& v : block)
-            bytes += v.HeapBytes();
+    for (const Chunk& chunk : m_chunks)
+        bytes += chunk.capacity;
+    for (const Block& block : m_blocks) {
+        bytes += block.rowStarts.capacity() * sizeof(std::uint32_t) +
+                 block.wideRowStarts.capacity() * sizeof(std::uint64_t);
     }
     return bytes;
 }

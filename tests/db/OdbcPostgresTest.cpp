@@ -314,7 +314,8 @@ TEST_F(OdbcPostgres, OddNamesHugeValuesNullsAndBlobs) {
     for (int i = 0; i < 1000000; ++i)
         expected += "é東";
     EXPECT_TRUE(rs->value(2, 1).AsText() == expected) << rs->value(2, 1).AsText().size();
-    auto blob = rs->value(2, 2).AsBlob();
+    const DbValue blobValue = rs->value(2, 2);
+    auto blob = blobValue.AsBlob();
     ASSERT_EQ(blob.size(), 3000000u);
     EXPECT_EQ(blob[0], 0x00);
     EXPECT_EQ(blob[1], 0xFF);

@@ -4,8 +4,10 @@
 #include "DbTestSupport.h"
 
 #include <gtest/gtest.h>
+#include <limits>
 #include <marovin/cDbConnection.h>
 #include <marovin/cRecordset.h>
+#include <string_view>
 
 namespace marovin {
 namespace {
@@ -82,6 +84,147 @@ TEST(Recordset, AQueryOfManyBlocksMatchesTheFileRowForRow) {
     EXPECT_EQ(limited->RecordCount(), 1025);
     EXPECT_EQ(limited->value(1024, 0).AsInteger(), 1025);
     EXPECT_GT(rs->MemoryUsage(), limited->MemoryUsage());
+}
+
+// Every kind of value comes back from the packed rows as it went in, NULL apart from "".
+TEST(Recordset, EveryKindOfValueRoundTrips) {
+    const std::string withZeros("a\0b\0", 4);
+    const std::string longText(100000, 'x');
+    const std::string text255(255, 'y'); // just past the texts whose length fits the tag
+    const std::string text239(239, 'z');
+    DbValue::Blob bytes{0x00, 0xFF, 0x10, 0x00};
+    std::vector<DbValue> values = {
+        DbValue(),
+        DbValue(std::string()),
+        DbValue(std::int64_t{0}),
+        DbValue(std::int64_t{-1}),
+        DbValue(std::int64_t{127}),
+        DbValue(std::int64_t{-128}),
+        DbValue(std::int64_t{128}),
+        DbValue(std::int64_t{-32769}),
+        DbValue(std::int64_t{2147483647}),
+        DbValue(std::int64_t{-2147483649LL}),
+        DbValue(std::numeric_limits<std::int64_t>::max()),
+        DbValue(std::numeric_limits<std::int64_t>::min()),
+        DbValue(0.0),
+        DbValue(-2.5),
+        DbValue(1e300),
+        DbValue(std::string_view(withZeros)),
+        DbValue(text239),
+        DbValue(text255),
+        DbValue(longText),
+        DbValue(bytes),
+        DbValue(DbValue::Blob{}),
+        DbValue(std::string("last")),
+    };
+    const std::vector<cRecordset::Column> columns(values.size(), {"c", ""});
+    std::vector<DbValue> cells;
+    for (int row = 0; row < 3; ++row)
+        cells.insert(cells.end(), values.begin(), values.end());
+    cRecordset rs(columns, std::move(cells));
+    ASSERT_EQ(rs.RecordCount(), 3);
+    for (std::int32_t row = 0; row < 3; ++row) {
+        for (std::size_t c = 0; c < values.size(); ++c) {
+            const DbValue got = rs.value(row, static_cast<std::int32_t>(c));
+            EXPECT_EQ(got, values[c]) << "row " << row << ", column " << c;
+            EXPECT_EQ(got.Kind(), values[c].Kind()) << "column " << c;
+        }
+    }
+    EXPECT_TRUE(rs.value(0, 0).IsNull());
+    EXPECT_EQ(rs.value(0, 1).Kind(), DbValueKind::Text);
+    EXPECT_EQ(rs.value(0, 10).AsInteger(), std::numeric_limits<std::int64_t>::max());
+    EXPECT_EQ(rs.value(0, 11).AsInteger(), std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(rs.value(0, 15).AsText(), std::string_view(withZeros));
+    EXPECT_EQ(rs.value(2, 18).AsText().size(), longText.size());
+    EXPECT_EQ(rs.value(1, 19).ToString(), "0x00FF1000");
+    EXPECT_EQ(rs.value(1, 20).Kind(), DbValueKind::Blob);
+    EXPECT_TRUE(rs.value(1, 20).AsBlob().empty());
+    EXPECT_TRUE(rs.value(0, static_cast<std::int32_t>(values.size())).IsNull());
+    EXPECT_TRUE(rs.value(-1, 0).IsNull());
+}
+
+// Rows on both sides of block boundaries, read forward with the cursor and then at random.
+TEST(Recordset, RowsAcrossBlockBoundariesReadForwardThenAtRandom) {
+    const std::int32_t rows = 3 * cRecordset::kRowsPerBlock + 2;
+    auto textOf = [](std::int32_t r) {
+        // Texts of varying length, some longer than the tag can announce.
+        return std::string(static_cast<std::size_t>(r % 300), static_cast<char>('a' + r % 26));
+    };
+    std::vector<DbValue> cells;
+    for (std::int32_t r = 0; r < rows; ++r) {
+        cells.emplace_back(static_cast<std::int64_t>(r) * 100003 - 50000000);
+        if (r % 7 == 0)
+            cells.emplace_back();
+        else
+            cells.emplace_back(textOf(r));
+        cells.emplace_back(r / 4.0);
+    }
+    cRecordset rs({{"i", ""}, {"t", ""}, {"r", ""}}, std::move(cells));
+    ASSERT_EQ(rs.RecordCount(), rows);
+    auto check = [&](std::int32_t r) {
+        EXPECT_EQ(rs.value(r, 0).AsInteger(), static_cast<std::int64_t>(r) * 100003 - 50000000);
+        if (r % 7 == 0)
+            EXPECT_TRUE(rs.value(r, 1).IsNull()) << r;
+        else
+            EXPECT_EQ(rs.value(r, 1).AsText(), textOf(r)) << r;
+        EXPECT_EQ(rs.value(r, 2).AsReal(), r / 4.0);
+    };
+    std::int32_t walked = 0;
+    for (rs.MoveFirst(); !rs.IsEOF(); rs.MoveNext()) {
+        EXPECT_EQ(rs.Fields("r").AsReal(), walked / 4.0);
+        ++walked;
+    }
+    EXPECT_EQ(walked, rows);
+    EXPECT_TRUE(rs.Fields(0).IsNull()); // at EOF
+    const std::int32_t k = cRecordset::kRowsPerBlock;
+    for (std::int32_t r : {k + 1, k - 1, k, 0, rows - 1, 2 * k, 2 * k - 1, 3 * k, 3 * k + 1, 5})
+        check(r);
+    for (std::int32_t r = rows - 1; r >= 0; r -= 37)
+        check(r);
+}
+
+// A query of rows 1023, 1024 and 1025 long: the last row of each set is the one just read.
+TEST(Recordset, QueriesEndingAroundABlockBoundary) {
+    test::TempDir dir;
+    std::string path = dir.file("edge.sqlite");
+    test::writeSqlite(path, "CREATE TABLE t (i integer, s text, b blob, n);"
+                            "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
+                            "WHERE i < 1025) INSERT INTO t SELECT i, 'v' || i, x'00ff', NULL "
+                            "FROM n;");
+    cDbConnection db;
+    db.setStrProvider("SQLite");
+    db.setStrDatabase(path);
+    for (std::int32_t count : {1023, 1024, 1025}) {
+        std::string error;
+        auto rs = db.FireQuery("SELECT i, s, b, n FROM t ORDER BY i", error, count);
+        ASSERT_NE(rs, nullptr) << error;
+        ASSERT_EQ(rs->RecordCount(), count);
+        const std::int32_t last = count - 1;
+        EXPECT_EQ(rs->value(last, 0).AsInteger(), count);
+        EXPECT_EQ(rs->value(last, 1).AsText(), "v" + std::to_string(count));
+        EXPECT_EQ(rs->value(last, 2).ToString(), "0x00FF");
+        EXPECT_TRUE(rs->value(last, 3).IsNull());
+        EXPECT_TRUE(rs->value(count, 0).IsNull());
+    }
+}
+
+// Packed rows take far less than the 24 bytes a cell that a DbValue per cell would take.
+TEST(Recordset, MemoryPerRowIsWellBelowAValuePerCell) {
+    const std::int32_t rows = 10000;
+    std::vector<DbValue> cells;
+    for (std::int32_t r = 0; r < rows; ++r) {
+        cells.emplace_back(static_cast<std::int64_t>(r));
+        cells.emplace_back(static_cast<std::int64_t>(r % 50));
+        cells.emplace_back(r * 1.5);
+        cells.emplace_back("Germany");
+    }
+    cRecordset rs({{"a", ""}, {"b", ""}, {"c", ""}, {"d", ""}}, std::move(cells));
+    const double perRow = static_cast<double>(rs.MemoryUsage()) / rows;
+    // 3 + 2 + 9 + 8 bytes of cells (most rows) and a 4-byte row offset, plus what the growing
+    // chunks leave unused.
+    EXPECT_LT(perRow, 40.0);
+    EXPECT_GT(perRow, 25.0); // the count is honest: it covers at least the packed bytes
+    EXPECT_LT(perRow, 0.5 * 4 * sizeof(DbValue));
 }
 
 TEST(DbValue, DisplayTextAndKinds) {
