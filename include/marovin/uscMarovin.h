@@ -23,6 +23,7 @@ class QTreeWidgetItem;
 namespace marovin {
 
 class cDbConnection;
+class DbCancellation;
 class cSQLQuery;
 class cTables;
 class dvTablesAndJoins;
@@ -187,6 +188,10 @@ private:
 
     // Syntax check and preview (SqlPane.cpp).
     std::int32_t previewRowLimit() const;
+    // Runs work on a worker thread with a copy of the connection and a cancellation the busy
+    // indicator's Cancel triggers; false when the user cancelled.
+    bool runOnServer(const QString& strText,
+                     const std::function<void(const cDbConnection&, DbCancellation*)>& work);
 
     // Assembly and loading (QueryAssembly.cpp, QueryLoading.cpp).
     std::string AssembleQuery();

@@ -26,6 +26,18 @@ constexpr std::int32_t kDefaultPreviewRows = 50;
 
 } // namespace
 
+bool uscMarovin::runOnServer(
+    const QString& strText,
+    const std::function<void(const cDbConnection&, DbCancellation*)>& work) {
+    // The worker reads its own copy: the host may change its object meanwhile.
+    auto db = std::make_shared<cDbConnection>(*m_db);
+    auto cancellation = std::make_shared<DbCancellation>();
+    BusyPointerScope busy(m_services.busyPointer.get());
+    return RunInBackground(
+        this, strText, [db, cancellation, work] { work(*db, cancellation.get()); },
+        [cancellation] { cancellation->Cancel(); });
+}
+
 std::int32_t uscMarovin::previewRowLimit() const {
     const QString stored =
         m_services.settings->GetSetting(QStringLiteral("QueryPreview"), QStringLiteral("NrRecords"),
@@ -49,20 +61,12 @@ void uscMarovin::CheckSQLSyntax() {
         // Each parameter marker becomes a string literal holding the parameter's name.
         const std::string statement = markersAsStringLiterals(m_strSQL);
         auto result = std::make_shared<std::string>();
-        if (m_db) {
-            // The worker reads its own copy: the host may change its object meanwhile.
-            auto db = std::make_shared<cDbConnection>(*m_db);
-            auto cancellation = std::make_shared<DbCancellation>();
-            BusyPointerScope busy(m_services.busyPointer.get());
-            const bool finished = RunInBackground(
-                this, tr("Checking the syntax on the server..."),
-                [db, statement, cancellation, result] {
-                    *result = db->CheckSQLSyntax(statement, cancellation.get());
-                },
-                [cancellation] { cancellation->Cancel(); });
-            if (!finished)
-                return;
-        }
+        if (m_db && !runOnServer(
+                        tr("Checking the syntax on the server..."),
+                        [statement, result](const cDbConnection& db, DbCancellation* cancellation) {
+                            *result = db.CheckSQLSyntax(statement, cancellation);
+                        }))
+            return;
         // Without a connection the answer is empty, and so is the message.
         m_services.messageBox->Show(tr(kCheckCaption), QString::fromStdString(*result),
                                     MessageIcon::Exclamation, MessageButtons::Ok);
@@ -100,19 +104,13 @@ void uscMarovin::FireQuery() {
         auto rows = std::make_shared<std::shared_ptr<cRecordset>>();
         if (!m_db) {
             *error = "Problems connecting to database";
-        } else {
-            auto db = std::make_shared<cDbConnection>(*m_db);
-            auto cancellation = std::make_shared<DbCancellation>();
-            BusyPointerScope busy(m_services.busyPointer.get());
-            const bool finished = RunInBackground(
-                this, tr("Running the query on the server..."),
-                [db, statement, limit, cancellation, error, rows] {
-                    *rows = db->FireQuery(statement, *error, limit, cancellation.get());
-                },
-                [cancellation] { cancellation->Cancel(); });
+        } else if (!runOnServer(tr("Running the query on the server..."),
+                                [statement, limit, error, rows](const cDbConnection& db,
+                                                                DbCancellation* cancellation) {
+                                    *rows = db.FireQuery(statement, *error, limit, cancellation);
+                                })) {
             // A cancelled preview shows nothing and says nothing more.
-            if (!finished)
-                return;
+            return;
         }
         if (!error->empty()) {
             m_services.messageBox->Show(tr(kFireFailedCaption), QString::fromStdString(*error),
