@@ -15,7 +15,6 @@ class QCheckBox;
 class QListWidget;
 class QListWidgetItem;
 class QPushButton;
-class QSplitter;
 class QTableView;
 class QTreeWidget;
 class QTreeWidgetItem;
@@ -28,6 +27,7 @@ class cSQLQuery;
 class cTables;
 class dvTablesAndJoins;
 class SelectedItemsModel;
+class SplitterBar;
 class SqlTextView;
 
 // The embeddable query builder: a host gives it a database connection and a query, the user
@@ -40,7 +40,8 @@ class SqlTextView;
 // "chkAlsoListSystemTables", "chkAlsoListViews", "chkUniqueRecords", "cmdAddTableToJoiner",
 // "cmdSubQueries", "cmdMoveUp", "cmdMoveDown", "cmdRemoveSelectItem", "cmdAddCondition",
 // "cmdEditCondition", "cmdRemoveCondition", "cmdAddExpression", "cmdEditExpression",
-// "cmdRemoveExpression", "cmdCheckSQLSyntax", "cmdFireQuery".
+// "cmdRemoveExpression", "cmdCheckSQLSyntax", "cmdFireQuery"; the splitter bars "imgSplit0" to
+// "imgSplit4" and the drag indicator "picSplit".
 class uscMarovin : public QWidget {
     Q_OBJECT
 public:
@@ -104,6 +105,10 @@ public:
     const std::array<float, 5>& paneProportions() const { return m_sngPaneProportions; }
     const PlatformServices& services() const { return m_services; }
 
+    // 8000 by 8000 twips at the screen's logical resolution; the control is never made smaller.
+    QSize minimumSizeHint() const override;
+    QSize sizeHint() const override;
+
 signals:
     void Changed();
 
@@ -121,9 +126,21 @@ private:
     bool replaceQuery(std::shared_ptr<cSQLQuery> query);
     void refreshPanes();
     void setupViews();
+
+    // Layout and splitters (PaneLayout.cpp).
     void readPaneProportions();
     void writePaneProportions() const;
-    void applyPaneProportions();
+    void setupSplitters();
+    int twipsToPixels(int twips) const;
+    // Puts the bars where the proportions say, as parts of the control's height and width.
+    void placeBarsFromProportions();
+    // The proposed position of a bar within its limits.
+    int clampBarPosition(int index, int proposed) const;
+    void onBarDragStarted(int index);
+    void onBarDragMoved(int index, int offset);
+    void onBarDragFinished(int index);
+    // Moves and sizes every pane between the bars, and the bars across the room they divide.
+    void layoutPanes();
     void NotifyQueryChanged();
     void raiseChanged();
     void EnableButtons();
@@ -239,9 +256,17 @@ private:
     QPushButton* m_cmdAddExpression = nullptr;
     QPushButton* m_cmdEditExpression = nullptr;
     QPushButton* m_cmdRemoveExpression = nullptr;
-    QSplitter* m_splitRows = nullptr;
-    QSplitter* m_splitTop = nullptr;
-    QSplitter* m_splitLists = nullptr;
+    QWidget* m_pnlTables = nullptr;
+    QWidget* m_pnlGrid = nullptr;
+    QWidget* m_pnlConditions = nullptr;
+    QWidget* m_pnlExpressions = nullptr;
+    QWidget* m_pnlSql = nullptr;
+    // Bars 0 to 2 lie horizontally (their position is their top), bars 3 and 4 stand upright
+    // (their position is their left edge).
+    std::array<SplitterBar*, 5> m_imgSplit{};
+    std::array<int, 5> m_barPositions{};
+    QWidget* m_picSplit = nullptr;
+    bool m_blnDragging = false;
 };
 
 } // namespace marovin

@@ -8,6 +8,8 @@
 #include "marovin/cSQLQuery.h"
 #include "marovin/cTables.h"
 #include "marovin/dvTablesAndJoins.h"
+#include "marovin/platform/EmptyHint.h"
+#include "marovin/platform/Icons.h"
 #include "marovin/platform/QtMessageBox.h"
 #include "marovin/platform/SqlTextView.h"
 
@@ -19,36 +21,13 @@
 #include <QListWidget>
 #include <QLocale>
 #include <QPushButton>
-#include <QResizeEvent>
-#include <QSplitter>
 #include <QTableView>
 #include <QTreeWidget>
 #include <QVBoxLayout>
-#include <cmath>
-#include <cstdio>
 
 namespace marovin {
 
 namespace {
-
-constexpr const char* kPaneSection = "RelSizesDVPanes";
-constexpr const char* kPaneKey = "Positions";
-// The separator the stored proportions are read with; they are written with "," (see
-// writePaneProportions), so a value the control wrote itself is never read back.
-constexpr std::string_view kPaneReadSeparator = "$%&";
-constexpr std::array<float, 5> kDefaultProportions = {0.375F, 0.6F, 0.825F, 0.2F, 0.5F};
-
-// A number as the classic locale-independent Str() writes it: a leading blank for a positive
-// value (a minus sign otherwise), no leading zero before the decimal mark, at most seven
-// significant digits of a single-precision value.
-std::string numberToText(float value) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%.7g", static_cast<double>(std::fabs(value)));
-    std::string digits = buffer;
-    if (digits.rfind("0.", 0) == 0)
-        digits.erase(0, 1);
-    return (value < 0 ? "-" : " ") + digits;
-}
 
 QLabel* paneLabel(const QString& text, QWidget* buddy) {
     auto* label = new QLabel(text);
@@ -59,8 +38,9 @@ QLabel* paneLabel(const QString& text, QWidget* buddy) {
     return label;
 }
 
-QWidget* panel(QLayout* layout) {
-    auto* widget = new QWidget;
+QWidget* panel(QLayout* layout, const QString& name, QWidget* parent) {
+    auto* widget = new QWidget(parent);
+    widget->setObjectName(name);
     layout->setContentsMargins(4, 4, 4, 4);
     widget->setLayout(layout);
     return widget;
@@ -104,15 +84,25 @@ void uscMarovin::setupViews() {
     // A dragged entry is copied onto the diagram; it must never leave the list.
     m_lstTables->setDefaultDropAction(Qt::CopyAction);
     m_lstTables->installEventFilter(this);
+    m_lstTables->setAccessibleName(tr("Tables"));
+    m_lstTables->setToolTip(
+        tr("Double-click a table, or drag it onto the diagram, to add it to the query"));
+    installEmptyHint(m_lstTables, tr("Connect to a database to list its tables"));
     m_chkAlsoListViews = new QCheckBox(tr("Also list views"));
     m_chkAlsoListViews->setObjectName(QStringLiteral("chkAlsoListViews"));
     m_chkAlsoListViews->setChecked(true);
+    m_chkAlsoListViews->setToolTip(tr("List the database's views with its tables"));
     m_chkAlsoListSystemTables = new QCheckBox(tr("Also list system tables"));
     m_chkAlsoListSystemTables->setObjectName(QStringLiteral("chkAlsoListSystemTables"));
+    m_chkAlsoListSystemTables->setToolTip(tr("List the tables the database keeps for itself"));
     m_cmdAddTableToJoiner = new QPushButton(tr("Add table"));
     m_cmdAddTableToJoiner->setObjectName(QStringLiteral("cmdAddTableToJoiner"));
+    m_cmdAddTableToJoiner->setIcon(makeIcon(IconKind::Table));
+    m_cmdAddTableToJoiner->setToolTip(tr("Add the selected table to the diagram"));
     m_cmdSubQueries = new QPushButton(tr("Sub query..."));
     m_cmdSubQueries->setObjectName(QStringLiteral("cmdSubQueries"));
+    m_cmdSubQueries->setIcon(makeIcon(IconKind::SubQuery));
+    m_cmdSubQueries->setToolTip(tr("Define a query to use as a table of this one"));
     auto* tableButtons = new QHBoxLayout;
     tableButtons->addWidget(m_cmdAddTableToJoiner);
     tableButtons->addWidget(m_cmdSubQueries);
@@ -133,11 +123,8 @@ void uscMarovin::setupViews() {
         inner->installEventFilter(this);
     }
 
-    m_splitTop = new QSplitter(Qt::Horizontal);
-    m_splitTop->setObjectName(QStringLiteral("splitTop"));
-    m_splitTop->addWidget(panel(tablesLayout));
-    m_splitTop->addWidget(m_dvTablesAndJoins);
-    m_splitTop->setStretchFactor(1, 1);
+    m_pnlTables = panel(tablesLayout, QStringLiteral("pnlTables"), this);
+    m_dvTablesAndJoins->setParent(this);
 
     // Selected-items grid.
     m_selectedItems = new SelectedItemsModel(this);
@@ -157,16 +144,31 @@ void uscMarovin::setupViews() {
     m_jgSelectedFields->setAlternatingRowColors(true);
     m_jgSelectedFields->verticalHeader()->setDefaultSectionSize(
         m_jgSelectedFields->fontMetrics().height() + 8);
-    m_jgSelectedFields->horizontalHeader()->setStretchLastSection(true);
-    m_jgSelectedFields->horizontalHeader()->setDefaultSectionSize(150);
+    m_jgSelectedFields->setAccessibleName(tr("Selected fields"));
+    // The names take the room; the short columns are as wide as their contents.
+    QHeaderView* gridHeader = m_jgSelectedFields->horizontalHeader();
+    gridHeader->setMinimumSectionSize(60);
+    for (int column = 0; column < m_selectedItems->columnCount(); ++column) {
+        const bool wide = column == 0 || column == 1;
+        gridHeader->setSectionResizeMode(column, wide ? QHeaderView::Stretch
+                                                      : QHeaderView::ResizeToContents);
+    }
+    installEmptyHint(m_jgSelectedFields, tr("Double-click a column in a table to select it"));
     m_cmdMoveUp = new QPushButton(tr("Move up"));
     m_cmdMoveUp->setObjectName(QStringLiteral("cmdMoveUp"));
+    m_cmdMoveUp->setIcon(makeIcon(IconKind::MoveUp));
+    m_cmdMoveUp->setToolTip(tr("Move the selected field up"));
     m_cmdMoveDown = new QPushButton(tr("Move down"));
     m_cmdMoveDown->setObjectName(QStringLiteral("cmdMoveDown"));
+    m_cmdMoveDown->setIcon(makeIcon(IconKind::MoveDown));
+    m_cmdMoveDown->setToolTip(tr("Move the selected field down"));
     m_cmdRemoveSelectItem = new QPushButton(tr("Remove"));
     m_cmdRemoveSelectItem->setObjectName(QStringLiteral("cmdRemoveSelectItem"));
+    m_cmdRemoveSelectItem->setIcon(makeIcon(IconKind::Remove));
+    m_cmdRemoveSelectItem->setToolTip(tr("Remove the selected field from the output"));
     m_chkUniqueRecords = new QCheckBox(tr("Unique records only"));
     m_chkUniqueRecords->setObjectName(QStringLiteral("chkUniqueRecords"));
+    m_chkUniqueRecords->setToolTip(tr("Leave out repeated rows (SELECT DISTINCT)"));
     auto* gridButtons = new QVBoxLayout;
     gridButtons->addWidget(m_cmdMoveUp);
     gridButtons->addWidget(m_cmdMoveDown);
@@ -185,20 +187,27 @@ void uscMarovin::setupViews() {
     m_lvConditions->setObjectName(QStringLiteral("lvConditions"));
     m_lvConditions->setColumnCount(1);
     m_lvConditions->setHeaderLabels({QString()});
+    // One column needs no heading: the pane's label says what the list holds.
+    m_lvConditions->setHeaderHidden(true);
+    m_lvConditions->setAccessibleName(tr("Conditions"));
+    installEmptyHint(m_lvConditions, tr("No conditions: every row is shown. Click Add to filter."));
     m_lvConditions->setRootIsDecorated(false);
     m_lvConditions->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_lvConditions->installEventFilter(this);
     m_lvConditions->viewport()->installEventFilter(this);
     m_cmdAddCondition = new QPushButton(tr("Add..."));
     m_cmdAddCondition->setObjectName(QStringLiteral("cmdAddCondition"));
+    m_cmdAddCondition->setIcon(makeIcon(IconKind::Add));
     m_cmdAddCondition->setAccessibleName(tr("Add condition"));
     m_cmdAddCondition->setToolTip(tr("Add condition"));
     m_cmdEditCondition = new QPushButton(tr("Edit..."));
     m_cmdEditCondition->setObjectName(QStringLiteral("cmdEditCondition"));
+    m_cmdEditCondition->setIcon(makeIcon(IconKind::Edit));
     m_cmdEditCondition->setAccessibleName(tr("Edit condition"));
     m_cmdEditCondition->setToolTip(tr("Edit condition"));
     m_cmdRemoveCondition = new QPushButton(tr("Remove"));
     m_cmdRemoveCondition->setObjectName(QStringLiteral("cmdRemoveCondition"));
+    m_cmdRemoveCondition->setIcon(makeIcon(IconKind::Remove));
     m_cmdRemoveCondition->setAccessibleName(tr("Remove condition"));
     m_cmdRemoveCondition->setToolTip(tr("Remove condition"));
     // The buttons stand in a column beside the list, as in the grid's pane, so that the pane
@@ -221,20 +230,27 @@ void uscMarovin::setupViews() {
     m_lvExpressions->setHeaderLabels({tr("Variable"), QString(), tr("Expression")});
     m_lvExpressions->setRootIsDecorated(false);
     m_lvExpressions->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    m_lvExpressions->header()->resizeSection(0, 120);
+    m_lvExpressions->setAccessibleName(tr("Calculated items"));
+    m_lvExpressions->header()->setStretchLastSection(true);
+    m_lvExpressions->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+    m_lvExpressions->header()->setSectionResizeMode(1, QHeaderView::Fixed);
     m_lvExpressions->header()->resizeSection(1, 24);
+    installEmptyHint(m_lvExpressions, tr("No calculated items. Click Add to compute a column."));
     m_lvExpressions->installEventFilter(this);
     m_lvExpressions->viewport()->installEventFilter(this);
     m_cmdAddExpression = new QPushButton(tr("Add..."));
     m_cmdAddExpression->setObjectName(QStringLiteral("cmdAddExpression"));
+    m_cmdAddExpression->setIcon(makeIcon(IconKind::Add));
     m_cmdAddExpression->setAccessibleName(tr("Add calculated item"));
     m_cmdAddExpression->setToolTip(tr("Add calculated item"));
     m_cmdEditExpression = new QPushButton(tr("Edit..."));
     m_cmdEditExpression->setObjectName(QStringLiteral("cmdEditExpression"));
+    m_cmdEditExpression->setIcon(makeIcon(IconKind::Edit));
     m_cmdEditExpression->setAccessibleName(tr("Edit calculated item"));
     m_cmdEditExpression->setToolTip(tr("Edit calculated item"));
     m_cmdRemoveExpression = new QPushButton(tr("Remove"));
     m_cmdRemoveExpression->setObjectName(QStringLiteral("cmdRemoveExpression"));
+    m_cmdRemoveExpression->setIcon(makeIcon(IconKind::Remove));
     m_cmdRemoveExpression->setAccessibleName(tr("Remove calculated item"));
     m_cmdRemoveExpression->setToolTip(tr("Remove calculated item"));
     // The buttons stand in a column beside the list, as in the grid's pane, so that the pane
@@ -251,20 +267,23 @@ void uscMarovin::setupViews() {
     expressionsLayout->addWidget(paneLabel(tr("Calculated &items"), m_lvExpressions));
     expressionsLayout->addLayout(expressionRow, 1);
 
-    m_splitLists = new QSplitter(Qt::Horizontal);
-    m_splitLists->setObjectName(QStringLiteral("splitLists"));
-    m_splitLists->addWidget(panel(conditionsLayout));
-    m_splitLists->addWidget(panel(expressionsLayout));
+    m_pnlConditions = panel(conditionsLayout, QStringLiteral("pnlConditions"), this);
+    m_pnlExpressions = panel(expressionsLayout, QStringLiteral("pnlExpressions"), this);
 
     // SQL text.
     m_txtSQLQuery = new SqlTextView;
     m_txtSQLQuery->setObjectName(QStringLiteral("txtSQLQuery"));
+    m_txtSQLQuery->setAccessibleName(tr("SQL"));
+    m_txtSQLQuery->setPlaceholderText(
+        tr("The SELECT statement appears here as you add tables and select their columns."));
     m_cmdCheckSQLSyntax = new QPushButton(tr("Check s&yntax"));
     m_cmdCheckSQLSyntax->setObjectName(QStringLiteral("cmdCheckSQLSyntax"));
+    m_cmdCheckSQLSyntax->setIcon(makeIcon(IconKind::CheckSyntax));
     m_cmdCheckSQLSyntax->setAccessibleName(tr("Check syntax"));
     m_cmdCheckSQLSyntax->setToolTip(tr("Check the statement's syntax on the server"));
     m_cmdFireQuery = new QPushButton(tr("&Preview..."));
     m_cmdFireQuery->setObjectName(QStringLiteral("cmdFireQuery"));
+    m_cmdFireQuery->setIcon(makeIcon(IconKind::Preview));
     m_cmdFireQuery->setAccessibleName(tr("Preview"));
     m_cmdFireQuery->setToolTip(tr("Run the statement and show its first rows"));
     auto* sqlHeader = new QHBoxLayout;
@@ -276,18 +295,9 @@ void uscMarovin::setupViews() {
     sqlLayout->addLayout(sqlHeader);
     sqlLayout->addWidget(m_txtSQLQuery, 1);
 
-    m_splitRows = new QSplitter(Qt::Vertical);
-    m_splitRows->setObjectName(QStringLiteral("splitRows"));
-    m_splitRows->addWidget(m_splitTop);
-    m_splitRows->addWidget(panel(gridLayout));
-    m_splitRows->addWidget(m_splitLists);
-    m_splitRows->addWidget(panel(sqlLayout));
-    for (int i = 0; i < m_splitRows->count(); ++i)
-        m_splitRows->setCollapsible(i, false);
-
-    auto* root = new QVBoxLayout(this);
-    root->setContentsMargins(0, 0, 0, 0);
-    root->addWidget(m_splitRows);
+    m_pnlGrid = panel(gridLayout, QStringLiteral("pnlGrid"), this);
+    m_pnlSql = panel(sqlLayout, QStringLiteral("pnlSql"), this);
+    setupSplitters();
 
     // Handlers. Each runs behind the event-loop boundary: a failure is shown, never thrown.
     const QString editCaption = tr("Query builder");
@@ -363,60 +373,6 @@ void uscMarovin::setupViews() {
             on([this] { EnableButtons(); }));
 
     EnableButtons();
-}
-
-void uscMarovin::readPaneProportions() {
-    m_sngPaneProportions = kDefaultProportions;
-    const std::string stored =
-        Trim(m_services.settings->GetSetting(kPaneSection, kPaneKey, QString()).toStdString());
-    if (stored.empty() || stored.find(kPaneReadSeparator) == std::string::npos)
-        return;
-    const std::vector<std::string> parts = Split(stored, kPaneReadSeparator);
-    if (parts.size() < 5)
-        return;
-    for (size_t i = 0; i < 5; ++i) {
-        const double value = ParseDecimal(parts[i], kDefaultProportions[i]);
-        // Both bounds are exclusive and are tested before the value is narrowed.
-        if (value > 0.1 && value < 0.99)
-            m_sngPaneProportions[i] = static_cast<float>(value);
-    }
-}
-
-void uscMarovin::writePaneProportions() const {
-    std::string text;
-    for (size_t i = 0; i < 5; ++i) {
-        if (i > 0)
-            text += ",";
-        text += numberToText(m_sngPaneProportions[i]);
-    }
-    m_services.settings->SaveSetting(kPaneSection, kPaneKey, QString::fromStdString(text));
-}
-
-void uscMarovin::applyPaneProportions() {
-    // Fractions 0 to 2 are the tops of the three horizontal bars as parts of the height,
-    // fractions 3 and 4 the left edges of the two vertical bars as parts of the width.
-    const auto& p = m_sngPaneProportions;
-    const double h = m_splitRows->height();
-    const double w = width();
-    const std::array<double, 4> tops = {0.0, p[0], std::max(p[0], p[1]),
-                                        std::max({p[0], p[1], p[2]})};
-    QList<int> rows;
-    for (size_t i = 0; i < 4; ++i) {
-        const double end = i + 1 < 4 ? tops[i + 1] : 1.0;
-        rows << static_cast<int>(std::lround((end - tops[i]) * h));
-    }
-    m_splitRows->setSizes(rows);
-    m_splitTop->setSizes(
-        {static_cast<int>(std::lround(p[3] * w)), static_cast<int>(std::lround((1.0 - p[3]) * w))});
-    m_splitLists->setSizes(
-        {static_cast<int>(std::lround(p[4] * w)), static_cast<int>(std::lround((1.0 - p[4]) * w))});
-}
-
-void uscMarovin::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
-    // Every resize puts the bars back at their proportional places.
-    layout()->activate();
-    applyPaneProportions();
 }
 
 void uscMarovin::setBlnBuildSubQuery(bool value) {

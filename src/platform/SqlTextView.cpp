@@ -2,6 +2,7 @@
 
 #include "marovin/platform/SqlHighlighter.h"
 
+#include <QEvent>
 #include <QFontDatabase>
 
 namespace marovin {
@@ -22,6 +23,15 @@ void SqlTextView::setStrText(const std::string& text) {
     QString shown = QString::fromStdString(text);
     shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     setPlainText(shown);
+}
+
+void SqlTextView::changeEvent(QEvent* event) {
+    // A palette switched between light and dark takes the colour set that reads on it.
+    if (event->type() == QEvent::PaletteChange) {
+        m_highlighter->updateFormats();
+        m_highlighter->rehighlight();
+    }
+    QPlainTextEdit::changeEvent(event);
 }
 
 } // namespace marovin

@@ -20,6 +20,9 @@ public:
     // The kind given to the character at a position of one line of text.
     static Kind KindAt(const QString& strLine, int position);
     QTextCharFormat format(Kind kind) const;
+    // Picks the colour set that reads on the application's current palette (light or dark);
+    // the caller rehighlights.
+    void updateFormats();
 
 protected:
     void highlightBlock(const QString& text) override;
@@ -32,7 +35,6 @@ private:
         Kind kind;
     };
     static QList<Span> scan(const QString& text);
-    void updateFormats();
 
     QTextCharFormat m_keyword;
     QTextCharFormat m_string;

@@ -19,6 +19,9 @@ public:
     const std::string& strText() const { return m_strText; }
     SqlHighlighter* highlighter() const { return m_highlighter; }
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     std::string m_strText;
     SqlHighlighter* m_highlighter; // Owned by the document.

@@ -6,9 +6,11 @@
 #include "marovin/cDbConnection.h"
 #include "marovin/cSQLQuery.h"
 #include "marovin/platform/BusyPointerScope.h"
+#include "marovin/platform/Icons.h"
 #include "marovin/uscMarovin.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QCloseEvent>
 #include <QFile>
 #include <QFileDialog>
@@ -17,7 +19,6 @@
 #include <QMenuBar>
 #include <QSaveFile>
 #include <QStatusBar>
-#include <QStyle>
 #include <QToolBar>
 #include <string>
 #include <vector>
@@ -45,6 +46,9 @@ DesignerWindow::DesignerWindow(PlatformServices services, QWidget* parent)
     });
     m_control->setSQLQueryObject(m_query);
     setParameters(savedParameters());
+    const QString storedScheme = m_services.settings->GetSetting(
+        QString::fromLatin1(kSettingsSection), QString::fromLatin1(kColourSchemeKey), QString());
+    setColourScheme(ParseColourScheme(storedScheme).value_or(ColourScheme::System), false);
     updateTitle();
     resize(1280, 860);
 }
@@ -105,12 +109,31 @@ void DesignerWindow::createMenus() {
     parametersAction->setObjectName(QStringLiteral("actionParameters"));
     parametersAction->setStatusTip(tr("Edit the names of the query parameters"));
 
+    QMenu* view = menuBar()->addMenu(tr("&View"));
+    view->setObjectName(QStringLiteral("menuView"));
+    QMenu* colours = view->addMenu(tr("&Colours"));
+    auto* colourGroup = new QActionGroup(this);
+    const std::array<std::pair<QString, const char*>, 3> schemes = {{
+        {tr("&System"), "actionColoursSystem"},
+        {tr("&Light"), "actionColoursLight"},
+        {tr("&Dark"), "actionColoursDark"},
+    }};
+    for (size_t i = 0; i < schemes.size(); ++i) {
+        const auto scheme = static_cast<ColourScheme>(i);
+        QAction* action = colours->addAction(schemes[i].first, this,
+                                             [this, scheme] { setColourScheme(scheme, true); });
+        action->setObjectName(QString::fromLatin1(schemes[i].second));
+        action->setCheckable(true);
+        colourGroup->addAction(action);
+        m_colourActions[i] = action;
+    }
+
     QToolBar* toolbar = addToolBar(tr("Query"));
     toolbar->setObjectName(QStringLiteral("toolbarQuery"));
     toolbar->setMovable(false);
     toolbar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    checkAction->setIcon(style()->standardIcon(QStyle::SP_DialogApplyButton));
-    previewAction->setIcon(style()->standardIcon(QStyle::SP_MediaPlay));
+    checkAction->setIcon(makeIcon(IconKind::CheckSyntax));
+    previewAction->setIcon(makeIcon(IconKind::Preview));
     toolbar->addAction(checkAction);
     toolbar->addAction(previewAction);
 }
@@ -407,6 +430,16 @@ bool DesignerWindow::EditParameters() {
                                      QString::fromLatin1(kParametersKey),
                                      ParametersDialog::JoinNames(names));
     return true;
+}
+
+void DesignerWindow::setColourScheme(ColourScheme scheme, bool remember) {
+    m_colourScheme = scheme;
+    ApplyColourScheme(scheme);
+    m_colourActions[static_cast<size_t>(scheme)]->setChecked(true);
+    if (remember)
+        m_services.settings->SaveSetting(QString::fromLatin1(kSettingsSection),
+                                         QString::fromLatin1(kColourSchemeKey),
+                                         ColourSchemeName(scheme));
 }
 
 void DesignerWindow::editParametersFromMenu() {

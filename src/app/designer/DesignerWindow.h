@@ -1,14 +1,17 @@
 #pragma once
 
+#include "ColourScheme.h"
 #include "marovin/platform/PlatformServices.h"
 
 #include <QMainWindow>
 #include <QStringList>
+#include <array>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
+class QAction;
 class QLabel;
 
 namespace marovin {
@@ -30,6 +33,8 @@ public:
     // commas (see ParametersDialog::JoinNames).
     static constexpr const char* kSettingsSection = "Designer";
     static constexpr const char* kParametersKey = "Parameters";
+    // The colour scheme chosen under View > Colours: "system", "light" or "dark".
+    static constexpr const char* kColourSchemeKey = "ColourScheme";
 
     explicit DesignerWindow(PlatformServices services = {}, QWidget* parent = nullptr);
     ~DesignerWindow() override;
@@ -70,6 +75,11 @@ public:
     // builder gets it and it is saved in the settings for the next start. Returns true then.
     bool EditParameters();
 
+    // Switches the colours of the whole application; remember saves the choice in the settings
+    // for the next start (the View menu does, a command-line choice does not).
+    void setColourScheme(ColourScheme scheme, bool remember);
+    ColourScheme colourScheme() const { return m_colourScheme; }
+
     bool blnModified() const { return isWindowModified(); }
     const QString& strFileName() const { return m_strFileName; }
     uscMarovin* control() const { return m_control; }
@@ -99,6 +109,9 @@ private:
     QStringList savedParameters() const;
 
     PlatformServices m_services;
+    ColourScheme m_colourScheme = ColourScheme::System;
+    // The View > Colours entries, in the order of ColourScheme. Owned through the menu.
+    std::array<QAction*, 3> m_colourActions{};
     std::shared_ptr<cDbConnection> m_connection;
     std::shared_ptr<cSQLQuery> m_query;
     QString m_strFileName;

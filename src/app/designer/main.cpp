@@ -2,12 +2,13 @@
 //
 //   marovin-designer [--sqlite PATH | --server HOST --database DB [--user NAME]
 //                     [--password-env VAR] [--windows-auth] [--driver NAME] | --connect]
-//                    [--parameters NAME,NAME,...] [--open FILE] [--screenshot PNG]
-//                    [--print-sql] [--save-as FILE]
+//                    [--parameters NAME,NAME,...] [--colours system|light|dark]
+//                    [--open FILE] [--screenshot PNG] [--print-sql] [--save-as FILE]
 //
 // Without a connection option it opens the bundled sample database. --parameters gives the
 // query parameter names for this run in place of the saved ones (which stay as they are unless
-// the user changes the list under Query > Parameters). --screenshot, --print-sql and --save-as
+// the user changes the list under Query > Parameters); --colours likewise picks the colours for
+// this run only. --screenshot, --print-sql and --save-as
 // run without a window system and exit when done.
 
 #include "ConnectionDialog.h"
@@ -106,13 +107,16 @@ int main(int argc, char** argv) {
         "The query parameter names for this run, separated by commas (an empty text: none), in "
         "place of the saved ones.",
         "NAME,NAME,...");
+    const QCommandLineOption colours(
+        "colours", "The colours for this run: system, light or dark (View > Colours saves one).",
+        "SCHEME");
     const QCommandLineOption open("open", "Open the query document FILE.", "FILE");
     const QCommandLineOption screenshot("screenshot", "Render the window to PNG and exit.", "PNG");
     const QCommandLineOption printSql("print-sql", "Write the query's SQL text and exit.");
     const QCommandLineOption saveAs("save-as", "Write the query document to FILE and exit.",
                                     "FILE");
     parser.addOptions({sqlite, server, database, user, passwordEnv, windowsAuth, driver,
-                       connectDialog, parameters, open, screenshot, printSql, saveAs});
+                       connectDialog, parameters, colours, open, screenshot, printSql, saveAs});
     parser.process(app);
 
     // The names are checked before anything else happens, as the other options are.
@@ -122,6 +126,16 @@ int main(int argc, char** argv) {
         parameterNames = ParametersDialog::ParseNames(parser.value(parameters), error);
         if (!parameterNames) {
             printError(QStringLiteral("--parameters: ") + error);
+            return 2;
+        }
+    }
+
+    std::optional<ColourScheme> colourScheme;
+    if (parser.isSet(colours)) {
+        colourScheme = ParseColourScheme(parser.value(colours));
+        if (!colourScheme) {
+            printError(QStringLiteral("--colours: \"%1\" is not one of system, light, dark.")
+                           .arg(parser.value(colours)));
             return 2;
         }
     }
@@ -138,6 +152,8 @@ int main(int argc, char** argv) {
     DesignerWindow window(services);
     if (parameterNames)
         window.setParameters(*parameterNames);
+    if (colourScheme)
+        window.setColourScheme(*colourScheme, false);
     if (auto* box = dynamic_cast<QtMessageBox*>(services.messageBox.get()))
         box->setParentWidget(&window);
 
