@@ -299,6 +299,17 @@ void uscMarovin::setupViews() {
     m_pnlSql = panel(sqlLayout, QStringLiteral("pnlSql"), this);
     setupSplitters();
 
+    // Tab follows the panes in reading order, whatever order the panes were built in.
+    const QList<QWidget*> tabOrder = {
+        m_lstTables,        m_chkAlsoListViews,    m_chkAlsoListSystemTables, m_cmdAddTableToJoiner,
+        m_cmdSubQueries,    m_dvTablesAndJoins,    m_jgSelectedFields,        m_cmdMoveUp,
+        m_cmdMoveDown,      m_cmdRemoveSelectItem, m_chkUniqueRecords,        m_lvConditions,
+        m_cmdAddCondition,  m_cmdEditCondition,    m_cmdRemoveCondition,      m_lvExpressions,
+        m_cmdAddExpression, m_cmdEditExpression,   m_cmdRemoveExpression,     m_cmdCheckSQLSyntax,
+        m_cmdFireQuery,     m_txtSQLQuery};
+    for (qsizetype i = 1; i < tabOrder.size(); ++i)
+        QWidget::setTabOrder(tabOrder[i - 1], tabOrder[i]);
+
     // Handlers. Each runs behind the event-loop boundary: a failure is shown, never thrown.
     const QString editCaption = tr("Query builder");
     auto on = [this, editCaption](auto&& action) {

@@ -260,3 +260,28 @@ TEST(SplitterTest, BarsAndEmptyPanesSayWhatTheyAre) {
         EXPECT_FALSE(h.button(name)->toolTip().isEmpty()) << name;
     }
 }
+
+TEST(SplitterTest, TabVisitsThePanesInReadingOrder) {
+    ControlHarness h;
+    h.load(R"(<?xml version="1.0"?><SQLQuery/>)");
+    h.tableList()->setFocus();
+    QApplication::processEvents();
+    QStringList visited;
+    for (int i = 0; i < 40; ++i) {
+        QWidget* focus = QApplication::focusWidget();
+        ASSERT_NE(focus, nullptr);
+        QWidget* named = focus;
+        while (named != nullptr && named->objectName().isEmpty())
+            named = named->parentWidget();
+        if (!visited.isEmpty() && named->objectName() == visited.front())
+            break;
+        if (visited.isEmpty() || visited.back() != named->objectName())
+            visited << named->objectName();
+        QTest::keyClick(focus, Qt::Key_Tab);
+    }
+    // Buttons without anything to act on are disabled and skipped.
+    EXPECT_EQ(visited.join(','), "lstTables,chkAlsoListViews,chkAlsoListSystemTables,"
+                                 "cmdAddTableToJoiner,cmdSubQueries,dvTablesAndJoins,"
+                                 "jgSelectedFields,lvConditions,cmdAddCondition,lvExpressions,"
+                                 "cmdAddExpression,cmdCheckSQLSyntax,cmdFireQuery,txtSQLQuery");
+}
