@@ -88,8 +88,23 @@ void frmSubQuery::setEditor(SubQueryEditor editor) {
     m_editor.widget->setParent(this);
     // Between the name row and the buttons, taking all the room the dialog has.
     static_cast<QVBoxLayout*>(layout())->insertWidget(1, m_editor.widget, 1);
-    setTabOrder(m_txtName, m_editor.widget);
-    setTabOrder(m_editor.widget, m_cmdOk);
+    // Tab runs from the name through the editor's own views, in the editor's order, to the
+    // buttons. The editor's views follow it as one stretch of the focus chain; its first and
+    // last views that take Tab are the ends to link.
+    QWidget* first = nullptr;
+    QWidget* last = nullptr;
+    for (QWidget* w = m_editor.widget->nextInFocusChain();
+         w != m_editor.widget && m_editor.widget->isAncestorOf(w); w = w->nextInFocusChain()) {
+        if ((w->focusPolicy() & Qt::TabFocus) == 0)
+            continue;
+        if (first == nullptr)
+            first = w;
+        last = w;
+    }
+    if (first != nullptr) {
+        setTabOrder(m_txtName, first);
+        setTabOrder(last, m_cmdOk);
+    }
     setTabOrder(m_cmdOk, m_cmdCancel);
 }
 

@@ -367,3 +367,24 @@ TEST(SubQueryTest, WithoutAQueryTheButtonOpensNothingButStillRepublishes) {
     EXPECT_EQ(changed, 1);
     EXPECT_TRUE(box->shown().empty());
 }
+
+TEST(SubQueryTest, TabRunsFromTheNameThroughTheNestedEditorToTheButtons) {
+    ControlHarness h;
+    QStringList visited;
+    ModalDriver driver([&](QDialog& dialog) {
+        nameField(dialog)->setFocus();
+        QApplication::processEvents();
+        for (int i = 0; i < 3; ++i) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            visited << QApplication::focusWidget()->objectName();
+        }
+        // Backwards from OK lands on the nested editor's SQL view.
+        dialogButton(dialog, "cmdOk")->setFocus();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
+        visited << QApplication::focusWidget()->objectName();
+        dialog.reject();
+    });
+    h.clickButton("cmdSubQueries");
+    ASSERT_TRUE(driver.ran());
+    EXPECT_EQ(visited.join(','), "lstTables,chkAlsoListViews,chkAlsoListSystemTables,txtSQLQuery");
+}
