@@ -30,7 +30,8 @@ public:
 
     QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State state,
                          qreal scale) override {
-        QPixmap result(size * scale);
+        // The size asked for is in device pixels already; the scale only marks the pixmap.
+        QPixmap result(size);
         result.fill(Qt::transparent);
         {
             QPainter painter(&result);

@@ -27,7 +27,8 @@ void SqlTextView::setStrText(const std::string& text) {
 
 void SqlTextView::changeEvent(QEvent* event) {
     // A palette switched between light and dark takes the colour set that reads on it.
-    if (event->type() == QEvent::PaletteChange) {
+    if (event->type() == QEvent::PaletteChange ||
+        event->type() == QEvent::ApplicationPaletteChange) {
         m_highlighter->updateFormats();
         m_highlighter->rehighlight();
     }

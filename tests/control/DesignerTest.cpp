@@ -2,9 +2,11 @@
 #include "ControlHarness.h"
 #include "DesignerWindow.h"
 #include "ParametersDialog.h"
+#include "marovin/platform/SqlHighlighter.h"
 
 #include <QAbstractButton>
 #include <QAction>
+#include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFile>
@@ -964,4 +966,49 @@ TEST(DesignerTest, TheWidgetsMnemonicsLeaveTheMenusTheirKeys) {
             note(button->text());
     EXPECT_TRUE(clashes.isEmpty()) << clashes.join(", ").toStdString();
     EXPECT_TRUE(menus.contains('f'));
+}
+
+TEST(DesignerTest, ColoursFollowTheViewMenuAndAreRemembered) {
+    const QPalette platform = QApplication::palette();
+    auto settings = std::make_shared<MemorySettingsStore>();
+    auto trigger = [](Designer& d, const char* name) {
+        auto* action = d.window->findChild<QAction*>(name);
+        ASSERT_NE(action, nullptr) << name;
+        action->trigger();
+        QApplication::processEvents();
+    };
+    auto isDark = [] {
+        return QApplication::palette().color(QPalette::Window).lightness() < 128;
+    };
+    {
+        Designer d(settings);
+        EXPECT_EQ(d.window->colourScheme(), ColourScheme::System);
+        trigger(d, "actionColoursDark");
+        EXPECT_TRUE(isDark());
+        EXPECT_EQ(settings->GetSetting("Designer", "ColourScheme", ""), "dark");
+        // The SQL view switched to the colours that read on a dark base.
+        auto* sql = d.window->control()->findChild<SqlTextView*>("txtSQLQuery");
+        EXPECT_GT(sql->highlighter()
+                      ->format(SqlHighlighter::Kind::Keyword)
+                      .foreground()
+                      .color()
+                      .lightness(),
+                  128);
+    }
+    {
+        Designer d(settings);
+        EXPECT_EQ(d.window->colourScheme(), ColourScheme::Dark);
+        EXPECT_TRUE(d.window->findChild<QAction*>("actionColoursDark")->isChecked());
+        trigger(d, "actionColoursLight");
+        EXPECT_FALSE(isDark());
+        trigger(d, "actionColoursSystem");
+        EXPECT_EQ(settings->GetSetting("Designer", "ColourScheme", ""), "system");
+    }
+    EXPECT_EQ(QApplication::palette(), platform);
+
+    QProcess designer;
+    designer.start(MAROVIN_DESIGNER_EXE, {"--colours", "purple", "--print-sql"});
+    ASSERT_TRUE(designer.waitForFinished(60000));
+    EXPECT_EQ(designer.exitCode(), 2);
+    EXPECT_TRUE(designer.readAllStandardError().contains("--colours: \"purple\""));
 }
