@@ -91,6 +91,17 @@ public:
     QStringList tableAliases() const; // in the order the boxes were added
     bool hasTable(const QString& alias) const;
     QStringList tableColumns(const QString& alias) const; // empty for an unknown alias
+    // --- Output ticks ---------------------------------------------------------------------------
+    // Each column row has a check box showing whether the column is in the query's output. The
+    // host sets the ticks; the diagram never changes them itself: a click on a check box (or
+    // Space on the keyboard row) raises columnTickRequested, and the "*" row's box, which is
+    // checked when all columns are and shows a dash when some are, raises allColumns.
+    // setColumnTicked raises no signal; unknown aliases and columns are ignored (false).
+    void setColumnTicked(const QString& alias, const QString& column, bool ticked);
+    bool isColumnTicked(const QString& alias, const QString& column) const;
+    // Ticks exactly the listed columns of the box and clears the others.
+    void setAllTicks(const QString& alias, const QStringList& tickedColumns);
+
     // Box geometry in scene coordinates (null rectangle for an unknown alias).
     QRectF tableSceneRect(const QString& alias) const;
     // Asks for the removal of a box exactly as its close button does: raises
@@ -127,6 +138,8 @@ public:
     // The add button at the end of a column row ("*" for the all-columns row): one click on it
     // chooses the column, like a double-click on the row.
     QPoint addButtonPoint(const QString& alias, const QString& column);
+    // The output check box at the start of a column row ("*" for the all-columns row).
+    QPoint checkBoxPoint(const QString& alias, const QString& column);
     QPoint titlePoint(const QString& alias);
     QPoint closeButtonPoint(const QString& alias);
     QPoint resizeGripPoint(const QString& alias); // bottom-right corner of the box
@@ -149,7 +162,11 @@ signals:
     void joinAdded(const QString& joinText, int index);
     void joinChanged(const QString& joinText, int index);
     void joinRemoved(const QString& joinText, int index);
-    // Double-click or Enter on the "*" row of a box; reserved is always 0.
+    // A click on a column's check box or Space on its keyboard row: ticked is the state asked
+    // for, the opposite of the one shown. The tick changes only when the host sets it.
+    void columnTickRequested(const QString& alias, const QString& column, bool ticked);
+    // Double-click or Enter on the "*" row of a box, a click on its check box or Space on it;
+    // reserved is always 0.
     void allColumns(const QString& alias, int reserved);
     // Double-click or Enter on a column row (or a click on its add button); reserved is always 0.
     void columnChosen(const QString& alias, const QString& column, int reserved);
@@ -177,6 +194,8 @@ private:
     // True when a join drawn from one box onto the other is recorded the other way round.
     bool recordsReversed(const TableBoxItem* from, const TableBoxItem* to) const;
     void activateRow(TableBoxItem* box, int row);
+    // What the row's check box does: a tick request for a column, allColumns for the "*" row.
+    void requestTick(TableBoxItem* box, int row);
     void deleteSelection();
     void showJoinMenu(JoinLineItem* join, const QPoint& globalPos);
     void showTableMenu(TableBoxItem* box, const QPoint& globalPos);

@@ -54,6 +54,9 @@ DiagramStyle DiagramStyle::fromWidget(const QPalette& palette, const QFont& font
     s.joinLine = mix(s.canvas, text, dark ? 0.68 : 0.66);
     s.scrollThumb = mix(s.boxFill, text, 0.35);
     s.dropTarget = mix(s.boxFill, highlight, dark ? 0.45 : 0.30);
+    s.checkBorder = mix(s.boxFill, text, dark ? 0.55 : 0.50);
+    // The link mark is drawn in the join lines' own colour, apart from the accent of the ticks.
+    s.joinMark = mix(s.boxFill, text, dark ? 0.72 : 0.66);
     return s;
 }
 

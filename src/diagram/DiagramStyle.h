@@ -51,6 +51,8 @@ public:
     QColor joinLine;
     QColor scrollThumb;
     QColor dropTarget;
+    QColor checkBorder; // an empty output check box
+    QColor joinMark;    // the link mark of a column that takes part in a join
 };
 
 } // namespace marovin

@@ -104,8 +104,9 @@ void DiagramView::updateHover(const QPoint& viewportPos) {
     m_hoverJoin = t.join;
     Qt::CursorShape cursor = Qt::ArrowCursor;
     if (t.box) {
-        const bool onRow =
-            t.hit.part == TableBoxItem::Part::Row || t.hit.part == TableBoxItem::Part::AddButton;
+        const bool onRow = t.hit.part == TableBoxItem::Part::Row ||
+                           t.hit.part == TableBoxItem::Part::AddButton ||
+                           t.hit.part == TableBoxItem::Part::CheckBox;
         t.box->setHoverRow(onRow ? t.hit.row : -1);
         t.box->setHoverClose(t.hit.part == TableBoxItem::Part::Close);
         switch (t.hit.part) {
@@ -123,6 +124,7 @@ void DiagramView::updateHover(const QPoint& viewportPos) {
             break;
         case TableBoxItem::Part::Close:
         case TableBoxItem::Part::AddButton:
+        case TableBoxItem::Part::CheckBox:
             cursor = Qt::PointingHandCursor;
             break;
         default:
@@ -189,7 +191,8 @@ void DiagramView::mousePressEvent(QMouseEvent* event) {
 
     TableBoxItem* box = t.box;
     m_owner->selectItem(box);
-    if ((t.hit.part == TableBoxItem::Part::Row || t.hit.part == TableBoxItem::Part::AddButton) &&
+    if ((t.hit.part == TableBoxItem::Part::Row || t.hit.part == TableBoxItem::Part::AddButton ||
+         t.hit.part == TableBoxItem::Part::CheckBox) &&
         t.hit.row >= 0)
         box->setCurrentRow(t.hit.row);
     if (event->button() != Qt::LeftButton) {
@@ -213,6 +216,9 @@ void DiagramView::mousePressEvent(QMouseEvent* event) {
         break;
     case TableBoxItem::Part::AddButton:
         m_mode = Mode::PressedAdd;
+        break;
+    case TableBoxItem::Part::CheckBox:
+        m_mode = Mode::PressedCheck;
         break;
     case TableBoxItem::Part::ScrollBar: {
         const QRectF thumb = box->scrollThumbRect();
@@ -293,6 +299,8 @@ void DiagramView::mouseMoveEvent(QMouseEvent* event) {
         break;
     }
     case Mode::PressedRow:
+    case Mode::PressedCheck:
+        // A column is dragged from anywhere on its row, the check box included.
         if (m_row >= 1 &&
             (pos - m_pressPos).manhattanLength() >= QApplication::startDragDistance()) {
             m_mode = Mode::DraggingJoin;
@@ -353,7 +361,8 @@ void DiagramView::updateRubberLine(const QPointF& scenePos) {
     TableBoxItem* dropBox = nullptr;
     int dropRow = -1;
     if (t.box && t.box != m_box &&
-        (t.hit.part == TableBoxItem::Part::Row || t.hit.part == TableBoxItem::Part::AddButton) &&
+        (t.hit.part == TableBoxItem::Part::Row || t.hit.part == TableBoxItem::Part::AddButton ||
+         t.hit.part == TableBoxItem::Part::CheckBox) &&
         t.hit.row >= 1) {
         dropBox = t.box;
         dropRow = t.hit.row;
@@ -401,6 +410,9 @@ void DiagramView::mouseReleaseEvent(QMouseEvent* event) {
             } else if (mode == Mode::PressedAdd && t.box == box &&
                        t.hit.part == TableBoxItem::Part::AddButton && t.hit.row == row) {
                 m_owner->activateRow(box, row);
+            } else if (mode == Mode::PressedCheck && t.box == box &&
+                       t.hit.part == TableBoxItem::Part::CheckBox && t.hit.row == row) {
+                m_owner->requestTick(box, row);
             }
         }
         if (mode == Mode::MovingBox || mode == Mode::Resizing)
@@ -418,7 +430,16 @@ void DiagramView::mouseDoubleClickEvent(QMouseEvent* event) {
     cancelInteraction();
     const QPoint pos = event->position().toPoint();
     const Target t = targetAt(pos);
-    if (t.box && t.hit.part == TableBoxItem::Part::Row && t.hit.row >= 0) {
+    if (t.box && t.hit.part == TableBoxItem::Part::CheckBox && t.hit.row >= 0) {
+        // The second click of a quick pair on a check box is a click of its own, as with any
+        // check box: it asks again when released there.
+        m_owner->selectItem(t.box);
+        t.box->setCurrentRow(t.hit.row);
+        m_box = t.box;
+        m_row = t.hit.row;
+        m_pressPos = pos;
+        m_mode = Mode::PressedCheck;
+    } else if (t.box && t.hit.part == TableBoxItem::Part::Row && t.hit.row >= 0) {
         m_owner->selectItem(t.box);
         t.box->setCurrentRow(t.hit.row);
         m_owner->activateRow(t.box, t.hit.row);
@@ -566,6 +587,13 @@ void DiagramView::keyPressEvent(QKeyEvent* event) {
         moveToNeighbourBox(event->key() == Qt::Key_Left ? -1 : 1);
         event->accept();
         return;
+    case Qt::Key_Space:
+        if (box && !event->modifiers()) {
+            m_owner->requestTick(box, box->currentRow());
+            event->accept();
+            return;
+        }
+        break;
     case Qt::Key_Return:
     case Qt::Key_Enter:
         if (box) {

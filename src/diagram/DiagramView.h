@@ -57,6 +57,7 @@ private:
         ScrollThumb,
         PressedClose,
         PressedAdd,
+        PressedCheck,
         Panning
     };
     struct Target {

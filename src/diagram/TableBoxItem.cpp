@@ -13,7 +13,8 @@ namespace marovin {
 
 TableBoxItem::TableBoxItem(const TableDefinition& definition, const QSizeF& size,
                            const DiagramStyle* style)
-    : m_definition(definition), m_style(style) {
+    : m_definition(definition), m_style(style),
+      m_ticked(QList<bool>(definition.columns.size(), false)) {
     setFlag(ItemSendsGeometryChanges);
     // Boxes are redrawn only when their own look changes; moving one just blits the cache. The
     // view paints a box larger than itself directly (DiagramView::fitBoxCaches).
@@ -87,6 +88,12 @@ QRectF TableBoxItem::addButtonRect(int row) const {
     return QRectF(r.right() - 4 - s, r.center().y() - s / 2, s, s);
 }
 
+QRectF TableBoxItem::checkBoxRect(int row) const {
+    const QRectF r = rowRect(row);
+    const qreal s = std::min<qreal>(13, r.height() - 6);
+    return QRectF(m_style->padding, std::round(r.center().y() - s / 2), s, s);
+}
+
 QRectF TableBoxItem::scrollThumbRect() const {
     const qreal max = maxScrollOffset();
     if (max <= 0)
@@ -136,6 +143,9 @@ TableBoxItem::Hit TableBoxItem::hitTest(const QPointF& p) const {
         return {Part::None, -1};
     if (addButtonRect(row).adjusted(-2, -2, 2, 2).contains(p))
         return {Part::AddButton, row};
+    // The whole strip left of the label toggles, so the small box is easy to hit.
+    if (p.x() <= checkBoxRect(row).right() + 3)
+        return {Part::CheckBox, row};
     return {Part::Row, row};
 }
 
@@ -225,6 +235,21 @@ void TableBoxItem::styleChanged() {
     m_size = m_size.expandedTo(minimumSize());
     setScrollOffset(m_scroll);
     update();
+}
+
+bool TableBoxItem::isRowTicked(int row) const {
+    return row >= 1 && row <= m_ticked.size() && m_ticked[row - 1];
+}
+
+void TableBoxItem::setRowTicked(int row, bool ticked) {
+    if (row < 1 || row > m_ticked.size() || m_ticked[row - 1] == ticked)
+        return;
+    m_ticked[row - 1] = ticked;
+    update();
+}
+
+int TableBoxItem::tickedCount() const {
+    return static_cast<int>(std::count(m_ticked.begin(), m_ticked.end(), true));
 }
 
 bool TableBoxItem::rowIsJoined(int row) const {
@@ -388,32 +413,34 @@ void TableBoxItem::paintRow(QPainter* painter, int row) const {
     const qreal textRight = showAdd ? addButtonRect(row).left() - 4 : r.right() - 6;
     const QRectF textRect(textLeft, r.top(), std::max<qreal>(0, textRight - textLeft), r.height());
 
+    paintCheckBox(painter, row, currentActive);
+    const bool joined = row >= 1 && rowIsJoined(row);
+    QRectF label = textRect;
+    if (joined) {
+        // The link mark sits at the end of the label's room, before the add button.
+        const QRectF mark(textRight - 14, r.center().y() - 5, 14, 10);
+        paintJoinedMark(painter, mark, currentActive);
+        label.setRight(std::max(label.left(), mark.left() - 4));
+    }
     if (row == 0) {
         painter->setFont(s.markFont);
         painter->setPen(currentActive ? s.accentText : s.accent);
-        painter->drawText(QRectF(s.padding, r.top(), 13, r.height()), Qt::AlignCenter,
-                          QStringLiteral("*"));
+        const qreal star = QFontMetricsF(s.markFont).horizontalAdvance(u'*') + 4;
+        painter->drawText(QRectF(label.left(), r.top(), star, r.height()),
+                          Qt::AlignVCenter | Qt::AlignLeft, QStringLiteral("*"));
+        label.setLeft(label.left() + star);
         painter->setFont(s.font);
         painter->setPen(mutedColor);
-        painter->drawText(textRect, Qt::AlignVCenter | Qt::AlignLeft,
+        painter->drawText(label, Qt::AlignVCenter | Qt::AlignLeft,
                           QFontMetricsF(s.font).elidedText(QStringLiteral("(All Columns)"),
-                                                           Qt::ElideRight, textRect.width()));
+                                                           Qt::ElideRight, label.width()));
     } else {
-        // Column glyph: a small rounded square, filled when a join uses the column.
-        const QRectF glyph(s.padding + 3, r.center().y() - 3.5, 7, 7);
-        const bool joined = rowIsJoined(row);
-        painter->setPen(QPen(currentActive ? s.accentText : (joined ? s.accent : mutedColor), 1.1));
-        painter->setBrush(joined ? QBrush(currentActive ? s.accentText : s.accent)
-                                 : QBrush(Qt::NoBrush));
-        painter->drawRoundedRect(glyph, 1.5, 1.5);
-
         const auto& column = m_definition.columns[row - 1];
         const QString caption = column.strCaption.isEmpty() ? column.strName : column.strCaption;
         painter->setFont(s.font);
         painter->setPen(textColor);
-        painter->drawText(
-            textRect, Qt::AlignVCenter | Qt::AlignLeft,
-            QFontMetricsF(s.font).elidedText(caption, Qt::ElideRight, textRect.width()));
+        painter->drawText(label, Qt::AlignVCenter | Qt::AlignLeft,
+                          QFontMetricsF(s.font).elidedText(caption, Qt::ElideRight, label.width()));
     }
 
     if (showAdd) {
@@ -428,6 +455,50 @@ void TableBoxItem::paintRow(QPainter* painter, int row) const {
         painter->drawLine(c - QPointF(a, 0), c + QPointF(a, 0));
         painter->drawLine(c - QPointF(0, a), c + QPointF(0, a));
     }
+}
+
+void TableBoxItem::paintCheckBox(QPainter* painter, int row, bool onAccent) const {
+    const DiagramStyle& s = *m_style;
+    const QRectF b = checkBoxRect(row).adjusted(0.5, 0.5, -0.5, -0.5);
+    // The "*" row sums up the columns: checked when all are ticked, a dash when some are.
+    const int ticked = row == 0 ? tickedCount() : (isRowTicked(row) ? 1 : 0);
+    const int of = row == 0 ? static_cast<int>(m_ticked.size()) : 1;
+    const bool all = ticked > 0 && ticked == of;
+    const bool some = ticked > 0 && !all;
+    if (!all && !some) {
+        painter->setPen(QPen(onAccent ? s.accentText : s.checkBorder, 1.1));
+        painter->setBrush(onAccent ? QBrush(Qt::NoBrush) : QBrush(s.boxFill));
+        painter->drawRoundedRect(b, 2.5, 2.5);
+        return;
+    }
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(onAccent ? s.accentText : s.accent);
+    painter->drawRoundedRect(b.adjusted(-0.5, -0.5, 0.5, 0.5), 2.5, 2.5);
+    painter->setPen(
+        QPen(onAccent ? s.accent : s.accentText, 1.7, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter->setBrush(Qt::NoBrush);
+    const qreal w = b.width();
+    if (all) {
+        const QPointF tick[] = {QPointF(b.left() + w * 0.24, b.top() + w * 0.52),
+                                QPointF(b.left() + w * 0.43, b.top() + w * 0.72),
+                                QPointF(b.left() + w * 0.77, b.top() + w * 0.30)};
+        painter->drawPolyline(tick, 3);
+    } else {
+        painter->drawLine(QPointF(b.left() + w * 0.27, b.center().y()),
+                          QPointF(b.right() - w * 0.27, b.center().y()));
+    }
+}
+
+void TableBoxItem::paintJoinedMark(QPainter* painter, const QRectF& at, bool onAccent) const {
+    // Two links of a chain, the same idea as the join badges' overlapping circles.
+    const QColor color = onAccent ? m_style->accentText : m_style->joinMark;
+    painter->setPen(QPen(color, 1.5, Qt::SolidLine, Qt::RoundCap));
+    painter->setBrush(Qt::NoBrush);
+    const qreal h = std::min<qreal>(at.height(), 7);
+    const qreal w = at.width() * 0.62;
+    const qreal y = at.center().y() - h / 2;
+    painter->drawRoundedRect(QRectF(at.left(), y, w, h), h / 2, h / 2);
+    painter->drawRoundedRect(QRectF(at.right() - w, y, w, h), h / 2, h / 2);
 }
 
 } // namespace marovin

@@ -11,8 +11,10 @@ class DiagramStyle;
 class JoinLineItem;
 
 // The box of one table: a title bar with the alias and a close button, the "*" row for all
-// columns and one row per column. The rows scroll when they do not fit; the box is moved by its
-// title and resized by its right and bottom edges.
+// columns and one row per column. Each row starts with a check box that shows whether the
+// column is in the query's output (the "*" row's box is checked when all are, partly when some
+// are) and ends with a link mark when a join uses the column. The rows scroll when they do not
+// fit; the box is moved by its title and resized by its right and bottom edges.
 //
 // Row numbers: 0 is the "*" row, 1..N the columns in definition order.
 class TableBoxItem : public QGraphicsObject {
@@ -23,6 +25,7 @@ public:
         Title,
         Close,
         Row,
+        CheckBox,
         AddButton,
         ScrollBar,
         ResizeRight,
@@ -31,7 +34,7 @@ public:
     };
     struct Hit {
         Part part = Part::None;
-        int row = -1; // for Row and AddButton
+        int row = -1; // for Row, CheckBox and AddButton
     };
 
     // style is Not owned: the diagram widget keeps it alive for the box's lifetime.
@@ -51,6 +54,7 @@ public:
     QRectF rowRect(int row) const; // in item coordinates; may lie outside listRect when scrolled
     QRectF closeRect() const;
     QRectF addButtonRect(int row) const;
+    QRectF checkBoxRect(int row) const;
     QRectF scrollThumbRect() const; // null when everything fits
     // The y (item coordinates) where a join line meets the row: its middle, kept inside the
     // visible list when the row is scrolled away.
@@ -73,6 +77,12 @@ public:
     bool isBoxSelected() const { return m_selected; }
     void setViewFocused(bool focused);
 
+    // Output ticks of the column rows (row 0, the "*" row, has none of its own).
+    bool isRowTicked(int row) const;
+    void setRowTicked(int row, bool ticked);
+    int tickedCount() const;
+    bool rowIsJoined(int row) const;
+
     void attachJoin(JoinLineItem* join);
     void detachJoin(JoinLineItem* join);
     const QList<JoinLineItem*>& attachedJoins() const { return m_joins; }
@@ -89,12 +99,14 @@ protected:
 
 private:
     void paintRow(QPainter* painter, int row) const;
-    bool rowIsJoined(int row) const;
+    void paintCheckBox(QPainter* painter, int row, bool onAccent) const;
+    void paintJoinedMark(QPainter* painter, const QRectF& at, bool onAccent) const;
 
     TableDefinition m_definition;
     QSizeF m_size;
     const DiagramStyle* m_style;  // Not owned.
     QList<JoinLineItem*> m_joins; // Not owned: the scene owns the lines.
+    QList<bool> m_ticked;         // by column, row - 1
     qreal m_scroll = 0;
     int m_currentRow = 0;
     int m_hoverRow = -1;

@@ -35,9 +35,10 @@ dvTablesAndJoins::dvTablesAndJoins(QWidget* parent)
     m_view->setAccessibleName(QStringLiteral("Tables and joins"));
     m_view->setAccessibleDescription(
         QStringLiteral("Tab moves between tables, the arrow keys between columns, Enter adds the "
-                       "column to the query, Delete removes the selected table or join. Dragging "
-                       "a column onto a column of another table joins them; holding Shift at the "
-                       "drop keeps all rows of the first table, Ctrl all rows of the second."));
+                       "column to the query, Space ticks or clears its output check box, Delete "
+                       "removes the selected table or join. Dragging a column onto a column of "
+                       "another table joins them; holding Shift at the drop keeps all rows of the "
+                       "first table, Ctrl all rows of the second."));
     m_placeholderText =
         QStringLiteral("Add tables to start.\nDrag a column onto a column of another "
                        "table to join them.");
@@ -163,6 +164,24 @@ bool dvTablesAndJoins::hasTable(const QString& alias) const {
 QStringList dvTablesAndJoins::tableColumns(const QString& alias) const {
     const TableBoxItem* b = box(alias);
     return b ? b->columnNames() : QStringList();
+}
+
+void dvTablesAndJoins::setColumnTicked(const QString& alias, const QString& column, bool ticked) {
+    if (TableBoxItem* b = box(alias))
+        b->setRowTicked(b->rowOfColumn(column), ticked);
+}
+
+bool dvTablesAndJoins::isColumnTicked(const QString& alias, const QString& column) const {
+    const TableBoxItem* b = box(alias);
+    return b && b->isRowTicked(b->rowOfColumn(column));
+}
+
+void dvTablesAndJoins::setAllTicks(const QString& alias, const QStringList& tickedColumns) {
+    TableBoxItem* b = box(alias);
+    if (!b)
+        return;
+    for (int row = 1; row < b->rowCount(); ++row)
+        b->setRowTicked(row, tickedColumns.contains(b->columnOfRow(row)));
 }
 
 QRectF dvTablesAndJoins::tableSceneRect(const QString& alias) const {
@@ -302,6 +321,16 @@ QPoint dvTablesAndJoins::addButtonPoint(const QString& alias, const QString& col
         return QPoint(-1, -1);
     b->ensureRowVisible(row);
     const QRectF r = b->mapRectToScene(b->addButtonRect(row));
+    return viewportPoint(r, r.center());
+}
+
+QPoint dvTablesAndJoins::checkBoxPoint(const QString& alias, const QString& column) {
+    TableBoxItem* b = box(alias);
+    const int row = !b ? -1 : (column == QStringLiteral("*") ? 0 : b->rowOfColumn(column));
+    if (row < 0)
+        return QPoint(-1, -1);
+    b->ensureRowVisible(row);
+    const QRectF r = b->mapRectToScene(b->checkBoxRect(row));
     return viewportPoint(r, r.center());
 }
 
@@ -488,6 +517,15 @@ void dvTablesAndJoins::activateRow(TableBoxItem* b, int row) {
         emit allColumns(alias, 0);
     else
         emit columnChosen(alias, b->columnOfRow(row), 0);
+}
+
+void dvTablesAndJoins::requestTick(TableBoxItem* b, int row) {
+    if (!b || row < 0 || row >= b->rowCount())
+        return;
+    if (row == 0)
+        emit allColumns(b->alias(), 0);
+    else
+        emit columnTickRequested(b->alias(), b->columnOfRow(row), !b->isRowTicked(row));
 }
 
 void dvTablesAndJoins::deleteSelection() {

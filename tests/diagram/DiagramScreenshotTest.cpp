@@ -44,6 +44,11 @@ protected:
         dragColumn("Orders", "OrderID", "OrderDetails", "OrderID");
         dragColumn("OrderDetails", "ProductID", "Products", "ProductID");
         ASSERT_TRUE(diagram->setJoinType(1, "Left Join"));
+        // Columns in the query's output, as the host ticks them.
+        diagram->setAllTicks("Customers", {"CompanyName", "City"});
+        diagram->setAllTicks("Orders", {"OrderID", "OrderDate"});
+        diagram->setAllTicks("OrderDetails", diagram->tableColumns("OrderDetails"));
+        diagram->setColumnTicked("Products", "ProductName", true);
         diagram->view()->horizontalScrollBar()->setValue(0);
         diagram->view()->verticalScrollBar()->setValue(0);
         // The outer join selected, so its type shows in words, and the pointer resting on a
