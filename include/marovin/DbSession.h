@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/DbForeignKey.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -30,6 +32,14 @@ public:
     // in the source's order.
     virtual std::vector<std::string> Columns(const std::string& schema,
                                              const std::string& table) = 0;
+    // The declared foreign keys in which the table (exact name; an empty schema means the
+    // driver's default) takes part on either side, tables written "schema.name": first the
+    // table's own keys, ordered by name, referenced table and columns, then the keys of other
+    // tables that reference it, ordered by name, referencing table and columns. A key of the
+    // table on itself is listed once, among its own keys. Empty when the driver has no such
+    // catalogue.
+    virtual std::vector<DbForeignKey> ForeignKeys(const std::string& schema,
+                                                  const std::string& table) = 0;
     // Whether the server understands "SET PARSEONLY" (Microsoft SQL Server).
     virtual bool SupportsParseOnly() const = 0;
     // Runs a batch and discards whatever it returns.

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "marovin/DbCancellation.h"
+#include "marovin/DbForeignKey.h"
 #include "marovin/DbSession.h"
 #include "marovin/cRecordset.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace marovin {
 
@@ -83,6 +85,15 @@ public:
 
     std::string GetListOfFields(const std::string& strTableName, bool blnIncludeTableName) const;
     std::string GetListOfTables() const;
+    // The declared foreign keys in which the table takes part, its tables written as the table
+    // list writes them ("dbo.Orders"): first the table's own keys, ordered by name, referenced
+    // table and columns, then the keys of other tables that reference it, ordered by name,
+    // referencing table and columns. A key of the table on itself comes once, among its own
+    // keys. strTableName is an entry of the table list ("dbo.Order Details"); bracketed parts
+    // ("dbo.[Order Details]") and a name without schema (looked up as the server looks up an
+    // unqualified name) are accepted too. Empty when the database cannot be reached, the table
+    // is unknown or the driver cannot tell.
+    std::vector<DbForeignKey> GetForeignKeys(const std::string& strTableName) const;
     // An open connection, or nullptr when none could be opened.
     std::unique_ptr<DbSession> GetConnection() const;
     std::string CheckSQLSyntax(const std::string& strSQLQuery) const;

@@ -1,5 +1,6 @@
 #include "OdbcSession.h"
 
+#include "ForeignKeyOrder.h"
 #include "RecordsetBuilder.h"
 #include "marovin/DbCancellation.h"
 #include "marovin/DbError.h"
@@ -8,7 +9,9 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <map>
 #include <optional>
+#include <tuple>
 
 namespace marovin {
 
@@ -65,6 +68,61 @@ FetchAs fetchKind(SQLSMALLINT sqlType) {
     }
 }
 
+// One row of SQLForeignKeys: a column pair of a key.
+struct ForeignKeyRow {
+    std::string pkSchema, pkTable, pkColumn, fkSchema, fkTable, fkColumn, name;
+    std::int64_t seq = 0;
+};
+
+// A key brought together from its rows, with the referenced table's schema and name apart.
+struct GroupedKey {
+    DbForeignKey key;
+    std::string pkSchema, pkTable;
+};
+
+// Brings the rows of each key together, its pairs in KEY_SEQ order. Drivers list the rows by
+// table and KEY_SEQ, so the rows of two keys between the same tables may interleave: they are
+// told apart by the constraint's name. A driver that names no constraints gets a new key where
+// KEY_SEQ starts again between the same two tables.
+std::vector<GroupedKey> groupForeignKeyRows(const std::vector<ForeignKeyRow>& rows) {
+    using Identity = std::tuple<std::string, std::string, std::string, std::string, std::string>;
+    std::vector<std::vector<const ForeignKeyRow*>> groups;
+    // A named key's group, or the group an unnamed key between two tables is filling.
+    std::map<Identity, std::size_t> current;
+    for (const ForeignKeyRow& row : rows) {
+        Identity id{row.fkSchema, row.fkTable, row.pkSchema, row.pkTable, row.name};
+        auto it = current.find(id);
+        if (it == current.end() ||
+            (row.name.empty() && row.seq <= groups[it->second].back()->seq)) {
+            it = current.insert_or_assign(std::move(id), groups.size()).first;
+            groups.emplace_back();
+        }
+        groups[it->second].push_back(&row);
+    }
+    std::vector<GroupedKey> keys;
+    keys.reserve(groups.size());
+    for (auto& group : groups) {
+        std::stable_sort(group.begin(), group.end(),
+                         [](const auto* a, const auto* b) { return a->seq < b->seq; });
+        const ForeignKeyRow& first = *group.front();
+        GroupedKey grouped{{}, first.pkSchema, first.pkTable};
+        DbForeignKey& key = grouped.key;
+        key.strName = first.name;
+        key.strTable = first.fkSchema + '.' + first.fkTable;
+        key.strReferencedTable = first.pkSchema + '.' + first.pkTable;
+        for (const ForeignKeyRow* row : group) {
+            key.colColumns.push_back(row->fkColumn);
+            key.colReferencedColumns.push_back(row->pkColumn);
+        }
+        keys.push_back(std::move(grouped));
+    }
+    return keys;
+}
+
+bool anyEmpty(const std::vector<std::string>& names) {
+    return std::any_of(names.begin(), names.end(), [](const auto& n) { return n.empty(); });
+}
+
 } // namespace
 
 // Owns one statement handle with the command time-out set.
@@ -107,6 +165,15 @@ public:
         if (ok(rc) || (noDataOk && rc == SQL_NO_DATA))
             return rc;
         throw DbError(describeFailure(SQL_HANDLE_STMT, m_h, what));
+    }
+    // The column as a whole number, or nothing for NULL.
+    std::optional<std::int64_t> integer(SQLUSMALLINT col) const {
+        SQLBIGINT value = 0;
+        SQLLEN ind = 0;
+        check(SQLGetData(m_h, col, SQL_C_SBIGINT, &value, 0, &ind), "SQLGetData");
+        if (ind == SQL_NULL_DATA)
+            return std::nullopt;
+        return static_cast<std::int64_t>(value);
     }
     // The column as text, or nothing for NULL.
     std::optional<std::string> text(SQLUSMALLINT col) const {
@@ -274,6 +341,99 @@ std::vector<std::string> OdbcSession::Columns(const std::string& schema, const s
         columns.push_back(stmt.text(4).value_or(""));
     }
     return columns;
+}
+
+std::vector<DbForeignKey> OdbcSession::ForeignKeys(const std::string& schema,
+                                                   const std::string& table) {
+    if (!m_connected)
+        throw DbError("The connection is closed");
+    if (table.empty())
+        return {};
+    SQLUSMALLINT supported = SQL_TRUE;
+    if (ok(SQLGetFunctions(m_dbc, SQL_API_SQLFOREIGNKEYS, &supported)) && supported == SQL_FALSE)
+        return {};
+    return orderForeignKeys(foreignKeys(schema, table, true), foreignKeys(schema, table, false));
+}
+
+std::vector<DbForeignKey> OdbcSession::foreignKeys(const std::string& schema,
+                                                   const std::string& table, bool ownKeys) {
+    std::vector<ForeignKeyRow> rows;
+    {
+        Stmt stmt(*this);
+        // The names are ordinary arguments, not patterns, and go as they are; without a schema
+        // the driver looks the table up as it would an unqualified name.
+        std::string s = schema;
+        std::string t = table;
+        SQLCHAR* schemaArg = s.empty() ? nullptr : reinterpret_cast<SQLCHAR*>(s.data());
+        const SQLSMALLINT schemaLength = s.empty() ? SQLSMALLINT{0} : shortLength(s, "The name");
+        auto* tableArg = reinterpret_cast<SQLCHAR*>(t.data());
+        const SQLSMALLINT tableLength = shortLength(t, "The name");
+        const SQLRETURN called =
+            ownKeys ? SQLForeignKeys(stmt.get(), nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0,
+                                     schemaArg, schemaLength, tableArg, tableLength)
+                    : SQLForeignKeys(stmt.get(), nullptr, 0, schemaArg, schemaLength, tableArg,
+                                     tableLength, nullptr, 0, nullptr, 0, nullptr, 0);
+        stmt.check(called, "SQLForeignKeys");
+        SQLRETURN rc;
+        while ((rc = SQLFetch(stmt.get())) != SQL_NO_DATA) {
+            stmt.check(rc, "SQLFetch");
+            // In column order: some drivers read columns only forwards.
+            ForeignKeyRow row;
+            row.pkSchema = stmt.text(2).value_or("");
+            row.pkTable = stmt.text(3).value_or("");
+            row.pkColumn = stmt.text(4).value_or("");
+            row.fkSchema = stmt.text(6).value_or("");
+            row.fkTable = stmt.text(7).value_or("");
+            row.fkColumn = stmt.text(8).value_or("");
+            row.seq = stmt.integer(9).value_or(0);
+            row.name = stmt.text(12).value_or("");
+            rows.push_back(std::move(row));
+        }
+    }
+    std::vector<DbForeignKey> keys;
+    for (GroupedKey& grouped : groupForeignKeyRows(rows)) {
+        DbForeignKey& key = grouped.key;
+        // Where the key names no referenced columns ("REFERENCES t"), the SQLite driver leaves
+        // them empty: they are the referenced table's primary key.
+        std::vector<std::string>& referenced = key.colReferencedColumns;
+        if (std::all_of(referenced.begin(), referenced.end(),
+                        [](const auto& n) { return n.empty(); }))
+            referenced = primaryKeyColumns(grouped.pkSchema, grouped.pkTable);
+        // A key whose columns do not pair up cannot be joined on; it is left out.
+        if (referenced.size() != key.colColumns.size() || anyEmpty(referenced) ||
+            anyEmpty(key.colColumns))
+            continue;
+        keys.push_back(std::move(key));
+    }
+    return keys;
+}
+
+std::vector<std::string> OdbcSession::primaryKeyColumns(const std::string& schema,
+                                                        const std::string& table) {
+    SQLUSMALLINT supported = SQL_TRUE;
+    if (ok(SQLGetFunctions(m_dbc, SQL_API_SQLPRIMARYKEYS, &supported)) && supported == SQL_FALSE)
+        return {};
+    Stmt stmt(*this);
+    std::string s = schema;
+    std::string t = table;
+    SQLCHAR* schemaArg = s.empty() ? nullptr : reinterpret_cast<SQLCHAR*>(s.data());
+    const SQLSMALLINT schemaLength = s.empty() ? SQLSMALLINT{0} : shortLength(s, "The name");
+    stmt.check(SQLPrimaryKeys(stmt.get(), nullptr, 0, schemaArg, schemaLength,
+                              reinterpret_cast<SQLCHAR*>(t.data()), shortLength(t, "The name")),
+               "SQLPrimaryKeys");
+    std::vector<std::pair<std::int64_t, std::string>> columns;
+    SQLRETURN rc;
+    while ((rc = SQLFetch(stmt.get())) != SQL_NO_DATA) {
+        stmt.check(rc, "SQLFetch");
+        std::string column = stmt.text(4).value_or("");
+        columns.emplace_back(stmt.integer(5).value_or(0), std::move(column));
+    }
+    std::stable_sort(columns.begin(), columns.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<std::string> names;
+    for (auto& column : columns)
+        names.push_back(std::move(column.second));
+    return names;
 }
 
 void OdbcSession::Execute(const std::string& sql) {

@@ -23,6 +23,10 @@ public:
 
     std::vector<TableRow> Tables() override;
     std::vector<std::string> Columns(const std::string& schema, const std::string& table) override;
+    // SQLForeignKeys, asked once with the table as the foreign-key table and once as the
+    // primary-key table.
+    std::vector<DbForeignKey> ForeignKeys(const std::string& schema,
+                                          const std::string& table) override;
     bool SupportsParseOnly() const override;
     void Execute(const std::string& sql) override;
     void Prepare(const std::string& sql) override;
@@ -37,6 +41,12 @@ public:
 private:
     class Stmt;
     std::string searchPattern(const std::string& value) const;
+    // The keys SQLForeignKeys reports for the table on one side (the foreign-key side when
+    // ownKeys is true), the rows of each key brought together.
+    std::vector<DbForeignKey> foreignKeys(const std::string& schema, const std::string& table,
+                                          bool ownKeys);
+    // The primary key columns of a table in key order (SQLPrimaryKeys).
+    std::vector<std::string> primaryKeyColumns(const std::string& schema, const std::string& table);
 
     SQLHENV m_env = SQL_NULL_HENV;
     SQLHDBC m_dbc = SQL_NULL_HDBC;

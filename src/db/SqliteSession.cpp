@@ -1,5 +1,6 @@
 #include "SqliteSession.h"
 
+#include "ForeignKeyOrder.h"
 #include "RecordsetBuilder.h"
 #include "SqliteFunctions.h"
 #include "marovin/DbError.h"
@@ -246,6 +247,127 @@ std::vector<std::string> SqliteSession::Columns(const std::string& schema,
             fail();
     }
     return columns;
+}
+
+std::optional<std::string> SqliteSession::declaredTableName(const std::string& name) const {
+    Statement stmt;
+    if (sqlite3_prepare_v2(handle(),
+                           "SELECT name FROM dbo.sqlite_schema "
+                           "WHERE type = 'table' AND name = ?1 COLLATE NOCASE",
+                           -1, stmt.out(), nullptr) != SQLITE_OK)
+        fail();
+    sqlite3_bind_text(stmt.get(), 1, name.data(), static_cast<int>(name.size()), SQLITE_TRANSIENT);
+    const int rc = sqlite3_step(stmt.get());
+    if (rc == SQLITE_ROW) {
+        const auto* text = sqlite3_column_text(stmt.get(), 0);
+        return std::string(text ? reinterpret_cast<const char*>(text) : "");
+    }
+    if (rc != SQLITE_DONE)
+        fail();
+    return std::nullopt;
+}
+
+std::vector<std::string> SqliteSession::columnNames(const std::string& table,
+                                                    bool primaryKeyOnly) const {
+    Statement stmt;
+    if (sqlite3_prepare_v2(handle(),
+                           primaryKeyOnly
+                               ? "SELECT name FROM pragma_table_info(?1, 'dbo') WHERE pk > 0 "
+                                 "ORDER BY pk"
+                               : "SELECT name FROM pragma_table_info(?1, 'dbo') ORDER BY cid",
+                           -1, stmt.out(), nullptr) != SQLITE_OK)
+        fail();
+    sqlite3_bind_text(stmt.get(), 1, table.data(), static_cast<int>(table.size()),
+                      SQLITE_TRANSIENT);
+    std::vector<std::string> names;
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+        const auto* text = sqlite3_column_text(stmt.get(), 0);
+        names.emplace_back(text ? reinterpret_cast<const char*>(text) : "");
+    }
+    if (rc != SQLITE_DONE)
+        fail();
+    return names;
+}
+
+std::vector<DbForeignKey> SqliteSession::ForeignKeys(const std::string& schema,
+                                                     const std::string& table) {
+    sqlite3* db = handle();
+    if (!schema.empty() && !equalsNoCase(schema, kSchema))
+        return {};
+    startClock();
+    const std::optional<std::string> name = declaredTableName(table);
+    if (!name)
+        return {};
+    // One row per column pair of every key that belongs to the table or names it as the
+    // referenced table. The referenced name is kept as the REFERENCES clause writes it, so it
+    // is compared without regard to case, as SQLite resolves it.
+    Statement stmt;
+    if (sqlite3_prepare_v2(
+            db,
+            "SELECT m.name, f.id, f.\"table\", f.\"from\", f.\"to\" "
+            "FROM dbo.sqlite_schema AS m, pragma_foreign_key_list(m.name, 'dbo') AS f "
+            "WHERE m.type = 'table' AND (m.name = ?1 OR f.\"table\" = ?1 COLLATE "
+            "NOCASE) ORDER BY m.name, f.id, f.seq",
+            -1, stmt.out(), nullptr) != SQLITE_OK)
+        fail();
+    sqlite3_bind_text(stmt.get(), 1, name->data(), static_cast<int>(name->size()),
+                      SQLITE_TRANSIENT);
+    struct Declared {
+        std::string table;
+        std::int64_t id = 0;
+        std::string referencedTable;
+        std::vector<std::string> columns;
+        std::vector<std::string> referencedColumns; // empty: no column list was written
+    };
+    auto textOf = [&stmt](int column) {
+        const auto* text = sqlite3_column_text(stmt.get(), column);
+        return std::string(text ? reinterpret_cast<const char*>(text) : "");
+    };
+    std::vector<Declared> declared;
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+        std::string owner = textOf(0);
+        const std::int64_t id = sqlite3_column_int64(stmt.get(), 1);
+        if (declared.empty() || declared.back().table != owner || declared.back().id != id)
+            declared.push_back({std::move(owner), id, textOf(2), {}, {}});
+        declared.back().columns.push_back(textOf(3));
+        if (sqlite3_column_type(stmt.get(), 4) != SQLITE_NULL)
+            declared.back().referencedColumns.push_back(textOf(4));
+    }
+    if (rc != SQLITE_DONE)
+        fail();
+
+    std::vector<DbForeignKey> own, referencing;
+    for (Declared& d : declared) {
+        const std::optional<std::string> referenced = declaredTableName(d.referencedTable);
+        DbForeignKey key;
+        key.strTable = std::string(kSchema) + '.' + d.table;
+        key.strReferencedTable =
+            std::string(kSchema) + '.' + referenced.value_or(d.referencedTable);
+        key.colColumns = std::move(d.columns);
+        if (d.referencedColumns.empty()) {
+            // "REFERENCES t" without columns refers to t's primary key.
+            if (referenced)
+                key.colReferencedColumns = columnNames(*referenced, true);
+        } else {
+            // Columns as the referenced table declares them, where it does.
+            const std::vector<std::string> names =
+                referenced ? columnNames(*referenced, false) : std::vector<std::string>{};
+            for (const std::string& column : d.referencedColumns) {
+                auto found = std::find_if(names.begin(), names.end(), [&column](const auto& n) {
+                    return equalsNoCase(n, column);
+                });
+                key.colReferencedColumns.push_back(found != names.end() ? *found : column);
+            }
+        }
+        // A key whose columns do not pair up (no column list and no primary key of the same
+        // size) is one that SQLite itself rejects as a mismatch when it checks it.
+        if (key.colReferencedColumns.size() != key.colColumns.size())
+            continue;
+        (d.table == *name ? own : referencing).push_back(std::move(key));
+    }
+    return orderForeignKeys(std::move(own), std::move(referencing));
 }
 
 void SqliteSession::forEachStatement(const std::string& text,

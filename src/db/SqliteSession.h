@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 
 struct sqlite3;
@@ -23,6 +24,10 @@ public:
 
     std::vector<TableRow> Tables() override;
     std::vector<std::string> Columns(const std::string& schema, const std::string& table) override;
+    // Keys as PRAGMA foreign_key_list declares them, found for every table of the file; a key
+    // without a referenced column list is given the referenced table's primary key columns.
+    std::vector<DbForeignKey> ForeignKeys(const std::string& schema,
+                                          const std::string& table) override;
     bool SupportsParseOnly() const override { return false; }
     void Execute(const std::string& sql) override;
     void Prepare(const std::string& sql) override;
@@ -44,6 +49,11 @@ private:
     // Reads at most maxRows rows (all when maxRows <= 0) of a statement with nCols columns.
     std::shared_ptr<cRecordset> readRows(sqlite3_stmt* stmt, int nCols, std::int32_t maxRows) const;
     static int progress(void* self);
+    // The name of a table of the file as declared, found without regard to (ASCII) case as
+    // SQLite finds it; nothing when there is no such table.
+    std::optional<std::string> declaredTableName(const std::string& name) const;
+    // The declared names of a table's columns, and of its primary key columns in key order.
+    std::vector<std::string> columnNames(const std::string& table, bool primaryKeyOnly) const;
 
     sqlite3* m_db = nullptr;
     std::chrono::seconds m_timeout;

@@ -4,6 +4,7 @@
 #include "SqliteSession.h"
 #include "marovin/DbError.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <exception>
@@ -82,6 +83,70 @@ std::vector<std::string> split(const std::string& s, char sep) {
         start = pos + 1;
     }
     return parts;
+}
+
+// Reads one part of a table name from pos: "[...]" with "]]" for "]", or "\"...\"" with "\"\""
+// for "\"". Answers false, leaving the outputs alone, when the part is not quoted that way or
+// the closing character is not followed by blanks and then a dot or the end.
+bool quotedPart(const std::string& s, std::size_t pos, std::string& part, std::size_t& end) {
+    if (pos >= s.size() || (s[pos] != '[' && s[pos] != '"'))
+        return false;
+    const char close = s[pos] == '[' ? ']' : '"';
+    std::string text;
+    std::size_t i = pos + 1;
+    for (;; ++i) {
+        if (i >= s.size())
+            return false;
+        if (s[i] == close) {
+            if (i + 1 < s.size() && s[i + 1] == close) {
+                text += close;
+                ++i;
+                continue;
+            }
+            break;
+        }
+        text += s[i];
+    }
+    std::size_t next = s.find_first_not_of(' ', i + 1);
+    if (next != std::string::npos && s[next] != '.')
+        return false;
+    part = std::move(text);
+    end = next == std::string::npos ? s.size() : next;
+    return true;
+}
+
+// Splits "schema.table" as the table list writes it, or with bracketed or double-quoted parts,
+// or a table alone (schema left empty). An unquoted schema ends at the first dot; an unquoted
+// table is the rest as it is. Blanks around the parts are dropped, as GetListOfFields does.
+void splitTableName(const std::string& name, std::string& schema, std::string& table) {
+    schema.clear();
+    std::size_t start = name.find_first_not_of(' ');
+    if (start == std::string::npos) {
+        table.clear();
+        return;
+    }
+    std::string first;
+    std::size_t end = 0;
+    if (quotedPart(name, start, first, end)) {
+        if (end == name.size()) {
+            table = std::move(first);
+            return;
+        }
+        schema = std::move(first);
+        start = end + 1;
+    } else {
+        std::size_t dot = name.find('.', start);
+        if (dot == std::string::npos) {
+            table = trimBlanks(name);
+            return;
+        }
+        schema = trimBlanks(name.substr(start, dot - start));
+        start = dot + 1;
+    }
+    start = std::min(name.find_first_not_of(' ', start), name.size());
+    if (quotedPart(name, start, table, end) && end == name.size())
+        return;
+    table = trimBlanks(name.substr(start));
 }
 
 } // namespace
@@ -224,6 +289,21 @@ std::string cDbConnection::GetListOfTables() const {
         return {};
     }
     return list;
+}
+
+std::vector<DbForeignKey> cDbConnection::GetForeignKeys(const std::string& strTableName) const {
+    try {
+        std::string schema, table;
+        splitTableName(strTableName, schema, table);
+        if (table.empty())
+            return {};
+        auto conn = GetConnection();
+        if (!conn)
+            return {};
+        return conn->ForeignKeys(schema, table);
+    } catch (...) {
+        return {};
+    }
 }
 
 std::string cDbConnection::GetListOfFields(const std::string& strTableName,

@@ -1,16 +1,18 @@
 #pragma once
 
 // Helpers shared by the database tests: temporary directories, SQLite files written with plain
-// SQL, and the bytes of a file (to prove that nothing wrote to it).
+// SQL, the bytes of a file (to prove that nothing wrote to it), and foreign keys as text.
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <marovin/DbForeignKey.h>
 #include <sqlite3.h>
 #include <stdexcept>
 #include <stdlib.h>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace marovin::test {
 
@@ -72,6 +74,27 @@ inline std::string querySqlite(const std::string& path, const std::string& sql) 
 inline std::string fileBytes(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// A key as one line, "name: table(a, b) -> referenced(c, d)" ("name: " only when it has one),
+// so that a list of keys compares with a readable difference.
+inline std::string keyText(const DbForeignKey& key) {
+    auto columns = [](const std::vector<std::string>& names) {
+        std::string text;
+        for (const std::string& name : names)
+            text += (text.empty() ? "" : ", ") + name;
+        return "(" + text + ")";
+    };
+    return (key.strName.empty() ? "" : key.strName + ": ") + key.strTable +
+           columns(key.colColumns) + " -> " + key.strReferencedTable +
+           columns(key.colReferencedColumns);
+}
+
+inline std::vector<std::string> keyTexts(const std::vector<DbForeignKey>& keys) {
+    std::vector<std::string> texts;
+    for (const DbForeignKey& key : keys)
+        texts.push_back(keyText(key));
+    return texts;
 }
 
 } // namespace marovin::test

@@ -1,6 +1,6 @@
 // cDbConnection's generic ODBC provider through the unixODBC driver manager and Debian's SQLite
-// ODBC driver (in-process): catalogue, columns, row limits, the prepared syntax check and the
-// driver's diagnostics.
+// ODBC driver (in-process): catalogue, columns, foreign keys, row limits, the prepared syntax
+// check and the driver's diagnostics.
 
 #include "DbTestSupport.h"
 
@@ -159,6 +159,63 @@ TEST_F(OdbcSqliteDriver, AConnectionStringTooLongForOdbcIsRefusedNotCut) {
     // A long password that fits reaches the driver, which ignores it.
     db.setStrPassword(std::string(20000, 'p'));
     EXPECT_TRUE(db.Check(true)) << cDbConnection::LastConnectionError();
+}
+
+// The driver names no constraints and lists a key's pairs one after the other; where a key
+// names no referenced columns it leaves them empty.
+class OdbcSqliteDriverForeignKeys : public ::testing::Test {
+protected:
+    void SetUp() override {
+        path = dir.file("keys.sqlite");
+        test::writeSqlite(path, R"sql(
+            CREATE TABLE Parent (A integer NOT NULL, B text NOT NULL, PRIMARY KEY (B, A));
+            CREATE TABLE Child (Id integer PRIMARY KEY, PA integer, PB text, QA integer, QB text,
+                FOREIGN KEY (PB, PA) REFERENCES Parent (B, A),
+                FOREIGN KEY (QB, QA) REFERENCES Parent (B, A));
+            CREATE TABLE Node (Id integer PRIMARY KEY, ParentId integer REFERENCES Node (Id),
+                SiblingId integer REFERENCES Node);
+            CREATE TABLE "Order Details" ("Order" integer REFERENCES Node, "Select" text,
+                "Group" integer, FOREIGN KEY ("Select", "Group") REFERENCES Parent (B, A));
+        )sql");
+        db.setStrProvider(cDbConnection::kProviderOdbc);
+        db.setStrConnectionString("DRIVER={SQLite3};Database=" + path);
+    }
+    std::vector<std::string> keys(const std::string& table) const {
+        return test::keyTexts(db.GetForeignKeys(table));
+    }
+    test::TempDir dir;
+    std::string path;
+    cDbConnection db;
+};
+
+TEST_F(OdbcSqliteDriverForeignKeys, UnnamedKeysBetweenTheSameTablesStayApart) {
+    EXPECT_EQ(keys(".Child"), (std::vector<std::string>{
+                                  ".Child(PB, PA) -> .Parent(B, A)",
+                                  ".Child(QB, QA) -> .Parent(B, A)",
+                              }));
+    EXPECT_EQ(keys(".Parent"), (std::vector<std::string>{
+                                   ".Child(PB, PA) -> .Parent(B, A)",
+                                   ".Child(QB, QA) -> .Parent(B, A)",
+                                   ".Order Details(Select, Group) -> .Parent(B, A)",
+                               }));
+}
+
+TEST_F(OdbcSqliteDriverForeignKeys, AKeyWithoutReferencedColumnsGetsThePrimaryKey) {
+    const std::vector<std::string> details{
+        ".Order Details(Order) -> .Node(Id)",
+        ".Order Details(Select, Group) -> .Parent(B, A)",
+    };
+    EXPECT_EQ(keys(".Order Details"), details);
+    // As the list writes it, or without the dot, or bracketed.
+    EXPECT_EQ(keys("Order Details"), details);
+    EXPECT_EQ(keys("[Order Details]"), details);
+    // Keys of the table on itself come once, before the key that references it.
+    EXPECT_EQ(keys(".Node"), (std::vector<std::string>{
+                                 ".Node(ParentId) -> .Node(Id)",
+                                 ".Node(SiblingId) -> .Node(Id)",
+                                 ".Order Details(Order) -> .Node(Id)",
+                             }));
+    EXPECT_EQ(keys(".Nope"), std::vector<std::string>{});
 }
 
 TEST(OdbcConnectionString, ValuesAreAddedAndBracedWhenTheyNeedIt) {

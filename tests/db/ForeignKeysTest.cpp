@@ -1,0 +1,243 @@
+// cDbConnection::GetForeignKeys on the embedded SQLite provider, on real files: the keys the
+// sample database declares, keys of several columns, keys written without the referenced
+// columns, tables that reference themselves, odd names, the forms a table name may take, and
+// databases that cannot be reached.
+
+#include "DbTestSupport.h"
+#include "SampleDatabaseGenerator.h"
+
+#include <gtest/gtest.h>
+#include <marovin/DbSession.h>
+#include <marovin/cDbConnection.h>
+
+namespace marovin {
+namespace {
+
+using test::keyTexts;
+using Keys = std::vector<std::string>;
+
+cDbConnection sqliteConnection(const std::string& path) {
+    cDbConnection db;
+    db.setStrProvider(cDbConnection::kProviderSqlite);
+    db.setStrDatabase(path);
+    return db;
+}
+
+// The small sample database, written once for the suite.
+class SampleDatabaseForeignKeys : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_dir = std::make_unique<test::TempDir>();
+        s_path = s_dir->file("northwind.sqlite");
+        std::string error;
+        if (!SampleDatabaseGenerator(SampleDatabaseGenerator::Small()).Write(s_path, error))
+            s_path = "cannot write the sample database: " + error;
+    }
+    static void TearDownTestSuite() { s_dir.reset(); }
+    void SetUp() override { db = sqliteConnection(s_path); }
+
+    Keys keys(const std::string& table) const { return keyTexts(db.GetForeignKeys(table)); }
+
+    static std::unique_ptr<test::TempDir> s_dir;
+    static std::string s_path;
+    cDbConnection db;
+};
+
+std::unique_ptr<test::TempDir> SampleDatabaseForeignKeys::s_dir;
+std::string SampleDatabaseForeignKeys::s_path;
+
+TEST_F(SampleDatabaseForeignKeys, EveryTableGivesItsOwnKeysThenTheKeysReferencingIt) {
+    EXPECT_EQ(keys("dbo.Orders"), (Keys{
+                                      "dbo.Orders(CustomerID) -> dbo.Customers(CustomerID)",
+                                      "dbo.Orders(EmployeeID) -> dbo.Employees(EmployeeID)",
+                                      "dbo.Orders(ShipVia) -> dbo.Shippers(ShipperID)",
+                                      "dbo.Order Details(OrderID) -> dbo.Orders(OrderID)",
+                                  }));
+    EXPECT_EQ(keys("dbo.Order Details"),
+              (Keys{
+                  "dbo.Order Details(OrderID) -> dbo.Orders(OrderID)",
+                  "dbo.Order Details(ProductID) -> dbo.Products(ProductID)",
+              }));
+    EXPECT_EQ(keys("dbo.Products"), (Keys{
+                                        "dbo.Products(CategoryID) -> dbo.Categories(CategoryID)",
+                                        "dbo.Products(SupplierID) -> dbo.Suppliers(SupplierID)",
+                                        "dbo.Order Details(ProductID) -> dbo.Products(ProductID)",
+                                    }));
+    EXPECT_EQ(keys("dbo.Customers"), (Keys{"dbo.Orders(CustomerID) -> dbo.Customers(CustomerID)"}));
+    EXPECT_EQ(keys("dbo.Shippers"), (Keys{"dbo.Orders(ShipVia) -> dbo.Shippers(ShipperID)"}));
+    EXPECT_EQ(keys("dbo.Suppliers"),
+              (Keys{"dbo.Products(SupplierID) -> dbo.Suppliers(SupplierID)"}));
+    EXPECT_EQ(keys("dbo.Categories"),
+              (Keys{"dbo.Products(CategoryID) -> dbo.Categories(CategoryID)"}));
+    EXPECT_EQ(keys("dbo.Region"), (Keys{"dbo.Territories(RegionID) -> dbo.Region(RegionID)"}));
+    EXPECT_EQ(keys("dbo.Territories"),
+              (Keys{
+                  "dbo.Territories(RegionID) -> dbo.Region(RegionID)",
+                  "dbo.EmployeeTerritories(TerritoryID) -> dbo.Territories(TerritoryID)",
+              }));
+    EXPECT_EQ(keys("dbo.EmployeeTerritories"),
+              (Keys{
+                  "dbo.EmployeeTerritories(EmployeeID) -> dbo.Employees(EmployeeID)",
+                  "dbo.EmployeeTerritories(TerritoryID) -> dbo.Territories(TerritoryID)",
+              }));
+}
+
+TEST_F(SampleDatabaseForeignKeys, TheKeyOfATableOnItselfComesOnceAmongItsOwn) {
+    EXPECT_EQ(keys("dbo.Employees"),
+              (Keys{
+                  "dbo.Employees(ReportsTo) -> dbo.Employees(EmployeeID)",
+                  "dbo.EmployeeTerritories(EmployeeID) -> dbo.Employees(EmployeeID)",
+                  "dbo.Orders(EmployeeID) -> dbo.Employees(EmployeeID)",
+              }));
+}
+
+TEST_F(SampleDatabaseForeignKeys, TheTableNameMayTakeTheFormsOfAQuery) {
+    const auto expected = db.GetForeignKeys("dbo.Order Details");
+    ASSERT_EQ(expected.size(), 2u);
+    for (const char* name :
+         {"dbo.[Order Details]", "[dbo].[Order Details]", "\"dbo\".\"Order Details\"",
+          "Order Details", "[Order Details]", " dbo . Order Details ", "DBO.order details"})
+        EXPECT_EQ(db.GetForeignKeys(name), expected) << name;
+}
+
+TEST_F(SampleDatabaseForeignKeys, ViewsUnknownTablesAndOtherSchemasHaveNone) {
+    EXPECT_EQ(keys("dbo.Order Subtotals"), Keys{});
+    EXPECT_EQ(keys("dbo.Nope"), Keys{});
+    EXPECT_EQ(keys("sales.Orders"), Keys{});
+    EXPECT_EQ(keys("dbo.sqlite_schema"), Keys{});
+    EXPECT_EQ(keys(""), Keys{});
+    EXPECT_EQ(keys("dbo."), Keys{});
+    EXPECT_EQ(keys("dbo.[]"), Keys{});
+}
+
+TEST_F(SampleDatabaseForeignKeys, TheSessionGivesTheSameKeysWithOrWithoutItsSchema) {
+    auto session = db.GetConnection();
+    ASSERT_NE(session, nullptr);
+    const auto expected = db.GetForeignKeys("dbo.Orders");
+    ASSERT_EQ(expected.size(), 4u);
+    EXPECT_EQ(session->ForeignKeys("dbo", "Orders"), expected);
+    EXPECT_EQ(session->ForeignKeys("", "Orders"), expected);
+    EXPECT_EQ(session->ForeignKeys("DBO", "orders"), expected);
+    EXPECT_EQ(session->ForeignKeys("dbo", ""), std::vector<DbForeignKey>{});
+}
+
+// Keys of several columns in an order of their own, keys without a referenced column list (to a
+// table with a primary key, to one without), keys of a table on itself, a key to a table that
+// does not exist, and names with blanks, keywords, dots and brackets.
+const char* const kKeysScript = R"sql(
+CREATE TABLE Parent (A integer NOT NULL, B text NOT NULL, C integer, PRIMARY KEY (B, A));
+CREATE TABLE Child (Id integer PRIMARY KEY, PA integer, PB text,
+    FOREIGN KEY (PB, PA) REFERENCES Parent (b, a));
+CREATE TABLE Implicit (Id integer PRIMARY KEY, X text, Y integer,
+    FOREIGN KEY (X, Y) REFERENCES parent);
+CREATE TABLE Node (Id integer PRIMARY KEY, ParentId integer REFERENCES Node (Id),
+    SiblingId integer REFERENCES node);
+CREATE TABLE Heap (V integer);
+CREATE TABLE Dangling (Id integer PRIMARY KEY, H integer REFERENCES Heap,
+    M integer REFERENCES Missing (Mid));
+CREATE TABLE "Select" ("Key" integer PRIMARY KEY, "Group" text);
+CREATE TABLE "v1.2" ("ab]c" integer PRIMARY KEY);
+CREATE TABLE "Order Details" ("Order" integer REFERENCES "Select",
+    "From" integer REFERENCES "Select" ("Key"), "x]y" integer REFERENCES "v1.2");
+CREATE TABLE "a]b" (Id integer REFERENCES "V1.2" ("AB]C"));
+CREATE VIEW ChildView AS SELECT * FROM Child;
+)sql";
+
+class SqliteForeignKeys : public ::testing::Test {
+protected:
+    void SetUp() override {
+        path = dir.file("keys.sqlite");
+        test::writeSqlite(path, kKeysScript);
+        db = sqliteConnection(path);
+    }
+    Keys keys(const std::string& table) const { return keyTexts(db.GetForeignKeys(table)); }
+
+    test::TempDir dir;
+    std::string path;
+    cDbConnection db;
+};
+
+TEST_F(SqliteForeignKeys, KeysOfSeveralColumnsPairTheirColumnsInKeyOrder) {
+    EXPECT_EQ(keys("dbo.Child"), (Keys{"dbo.Child(PB, PA) -> dbo.Parent(B, A)"}));
+    // "REFERENCES parent" names the primary key, (B, A) in its own order; the referenced table
+    // and columns come as declared whatever case the key writes them in.
+    EXPECT_EQ(keys("dbo.Implicit"), (Keys{"dbo.Implicit(X, Y) -> dbo.Parent(B, A)"}));
+    EXPECT_EQ(keys("dbo.Parent"), (Keys{
+                                      "dbo.Child(PB, PA) -> dbo.Parent(B, A)",
+                                      "dbo.Implicit(X, Y) -> dbo.Parent(B, A)",
+                                  }));
+}
+
+TEST_F(SqliteForeignKeys, KeysOfATableOnItselfComeOnceEach) {
+    EXPECT_EQ(keys("dbo.Node"), (Keys{
+                                    "dbo.Node(ParentId) -> dbo.Node(Id)",
+                                    "dbo.Node(SiblingId) -> dbo.Node(Id)",
+                                }));
+}
+
+TEST_F(SqliteForeignKeys, AKeyToATableWithoutPrimaryKeyNeedsItsColumns) {
+    // "REFERENCES Heap" names no columns and Heap has no primary key, so the key pairs nothing
+    // (SQLite reports it as a mismatch when it checks it); the key to a missing table keeps the
+    // columns it names.
+    EXPECT_EQ(keys("dbo.Dangling"), (Keys{"dbo.Dangling(M) -> dbo.Missing(Mid)"}));
+    EXPECT_EQ(keys("dbo.Heap"), Keys{});
+}
+
+TEST_F(SqliteForeignKeys, NamesWithBlanksKeywordsDotsAndBrackets) {
+    const Keys details{
+        "dbo.Order Details(From) -> dbo.Select(Key)",
+        "dbo.Order Details(Order) -> dbo.Select(Key)",
+        "dbo.Order Details(x]y) -> dbo.v1.2(ab]c)",
+    };
+    EXPECT_EQ(keys("dbo.Order Details"), details);
+    EXPECT_EQ(keys("[dbo].[Order Details]"), details);
+    EXPECT_EQ(keys("dbo.Select"), (Keys{
+                                      "dbo.Order Details(From) -> dbo.Select(Key)",
+                                      "dbo.Order Details(Order) -> dbo.Select(Key)",
+                                  }));
+    // Names compare byte by byte: "O" before "a".
+    const Keys dotted{
+        "dbo.Order Details(x]y) -> dbo.v1.2(ab]c)",
+        "dbo.a]b(Id) -> dbo.v1.2(ab]c)",
+    };
+    EXPECT_EQ(keys("dbo.v1.2"), dotted);
+    EXPECT_EQ(keys("dbo.[v1.2]"), dotted);
+    EXPECT_EQ(keys("[v1.2]"), dotted);
+    EXPECT_EQ(keys("\"v1.2\""), dotted);
+    // Unquoted, the first dot ends the schema.
+    EXPECT_EQ(keys("v1.2"), Keys{});
+    EXPECT_EQ(keys("dbo.[a]]b]"), (Keys{"dbo.a]b(Id) -> dbo.v1.2(ab]c)"}));
+    EXPECT_EQ(keys("dbo.a]b"), (Keys{"dbo.a]b(Id) -> dbo.v1.2(ab]c)"}));
+    // A bracket that does not close the part is part of the name.
+    EXPECT_EQ(keys("dbo.[a]]b"), Keys{});
+    EXPECT_EQ(keys("dbo.ChildView"), Keys{});
+}
+
+TEST_F(SqliteForeignKeys, TheFileIsLeftAsItWas) {
+    const std::string before = test::fileBytes(path);
+    EXPECT_EQ(db.GetForeignKeys("dbo.Parent").size(), 2u);
+    EXPECT_EQ(test::fileBytes(path), before);
+}
+
+TEST(ForeignKeysWithoutADatabase, EveryFailureGivesAnEmptyList) {
+    test::TempDir dir;
+    const std::string text = dir.file("not-a-database.sqlite");
+    test::writeSqlite(dir.file("ok.sqlite"), kKeysScript);
+    {
+        std::ofstream out(text);
+        out << "This is not an SQLite file, and long enough to have a header to read.\n";
+    }
+    for (const std::string& path : {dir.file("missing.sqlite"), text, std::string()}) {
+        cDbConnection db = sqliteConnection(path);
+        std::vector<DbForeignKey> keys{DbForeignKey{}};
+        EXPECT_NO_THROW(keys = db.GetForeignKeys("dbo.Child")) << path;
+        EXPECT_TRUE(keys.empty()) << path;
+    }
+    cDbConnection unknown = sqliteConnection(dir.file("ok.sqlite"));
+    ASSERT_EQ(unknown.GetForeignKeys("dbo.Child").size(), 1u);
+    unknown.setStrProvider("NoSuchProvider");
+    EXPECT_TRUE(unknown.GetForeignKeys("dbo.Child").empty());
+}
+
+} // namespace
+} // namespace marovin
