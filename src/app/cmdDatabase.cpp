@@ -1,5 +1,5 @@
-// The commands that reach a database through cDbConnection: tables, columns, fieldin, check
-// and preview.
+// The commands that reach a database through cDbConnection: tables, columns, foreign-keys,
+// fieldin, check and preview.
 
 #include "cmdDatabase.h"
 
@@ -36,6 +36,8 @@ constexpr const char* kUsageText =
     "                      list tables and views, one per line (--raw: the list as one line)\n"
     "  columns TABLE [--qualified] [--raw]\n"
     "                      list the columns of a table (schema.table or table)\n"
+    "  foreign-keys TABLE  list the declared foreign keys of a table, then those referencing\n"
+    "                      it, one per line: [NAME: ]TABLE(COLUMNS) -> TABLE(COLUMNS)\n"
     "  fieldin FIELD TABLE write True (exit 0) or False (exit 1)\n"
     "  check (FILE|--sql TEXT)\n"
     "                      check the syntax of a query document's statement or of a text\n"
@@ -407,6 +409,27 @@ int runColumns(const Options& o, cDbConnection& db, std::ostream& out, std::ostr
     return kOk;
 }
 
+int runForeignKeys(const Options& o, cDbConnection& db, std::ostream& out, std::ostream& err) {
+    if (o.positional.size() != 1) {
+        printError(err, "foreign-keys", "give one TABLE");
+        return kUsage;
+    }
+    const std::vector<DbForeignKey> keys = db.GetForeignKeys(o.positional.front());
+    if (keys.empty() && reportNoConnection("foreign-keys", db, err))
+        return kFailure;
+    auto columns = [](const std::vector<std::string>& names) {
+        std::string text;
+        for (const std::string& name : names)
+            text += (text.empty() ? "" : ", ") + name;
+        return "(" + text + ")";
+    };
+    for (const DbForeignKey& key : keys)
+        out << (key.strName.empty() ? "" : key.strName + ": ") << key.strTable
+            << columns(key.colColumns) << " -> " << key.strReferencedTable
+            << columns(key.colReferencedColumns) << '\n';
+    return kOk;
+}
+
 int runFieldIn(const Options& o, cDbConnection& db, std::ostream& out, std::ostream& err) {
     if (o.positional.size() != 2) {
         printError(err, "fieldin", "give FIELD and TABLE");
@@ -486,8 +509,8 @@ int runPreview(const Options& o, cDbConnection& db, std::ostream& out, std::ostr
 } // namespace
 
 bool IsDatabaseCommand(const std::string& name) {
-    return name == "tables" || name == "columns" || name == "fieldin" || name == "check" ||
-           name == "preview";
+    return name == "tables" || name == "columns" || name == "foreign-keys" || name == "fieldin" ||
+           name == "check" || name == "preview";
 }
 
 const char* DatabaseCommandsUsage() {
@@ -518,6 +541,8 @@ int RunDatabaseCommand(const std::string& name, const std::vector<std::string>& 
         return runTables(o, db, out, err);
     if (name == "columns")
         return runColumns(o, db, out, err);
+    if (name == "foreign-keys")
+        return runForeignKeys(o, db, out, err);
     if (name == "fieldin")
         return runFieldIn(o, db, out, err);
     if (name == "check")

@@ -6,7 +6,8 @@
 
 namespace marovin::cli {
 
-// The database commands of the marovin tool: tables, columns, fieldin, check and preview.
+// The database commands of the marovin tool: tables, columns, foreign-keys, fieldin, check and
+// preview.
 bool IsDatabaseCommand(const std::string& name);
 // Runs one of them with its arguments (without the command name). Output goes to out, messages
 // and failures to err. Returns 0 on success, 1 on a database or document failure (and for

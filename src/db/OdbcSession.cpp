@@ -1,6 +1,6 @@
 #include "OdbcSession.h"
 
-#include "ForeignKeyOrder.h"
+#include "ForeignKeyRows.h"
 #include "RecordsetBuilder.h"
 #include "marovin/DbCancellation.h"
 #include "marovin/DbError.h"
@@ -9,9 +9,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <map>
 #include <optional>
-#include <tuple>
 
 namespace marovin {
 
@@ -66,57 +64,6 @@ FetchAs fetchKind(SQLSMALLINT sqlType) {
         // Decimal and money stay exact as text, and so do dates, times and strings.
         return FetchAs::Text;
     }
-}
-
-// One row of SQLForeignKeys: a column pair of a key.
-struct ForeignKeyRow {
-    std::string pkSchema, pkTable, pkColumn, fkSchema, fkTable, fkColumn, name;
-    std::int64_t seq = 0;
-};
-
-// A key brought together from its rows, with the referenced table's schema and name apart.
-struct GroupedKey {
-    DbForeignKey key;
-    std::string pkSchema, pkTable;
-};
-
-// Brings the rows of each key together, its pairs in KEY_SEQ order. Drivers list the rows by
-// table and KEY_SEQ, so the rows of two keys between the same tables may interleave: they are
-// told apart by the constraint's name. A driver that names no constraints gets a new key where
-// KEY_SEQ starts again between the same two tables.
-std::vector<GroupedKey> groupForeignKeyRows(const std::vector<ForeignKeyRow>& rows) {
-    using Identity = std::tuple<std::string, std::string, std::string, std::string, std::string>;
-    std::vector<std::vector<const ForeignKeyRow*>> groups;
-    // A named key's group, or the group an unnamed key between two tables is filling.
-    std::map<Identity, std::size_t> current;
-    for (const ForeignKeyRow& row : rows) {
-        Identity id{row.fkSchema, row.fkTable, row.pkSchema, row.pkTable, row.name};
-        auto it = current.find(id);
-        if (it == current.end() ||
-            (row.name.empty() && row.seq <= groups[it->second].back()->seq)) {
-            it = current.insert_or_assign(std::move(id), groups.size()).first;
-            groups.emplace_back();
-        }
-        groups[it->second].push_back(&row);
-    }
-    std::vector<GroupedKey> keys;
-    keys.reserve(groups.size());
-    for (auto& group : groups) {
-        std::stable_sort(group.begin(), group.end(),
-                         [](const auto* a, const auto* b) { return a->seq < b->seq; });
-        const ForeignKeyRow& first = *group.front();
-        GroupedKey grouped{{}, first.pkSchema, first.pkTable};
-        DbForeignKey& key = grouped.key;
-        key.strName = first.name;
-        key.strTable = first.fkSchema + '.' + first.fkTable;
-        key.strReferencedTable = first.pkSchema + '.' + first.pkTable;
-        for (const ForeignKeyRow* row : group) {
-            key.colColumns.push_back(row->fkColumn);
-            key.colReferencedColumns.push_back(row->pkColumn);
-        }
-        keys.push_back(std::move(grouped));
-    }
-    return keys;
 }
 
 bool anyEmpty(const std::vector<std::string>& names) {

@@ -1,6 +1,6 @@
 #include "SqliteSession.h"
 
-#include "ForeignKeyOrder.h"
+#include "ForeignKeyRows.h"
 #include "RecordsetBuilder.h"
 #include "SqliteFunctions.h"
 #include "marovin/DbError.h"

@@ -1,9 +1,11 @@
 // cDbConnection::GetForeignKeys on the embedded SQLite provider, on real files: the keys the
 // sample database declares, keys of several columns, keys written without the referenced
 // columns, tables that reference themselves, odd names, the forms a table name may take, and
-// databases that cannot be reached.
+// databases that cannot be reached. Also the grouping of ODBC catalogue rows into keys in the
+// order SQL Server's catalogue gives them, which no driver at hand here gives.
 
 #include "DbTestSupport.h"
+#include "ForeignKeyRows.h"
 #include "SampleDatabaseGenerator.h"
 
 #include <gtest/gtest.h>
@@ -217,6 +219,71 @@ TEST_F(SqliteForeignKeys, TheFileIsLeftAsItWas) {
     const std::string before = test::fileBytes(path);
     EXPECT_EQ(db.GetForeignKeys("dbo.Parent").size(), 2u);
     EXPECT_EQ(test::fileBytes(path), before);
+}
+
+ForeignKeyRow row(const std::string& fkTable, const std::string& fkColumn,
+                  const std::string& pkTable, const std::string& pkColumn, std::int64_t seq,
+                  const std::string& name) {
+    return {"dbo", pkTable, pkColumn, "dbo", fkTable, fkColumn, name, seq};
+}
+
+std::vector<std::string> grouped(const std::vector<ForeignKeyRow>& rows) {
+    std::vector<DbForeignKey> keys;
+    for (const GroupedKey& key : groupForeignKeyRows(rows))
+        keys.push_back(key.key);
+    return keyTexts(keys);
+}
+
+TEST(ForeignKeyRows, NamedKeysBetweenTheSameTablesInterleavedByKeySeqComeApart) {
+    // SQL Server lists the rows by table and then KEY_SEQ, so two keys between the same tables
+    // take turns.
+    EXPECT_EQ(grouped({
+                  row("Routes", "FromCountry", "Cities", "Country", 1, "FK_From"),
+                  row("Routes", "ToCountry", "Cities", "Country", 1, "FK_To"),
+                  row("Routes", "FromCity", "Cities", "City", 2, "FK_From"),
+                  row("Routes", "ToCity", "Cities", "City", 2, "FK_To"),
+              }),
+              (Keys{
+                  "FK_From: dbo.Routes(FromCountry, FromCity) -> dbo.Cities(Country, City)",
+                  "FK_To: dbo.Routes(ToCountry, ToCity) -> dbo.Cities(Country, City)",
+              }));
+    // The pairs of a key in KEY_SEQ order whatever the order of the rows.
+    EXPECT_EQ(grouped({
+                  row("Routes", "FromCity", "Cities", "City", 2, "FK_From"),
+                  row("Routes", "FromCountry", "Cities", "Country", 1, "FK_From"),
+              }),
+              (Keys{"FK_From: dbo.Routes(FromCountry, FromCity) -> dbo.Cities(Country, City)"}));
+}
+
+TEST(ForeignKeyRows, UnnamedKeysStartWhereKeySeqStartsAgain) {
+    EXPECT_EQ(grouped({
+                  row("Routes", "FromCountry", "Cities", "Country", 1, ""),
+                  row("Routes", "FromCity", "Cities", "City", 2, ""),
+                  row("Routes", "ToCountry", "Cities", "Country", 1, ""),
+                  row("Routes", "ToCity", "Cities", "City", 2, ""),
+                  row("Routes", "Parent", "Routes", "Id", 1, ""),
+                  row("Stops", "Route", "Routes", "Id", 1, ""),
+              }),
+              (Keys{
+                  "dbo.Routes(FromCountry, FromCity) -> dbo.Cities(Country, City)",
+                  "dbo.Routes(ToCountry, ToCity) -> dbo.Cities(Country, City)",
+                  "dbo.Routes(Parent) -> dbo.Routes(Id)",
+                  "dbo.Stops(Route) -> dbo.Routes(Id)",
+              }));
+}
+
+TEST(ForeignKeyRows, TheOwnKeysComeFirstAndAKeyOnBothSidesOnce) {
+    DbForeignKey parent{"FK_Parent", "dbo.Routes", {"Parent"}, "dbo.Routes", {"Id"}};
+    DbForeignKey from{"FK_From", "dbo.Routes", {"From"}, "dbo.Cities", {"Id"}};
+    DbForeignKey stops{"FK_Route", "dbo.Stops", {"Route"}, "dbo.Routes", {"Id"}};
+    DbForeignKey legs{"FK_Route", "dbo.Legs", {"Route"}, "dbo.Routes", {"Id"}};
+    EXPECT_EQ(keyTexts(orderForeignKeys({parent, from, from}, {stops, parent, legs})),
+              (Keys{
+                  "FK_From: dbo.Routes(From) -> dbo.Cities(Id)",
+                  "FK_Parent: dbo.Routes(Parent) -> dbo.Routes(Id)",
+                  "FK_Route: dbo.Legs(Route) -> dbo.Routes(Id)",
+                  "FK_Route: dbo.Stops(Route) -> dbo.Routes(Id)",
+              }));
 }
 
 TEST(ForeignKeysWithoutADatabase, EveryFailureGivesAnEmptyList) {

@@ -1,6 +1,7 @@
 // cDbConnection's generic ODBC provider against a real PostgreSQL server, reached through the
 // unixODBC driver manager and psqlODBC. The server is started by the tests on 127.0.0.1.
 
+#include "DbTestSupport.h"
 #include "PostgresServer.h"
 
 #include <chrono>
@@ -35,6 +36,28 @@ const char* const kSchemaScript[] = {
     "INSERT INTO public.orders SELECT g, g * 0.5, CASE WHEN g % 2 = 0 THEN '' END "
     "FROM generate_series(1, 500) AS g",
     "INSERT INTO sales.orders VALUES (1, 'North'), (2, 'South')",
+    // Declared foreign keys: two keys of two columns each between the same two tables (one
+    // pairing its columns in another order than the primary key), a key of a table on itself,
+    // names with blanks, quotes and keywords, a key into another schema, and tables whose
+    // names differ only where "_" would match any character.
+    "CREATE SCHEMA shop",
+    "CREATE TABLE shop.cities (country text, city text, PRIMARY KEY (country, city))",
+    "CREATE TABLE shop.routes (id integer PRIMARY KEY, from_country text, from_city text, "
+    "to_country text, to_city text, parent integer, "
+    "CONSTRAINT \"from city\" FOREIGN KEY (from_country, from_city) "
+    "REFERENCES shop.cities (country, city), "
+    "CONSTRAINT \"to city\" FOREIGN KEY (to_city, to_country) "
+    "REFERENCES shop.cities (city, country), "
+    "CONSTRAINT route_parent FOREIGN KEY (parent) REFERENCES shop.routes (id))",
+    "CREATE TABLE shop.\"Select\" (\"Key\" integer PRIMARY KEY)",
+    "CREATE TABLE shop.\"Order Details\" (\"Order\" integer REFERENCES shop.\"Select\", "
+    "route integer CONSTRAINT \"details' route\" REFERENCES shop.routes, quantity integer)",
+    "CREATE TABLE shop.order_notes (order_id integer CONSTRAINT note_order "
+    "REFERENCES public.orders (id), note text)",
+    "CREATE TABLE shop.a_b (id integer PRIMARY KEY)",
+    "CREATE TABLE shop.axb (id integer PRIMARY KEY)",
+    "CREATE TABLE shop.links (a integer CONSTRAINT link_a_b REFERENCES shop.a_b, "
+    "x integer CONSTRAINT link_axb REFERENCES shop.axb)",
     "CREATE ROLE hostile LOGIN PASSWORD 'p;w}d={x}=;PORT=1'",
     "GRANT SELECT ON ALL TABLES IN SCHEMA public TO hostile",
 };
@@ -175,6 +198,53 @@ TEST_F(OdbcPostgres, FieldInTable) {
     EXPECT_TRUE(db.IsTheFieldInTheTable("sales.orders.region", "sales.orders"));
     EXPECT_FALSE(db.IsTheFieldInTheTable("Region", "sales.orders"));
     EXPECT_FALSE(db.IsTheFieldInTheTable("amount", "sales.orders"));
+}
+
+std::vector<std::string> keys(const cDbConnection& db, const std::string& table) {
+    return test::keyTexts(db.GetForeignKeys(table));
+}
+
+TEST_F(OdbcPostgres, ForeignKeysKeepTheirNamesAndTheirPairsInKeyOrder) {
+    // "to city" pairs its columns in another order than the primary key's; route_parent, a key
+    // of shop.routes on itself, is reported on both sides and listed once.
+    EXPECT_EQ(keys(db, "shop.cities"),
+              (std::vector<std::string>{
+                  "from city: shop.routes(from_country, from_city) -> shop.cities(country, city)",
+                  "to city: shop.routes(to_city, to_country) -> shop.cities(city, country)",
+              }));
+    EXPECT_EQ(keys(db, "shop.routes"),
+              (std::vector<std::string>{
+                  "from city: shop.routes(from_country, from_city) -> shop.cities(country, city)",
+                  "route_parent: shop.routes(parent) -> shop.routes(id)",
+                  "to city: shop.routes(to_city, to_country) -> shop.cities(city, country)",
+                  "details' route: shop.Order Details(route) -> shop.routes(id)",
+              }));
+}
+
+TEST_F(OdbcPostgres, ForeignKeysWithOddNamesAndAcrossSchemas) {
+    const std::vector<std::string> details{
+        "Order Details_Order_fkey: shop.Order Details(Order) -> shop.Select(Key)",
+        "details' route: shop.Order Details(route) -> shop.routes(id)",
+    };
+    EXPECT_EQ(keys(db, "shop.Order Details"), details);
+    EXPECT_EQ(keys(db, "shop.[Order Details]"), details);
+    EXPECT_EQ(keys(db, "[shop].\"Order Details\""), details);
+    EXPECT_EQ(keys(db, "shop.Select"),
+              (std::vector<std::string>{
+                  "Order Details_Order_fkey: shop.Order Details(Order) -> shop.Select(Key)"}));
+    // The names are no patterns: "_" matches itself only.
+    EXPECT_EQ(keys(db, "shop.a_b"),
+              (std::vector<std::string>{"link_a_b: shop.links(a) -> shop.a_b(id)"}));
+    // Only the table of the schema asked for: public.orders is referenced, sales.orders is not.
+    EXPECT_EQ(
+        keys(db, "public.orders"),
+        (std::vector<std::string>{"note_order: shop.order_notes(order_id) -> public.orders(id)"}));
+    EXPECT_EQ(keys(db, "sales.orders"), std::vector<std::string>{});
+    // Without a schema the server's search path decides, as for a name in a query.
+    EXPECT_EQ(keys(db, "orders"), keys(db, "public.orders"));
+    EXPECT_EQ(keys(db, "cities"), std::vector<std::string>{});
+    EXPECT_EQ(keys(db, "shop.nope"), std::vector<std::string>{});
+    EXPECT_EQ(keys(db, "public.big_orders"), std::vector<std::string>{});
 }
 
 TEST_F(OdbcPostgres, RowLimitsAndTypedValues) {
@@ -356,6 +426,7 @@ TEST_F(OdbcPostgres, NoServiceLeavesAConnectionOpen) {
     EXPECT_NE(db.GetListOfTables(), "");
     EXPECT_NE(db.GetListOfFields("sales.orders", true), "");
     EXPECT_TRUE(db.IsTheFieldInTheTable("region", "sales.orders"));
+    EXPECT_EQ(db.GetForeignKeys("shop.routes").size(), 4u);
     EXPECT_EQ(db.CheckSQLSyntax("SELECT 1"), "Syntax SQL Query correct");
     EXPECT_NE(db.CheckSQLSyntax("SELECT * FORM x"), "Syntax SQL Query correct");
     EXPECT_TRUE(db.Check(true));
@@ -376,6 +447,7 @@ TEST_F(OdbcPostgres, AStoppedServerGivesTheFixedTexts) {
     EXPECT_EQ(error, "Problems connecting to database");
     EXPECT_EQ(closed.CheckSQLSyntax("SELECT 1"), "");
     EXPECT_EQ(closed.GetListOfTables(), "");
+    EXPECT_TRUE(closed.GetForeignKeys("shop.routes").empty());
     EXPECT_FALSE(closed.Check(true));
 }
 

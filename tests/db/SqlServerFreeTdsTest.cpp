@@ -113,6 +113,7 @@ TEST(SqlServerFreeTds, AClosedPortFailsWithTheFixedTexts) {
     EXPECT_EQ(db.GetListOfTables(), "");
     EXPECT_EQ(db.GetListOfFields("dbo.Orders", true), "");
     EXPECT_FALSE(db.IsTheFieldInTheTable("OrderID", "dbo.Orders"));
+    EXPECT_TRUE(db.GetForeignKeys("dbo.Orders").empty());
     EXPECT_EQ(db.CheckSQLSyntax("SELECT 1"), "");
     std::string error = "left over";
     EXPECT_EQ(db.FireQuery("SELECT 1", error, 50), nullptr);

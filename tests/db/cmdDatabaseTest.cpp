@@ -62,7 +62,7 @@ test::TempDir* DatabaseCommands::s_dir = nullptr;
 std::string DatabaseCommands::s_path;
 
 TEST_F(DatabaseCommands, TheDatabaseCommandsAreKnown) {
-    for (const char* name : {"tables", "columns", "fieldin", "check", "preview"})
+    for (const char* name : {"tables", "columns", "foreign-keys", "fieldin", "check", "preview"})
         EXPECT_TRUE(IsDatabaseCommand(name)) << name;
     EXPECT_FALSE(IsDatabaseCommand("render"));
     EXPECT_FALSE(IsDatabaseCommand("Tables"));
@@ -110,6 +110,22 @@ TEST_F(DatabaseCommands, ColumnsPlainAndQualified) {
     EXPECT_EQ(missing.code, 1);
     EXPECT_EQ(missing.out, "");
     EXPECT_EQ(missing.err, "marovin: columns: no columns found for dbo.Nope\n");
+}
+
+TEST_F(DatabaseCommands, ForeignKeysPrintsOneKeyPerLine) {
+    Outcome r = run("foreign-keys", {"dbo.[Order Details]", "--sqlite", s_path});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(r.out, "dbo.Order Details(OrderID) -> dbo.Orders(OrderID)\n"
+                     "dbo.Order Details(ProductID) -> dbo.Products(ProductID)\n");
+    // A table without keys prints nothing and succeeds.
+    Outcome none = run("foreign-keys", {"dbo.Order Subtotals", "--sqlite", s_path});
+    EXPECT_EQ(none.code, 0) << none.err;
+    EXPECT_EQ(none.out, "");
+    EXPECT_EQ(run("foreign-keys", {"--sqlite", s_path}).code, 2);
+    Outcome missing = run("foreign-keys", {"Orders", "--sqlite", s_dir->file("missing.sqlite")});
+    EXPECT_EQ(missing.code, 1);
+    EXPECT_TRUE(missing.err.starts_with("Problems connecting to database\n")) << missing.err;
 }
 
 TEST_F(DatabaseCommands, FieldInAnswersTrueOrFalse) {
