@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QPoint>
+#include <QPointer>
 #include <QRectF>
 #include <QSize>
 #include <QString>
@@ -66,11 +67,32 @@ public:
 
     // Adds a box from the table-definition text (LF-separated) at left/top with width/height in
     // the diagram's units. When boxes the user has left there would cover part of it, the new
-    // box goes below them at the same left, so a box never lands on top of another. Returns
-    // false and sets *error for a malformed definition or an alias that is already in the
-    // diagram (nothing is added then).
+    // box goes below them at the same left, so a box never lands on top of another. A left or
+    // top below 0 asks the diagram to choose: the box goes to the first free place in the part
+    // of the diagram that is in view (left to right, then top to bottom, beside the boxes
+    // there), and below the boxes in view when none is free. Returns false and sets *error for
+    // a malformed definition or an alias that is already in the diagram (nothing is added
+    // then).
+    //
+    // A box never starts taller than the view shows (less a margin): its column list scrolls
+    // instead. Boxes added while the diagram is hidden are fitted when it is first shown.
     bool AddTable(const QString& definition, int left, int top, int width, int height,
                   QString* error = nullptr);
+    // The same, with the box's top-left corner where a drop happened: viewportPos is in the
+    // coordinates of view()->viewport(). A box in the way moves the new one down as above.
+    bool AddTableAt(const QString& definition, const QPoint& viewportPos, int width, int height,
+                    QString* error = nullptr);
+    // Selects the box and scrolls the view so that it (at least its title) is in sight.
+    void revealTable(const QString& alias);
+
+    // The geometry of every box for a host's undo: one line per box in box order, each
+    // "alias TAB left TAB top TAB width TAB height" in scene coordinates (device-independent
+    // pixels), lines separated by line feeds.
+    QString tableLayout() const;
+    // Gives the boxes of the listed aliases that geometry (sizes below a box's minimum are
+    // raised to it). Unknown aliases and malformed lines are ignored, boxes not listed stay
+    // where they are; raises no signal.
+    void restoreTableLayout(const QString& layout);
 
     // All joins in the order they were drawn: the count, then five lines per join (left alias,
     // left column, right alias, right column, join type name), separated by line feeds.
@@ -170,6 +192,9 @@ signals:
     void allColumns(const QString& alias, int reserved);
     // Double-click or Enter on a column row (or a click on its add button); reserved is always 0.
     void columnChosen(const QString& alias, const QString& column, int reserved);
+    // The user finished moving or resizing a box, or arranged the boxes: the layout changed.
+    // Not raised by AddTable, AddTableAt or restoreTableLayout.
+    void tablesMoved();
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -178,7 +203,20 @@ private:
     friend class DiagramView;
 
     TableBoxItem* box(const QString& alias) const;
+    // Parses the definition and makes its box (not yet in the scene); null and *error when the
+    // text is malformed or the alias is taken.
+    TableBoxItem* newBox(const QString& definition, int width, int height, QString* error) const;
+    // Puts a new box into the scene at pos and makes it the last box.
+    void insertBox(TableBoxItem* box, const QPointF& pos);
     QPointF freePlace(QRectF wanted) const; // top-left of the first free place at or below wanted
+    // The first free place for a box of that size in the part of the scene in view.
+    QPointF placeInView(const QSizeF& size) const;
+    // The part of the scene in view; before the diagram is shown, the part it will show first.
+    QRectF visibleSceneRect() const;
+    // Lowers a new box whose top is at top so that it does not outgrow the view.
+    void fitHeightToView(TableBoxItem* box, qreal top) const;
+    // Fits the boxes added while the view was hidden (called once it is shown).
+    void fitPendingBoxes();
     TableBoxItem* selectedBox() const;
     JoinLineItem* selectedJoinItem() const;
     JoinLineItem* joinItem(int index) const;       // 1-based; null for a bad index
@@ -212,6 +250,7 @@ private:
     QList<TableBoxItem*> m_boxes;  // Owned by m_scene.
     QList<JoinLineItem*> m_joins;  // Owned by m_scene.
     QObject* m_selected = nullptr; // Not owned: a box of m_boxes, a line of m_joins, or null.
+    QList<QPointer<TableBoxItem>> m_unfitted; // Not owned: boxes added while the view was hidden
     qreal m_nextZ = 1;
     QString m_placeholderText;
 };

@@ -207,6 +207,7 @@ void DiagramView::mousePressEvent(QMouseEvent* event) {
     case TableBoxItem::Part::Title:
         m_mode = Mode::MovingBox;
         m_grabOffset = scenePos - box->pos();
+        m_startPos = box->pos();
         break;
     case TableBoxItem::Part::Close:
         m_mode = Mode::PressedClose;
@@ -415,8 +416,13 @@ void DiagramView::mouseReleaseEvent(QMouseEvent* event) {
                 m_owner->requestTick(box, row);
             }
         }
-        if (mode == Mode::MovingBox || mode == Mode::Resizing)
+        if (mode == Mode::MovingBox || mode == Mode::Resizing) {
             m_owner->updateSceneRect();
+            const bool moved = box && (mode == Mode::MovingBox ? box->pos() != m_startPos
+                                                               : box->size() != m_startSize);
+            if (moved)
+                emit m_owner->tablesMoved();
+        }
     }
     updateHover(pos);
     event->accept();
@@ -691,6 +697,17 @@ void DiagramView::paintEvent(QPaintEvent* event) {
     // three as they are.
     fitBoxCaches();
     QGraphicsView::paintEvent(event);
+}
+
+void DiagramView::resizeEvent(QResizeEvent* event) {
+    QGraphicsView::resizeEvent(event);
+    // Boxes added before the diagram was shown get their height now that the view has one.
+    m_owner->fitPendingBoxes();
+}
+
+void DiagramView::showEvent(QShowEvent* event) {
+    QGraphicsView::showEvent(event);
+    m_owner->fitPendingBoxes();
 }
 
 void DiagramView::scrollContentsBy(int dx, int dy) {

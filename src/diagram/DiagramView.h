@@ -43,6 +43,8 @@ protected:
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
     void drawBackground(QPainter* painter, const QRectF& rect) override;
     void drawForeground(QPainter* painter, const QRectF& rect) override;
@@ -88,6 +90,7 @@ private:
     QPoint m_pressPos;
     QPointF m_grabOffset;
     QSizeF m_startSize;
+    QPointF m_startPos;
     qreal m_startScroll = 0;
     TableBoxItem::Part m_resizePart = TableBoxItem::Part::None;
     QGraphicsPathItem* m_rubber = nullptr; // Owned by the scene while a join is dragged.

@@ -13,6 +13,7 @@
 #include <cmath>
 #include <marovin/TableDefinition.h>
 #include <marovin/dvTablesAndJoins.h>
+#include <utility>
 
 namespace marovin {
 
@@ -20,6 +21,8 @@ namespace {
 // Free space kept right of and below the outermost box, so there is always room to drag a box
 // further out; the scene grows with the boxes.
 constexpr qreal kSceneMargin = 120;
+// Space kept between a new box and the edges of the view.
+constexpr qreal kViewMargin = 12;
 } // namespace
 
 dvTablesAndJoins::dvTablesAndJoins(QWidget* parent)
@@ -75,34 +78,197 @@ void dvTablesAndJoins::Clear() {
         delete box;
     }
     m_boxes.clear();
+    m_unfitted.clear();
     m_nextZ = 1;
     updateSceneRect();
 }
 
-bool dvTablesAndJoins::AddTable(const QString& definition, int left, int top, int width, int height,
-                                QString* error) {
+TableBoxItem* dvTablesAndJoins::newBox(const QString& definition, int width, int height,
+                                       QString* error) const {
     TableDefinition parsed;
     if (!TableDefinition::parse(definition, &parsed, error))
-        return false;
+        return nullptr;
     if (box(parsed.strAlias)) {
         if (error)
             *error = QStringLiteral("A table with the alias \"%1\" is already in the diagram.")
                          .arg(parsed.strAlias);
-        return false;
+        return nullptr;
     }
     // Whole pixels keep the box outlines crisp.
-    auto* item = new TableBoxItem(
-        parsed, QSizeF(std::round(width * kSizeScale), std::round(height * kSizeScale)),
-        m_style.get());
-    item->setPos(freePlace(
-        QRectF(QPointF(std::round(left * kPositionScale), std::round(top * kPositionScale)),
-               item->size())));
+    return new TableBoxItem(parsed,
+                            QSizeF(std::round(width * kSizeScale), std::round(height * kSizeScale)),
+                            m_style.get());
+}
+
+void dvTablesAndJoins::insertBox(TableBoxItem* item, const QPointF& pos) {
+    item->setPos(pos);
     item->setViewFocused(m_view->hasFocus());
     m_scene->addItem(item);
     m_boxes.append(item);
     raiseBox(item);
+    if (!m_view->isVisible())
+        m_unfitted.append(item);
     extendSceneRect(item->sceneBoundingRect());
+}
+
+bool dvTablesAndJoins::AddTable(const QString& definition, int left, int top, int width, int height,
+                                QString* error) {
+    TableBoxItem* item = newBox(definition, width, height, error);
+    if (!item)
+        return false;
+    if (left < 0 || top < 0) {
+        fitHeightToView(item, visibleSceneRect().top());
+        const QPointF at = placeInView(item->size());
+        fitHeightToView(item, at.y());
+        insertBox(item, at);
+        return true;
+    }
+    const QPointF wanted(std::round(left * kPositionScale), std::round(top * kPositionScale));
+    fitHeightToView(item, wanted.y());
+    insertBox(item, freePlace(QRectF(wanted, item->size())));
     return true;
+}
+
+bool dvTablesAndJoins::AddTableAt(const QString& definition, const QPoint& viewportPos, int width,
+                                  int height, QString* error) {
+    TableBoxItem* item = newBox(definition, width, height, error);
+    if (!item)
+        return false;
+    const QPointF scene = m_view->mapToScene(viewportPos);
+    const QPointF wanted(std::max<qreal>(0, std::round(scene.x())),
+                         std::max<qreal>(0, std::round(scene.y())));
+    fitHeightToView(item, wanted.y());
+    insertBox(item, freePlace(QRectF(wanted, item->size())));
+    return true;
+}
+
+QRectF dvTablesAndJoins::visibleSceneRect() const {
+    if (m_view->isVisible())
+        return m_view->mapToScene(m_view->viewport()->rect()).boundingRect();
+    // Not shown yet: the view will open at the scene's top-left corner, about this large.
+    const QSize size = this->size().expandedTo(sizeHint());
+    return QRectF(0, 0, size.width(), size.height());
+}
+
+void dvTablesAndJoins::fitHeightToView(TableBoxItem* item, qreal top) const {
+    if (!m_view->isVisible())
+        return;
+    // The room from the box's top to the bottom of the view; a box that starts low in the
+    // view may take the view's whole height rather than end up a sliver.
+    const QRectF visible = visibleSceneRect();
+    const qreal full = visible.height() - 2 * kViewMargin;
+    const qreal room = visible.bottom() - kViewMargin - std::max(top, visible.top());
+    const qreal limit = std::floor(room >= full / 2 ? room : full);
+    if (item->size().height() > limit)
+        item->setSize(QSizeF(item->size().width(), limit));
+}
+
+void dvTablesAndJoins::fitPendingBoxes() {
+    if (m_unfitted.isEmpty() || !m_view->isVisible())
+        return;
+    const QList<QPointer<TableBoxItem>> pending = std::exchange(m_unfitted, {});
+    for (const QPointer<TableBoxItem>& b : pending) {
+        if (b && m_boxes.contains(b.data()))
+            fitHeightToView(b, b->pos().y());
+    }
+    updateSceneRect();
+}
+
+QPointF dvTablesAndJoins::placeInView(const QSizeF& size) const {
+    const QRectF visible = visibleSceneRect();
+    const QRectF room = visible.adjusted(kViewMargin, kViewMargin, -kViewMargin, -kViewMargin);
+    // Candidate corners: the view's top-left, and beside and below every box in view, with
+    // room for join lines beside a box.
+    constexpr qreal kBeside = 50;
+    constexpr qreal kBelow = 20;
+    QList<qreal> xs{std::max<qreal>(0, room.left())};
+    QList<qreal> ys{std::max<qreal>(0, room.top())};
+    QList<QRectF> taken;
+    for (const TableBoxItem* b : m_boxes) {
+        const QRectF r = b->mapRectToScene(b->bodyRect());
+        taken << r.adjusted(-kBelow, -kBelow, kBelow, kBelow);
+        if (r.intersects(visible)) {
+            xs << r.right() + kBeside;
+            ys << r.bottom() + kBelow;
+        }
+    }
+    std::sort(xs.begin(), xs.end());
+    std::sort(ys.begin(), ys.end());
+    auto isFree = [&](const QRectF& wanted) {
+        return std::none_of(taken.begin(), taken.end(),
+                            [&](const QRectF& t) { return t.intersects(wanted); });
+    };
+    // First a place where the whole box is in view, then one where at least its title and a
+    // few rows are.
+    const qreal someRows = m_style->titleHeight + 3 * m_style->rowHeight;
+    for (const bool whole : {true, false}) {
+        for (qreal y : ys) {
+            if (y < room.top() || y + (whole ? size.height() : someRows) > room.bottom())
+                continue;
+            for (qreal x : xs) {
+                if (x < room.left() || x + size.width() > room.right())
+                    continue;
+                const QRectF wanted(QPointF(x, y), size);
+                if (isFree(wanted))
+                    return wanted.topLeft();
+            }
+        }
+    }
+    return freePlace(QRectF(QPointF(xs.first(), ys.first()), size));
+}
+
+void dvTablesAndJoins::revealTable(const QString& alias) {
+    TableBoxItem* b = box(alias);
+    if (!b)
+        return;
+    selectItem(b);
+    const QRectF r = b->mapRectToScene(b->bodyRect());
+    m_view->ensureVisible(r, 20, 20);
+    // A box taller or wider than the view shows at least its title.
+    m_view->ensureVisible(
+        QRectF(r.topLeft(), QSizeF(std::min<qreal>(r.width(), 200), m_style->titleHeight)), 20, 20);
+}
+
+QString dvTablesAndJoins::tableLayout() const {
+    QStringList lines;
+    lines.reserve(m_boxes.size());
+    for (const TableBoxItem* b : m_boxes) {
+        const QRectF r = b->mapRectToScene(b->bodyRect());
+        lines << QStringList{b->alias(), QString::number(r.left(), 'g', 12),
+                             QString::number(r.top(), 'g', 12), QString::number(r.width(), 'g', 12),
+                             QString::number(r.height(), 'g', 12)}
+                     .join(u'\t');
+    }
+    return lines.join(u'\n');
+}
+
+void dvTablesAndJoins::restoreTableLayout(const QString& layout) {
+    // Far beyond any real diagram; larger numbers are taken for garbage.
+    constexpr double kLargest = 1e6;
+    bool changed = false;
+    for (const QString& line : layout.split(u'\n')) {
+        QStringList fields = line.split(u'\t');
+        if (fields.size() < 5)
+            continue;
+        // The numbers are the last four fields, so an alias holding a tab still reads.
+        double values[4];
+        bool ok = true;
+        for (int i = 0; i < 4 && ok; ++i) {
+            values[i] = fields[fields.size() - 4 + i].toDouble(&ok);
+            ok = ok && std::isfinite(values[i]) && std::abs(values[i]) <= kLargest;
+        }
+        if (!ok || values[2] <= 0 || values[3] <= 0)
+            continue;
+        fields.resize(fields.size() - 4);
+        TableBoxItem* b = box(fields.join(u'\t'));
+        if (!b)
+            continue;
+        b->setPos(std::max(0.0, values[0]), std::max(0.0, values[1]));
+        b->setSize(QSizeF(values[2], values[3]));
+        changed = true;
+    }
+    if (changed)
+        updateSceneRect();
 }
 
 QPointF dvTablesAndJoins::freePlace(QRectF wanted) const {

@@ -28,6 +28,12 @@ protected:
         for (int i = 1; i <= 25; ++i)
             many << QStringLiteral("Column%1").arg(i);
         place("Wide", many);
+        // A box starts no taller than the view; the user has made this one taller.
+        const QRectF wide = diagram->tableSceneRect("Wide");
+        diagram->restoreTableLayout(QStringLiteral("Wide\t%1\t%2\t%3\t375")
+                                        .arg(wide.left())
+                                        .arg(wide.top())
+                                        .arg(wide.width()));
         place("Orders", {"OrderID", "CustomerID", "EmployeeID", "ShipCity"});
         ASSERT_TRUE(
             diagram->AddJoin("Customers", "CustomerID", "Orders", "CustomerID", "Left Join"));
