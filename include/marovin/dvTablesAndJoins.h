@@ -45,6 +45,26 @@ class TableBoxItem;
 // A join recorded the other way round keeps its meaning: its outer side moves with its table
 // (a Left Join drawn from the new table is recorded as a Right Join from the joined table).
 // Joins restored with AddJoin keep the orientation they are given.
+//
+// Keyboard (every mouse action has a key):
+// - Tab / Shift+Tab: next / previous box in the order added; past the last (first) box the focus
+//   leaves the diagram. Left / Right: the neighbouring box in that direction.
+// - Up / Down / PageUp / PageDown / Home / End: the box's keyboard row ("*" row first).
+// - Enter: chooses the keyboard row (columnChosen, or allColumns on the "*" row).
+// - Space: the row's check box (columnTickRequested, or allColumns on the "*" row).
+// - J on a column row: starts a join from that column; the row stays outlined and a dashed line
+//   follows the keyboard row. Tab / arrows to a column of another box, then Enter asks for the
+//   join exactly as a drop does (joinRequest with the same orientation rules and accept flag):
+//   Enter an Inner Join, Shift+Enter a Left Join (all rows of the table started from),
+//   Ctrl+Enter a Right Join, Ctrl+Shift+Enter a Full Join. Escape cancels; J again restarts
+//   from the keyboard row; Enter on the starting box or on a "*" row waits.
+// - L / Shift+L: selects the next / previous join of the keyboard's box (of all joins when no
+//   box is selected). With a join selected: 1 Inner, 2 Left, 3 Right, 4 Full Join; the Menu
+//   key or Shift+F10 opens its menu; Delete removes it; Escape goes back to the box; Tab goes
+//   on to the next box.
+// - Delete on a selected box asks for its removal (tableRemovalRequest, as the close button).
+// - Ctrl+arrows move the selected box, Ctrl+Shift+arrows resize it (tablesMoved once per key
+//   stroke). Ctrl+Plus / Ctrl+Minus / Ctrl+0 zoom. Escape clears the selection.
 class dvTablesAndJoins : public QWidget {
     Q_OBJECT
 public:

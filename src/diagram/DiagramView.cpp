@@ -43,6 +43,8 @@ void DiagramView::cancelInteraction() {
     }
     if (m_dropBox)
         m_dropBox->setDropRow(-1);
+    if (m_box)
+        m_box->setJoinStartRow(-1);
     m_dropBox = nullptr;
     m_dropRow = -1;
     m_box = nullptr;
@@ -147,6 +149,7 @@ bool DiagramView::event(QEvent* event) {
             // Tab walks through the boxes; past the last one it leaves the diagram as usual.
             if (!tabBetweenBoxes(forward))
                 QAbstractScrollArea::focusNextPrevChild(forward);
+            updateKeyboardJoin();
             event->accept();
             return true;
         }
@@ -161,6 +164,9 @@ bool DiagramView::viewportEvent(QEvent* event) {
 }
 
 void DiagramView::mousePressEvent(QMouseEvent* event) {
+    // The mouse takes over from a join started with the keyboard.
+    if (m_mode == Mode::KeyboardJoin)
+        cancelInteraction();
     const QPoint pos = event->position().toPoint();
     m_pressPos = pos;
     if (event->button() == Qt::MiddleButton) {
@@ -252,6 +258,11 @@ void DiagramView::mousePressEvent(QMouseEvent* event) {
 void DiagramView::mouseMoveEvent(QMouseEvent* event) {
     const QPoint pos = event->position().toPoint();
     const QPointF scenePos = mapToScene(pos);
+    if (m_mode == Mode::KeyboardJoin) {
+        updateHover(pos);
+        event->accept();
+        return;
+    }
     if (m_mode == Mode::Idle || !(event->buttons() & (Qt::LeftButton | Qt::MiddleButton))) {
         if (m_mode != Mode::Idle)
             cancelInteraction();
@@ -489,6 +500,11 @@ void DiagramView::contextMenuEvent(QContextMenuEvent* event) {
         event->accept();
         return;
     }
+    showSelectionMenu();
+    event->accept();
+}
+
+void DiagramView::showSelectionMenu() {
     // From the keyboard: the menu of the selected join or box, at that item.
     if (JoinLineItem* join = m_owner->selectedJoinItem()) {
         ensureVisible(QRectF(join->badgeCenter(), QSizeF(1, 1)));
@@ -498,14 +514,13 @@ void DiagramView::contextMenuEvent(QContextMenuEvent* event) {
         ensureVisible(QRectF(at, QSizeF(1, 1)));
         m_owner->showTableMenu(box, viewport()->mapToGlobal(mapFromScene(at)));
     }
-    event->accept();
 }
 
 bool DiagramView::tabBetweenBoxes(bool forward) {
     const QList<TableBoxItem*>& boxes = m_owner->m_boxes;
     if (boxes.isEmpty())
         return false;
-    const qsizetype current = boxes.indexOf(m_owner->selectedBox());
+    const qsizetype current = boxes.indexOf(keyboardContextBox());
     qsizetype next;
     if (current < 0)
         next = forward ? 0 : boxes.size() - 1;
@@ -519,7 +534,7 @@ bool DiagramView::tabBetweenBoxes(bool forward) {
 }
 
 void DiagramView::moveToNeighbourBox(int dx) {
-    TableBoxItem* current = m_owner->selectedBox();
+    TableBoxItem* current = keyboardContextBox();
     const QList<TableBoxItem*>& boxes = m_owner->m_boxes;
     if (!current) {
         if (!boxes.isEmpty()) {
@@ -560,10 +575,176 @@ void DiagramView::moveCurrentRow(int delta, bool absolute) {
     ensureVisible(box->mapRectToScene(box->rowRect(box->currentRow())), 10, 10);
 }
 
+TableBoxItem* DiagramView::keyboardContextBox() const {
+    if (TableBoxItem* box = m_owner->selectedBox())
+        return box;
+    const JoinLineItem* join = m_owner->selectedJoinItem();
+    if (join && m_joinCycleBox &&
+        (join->leftBox() == m_joinCycleBox || join->rightBox() == m_joinCycleBox))
+        return m_joinCycleBox;
+    return nullptr;
+}
+
+bool DiagramView::cycleJoins(bool forward) {
+    TableBoxItem* context = keyboardContextBox();
+    QList<JoinLineItem*> joins;
+    for (JoinLineItem* join : m_owner->m_joins) {
+        if (!context || join->leftBox() == context || join->rightBox() == context)
+            joins << join;
+    }
+    if (joins.isEmpty())
+        return false;
+    const qsizetype current = joins.indexOf(m_owner->selectedJoinItem());
+    const qsizetype count = joins.size();
+    const qsizetype next =
+        current < 0 ? (forward ? 0 : count - 1) : (current + (forward ? 1 : count - 1)) % count;
+    m_joinCycleBox = context;
+    m_owner->selectItem(joins[next]);
+    ensureVisible(QRectF(joins[next]->badgeCenter() - QPointF(20, 20), QSizeF(40, 40)));
+    return true;
+}
+
+void DiagramView::startKeyboardJoin(TableBoxItem* box, int row) {
+    cancelInteraction();
+    m_mode = Mode::KeyboardJoin;
+    m_box = box;
+    m_row = row;
+    box->setJoinStartRow(row);
+    m_rubber = new QGraphicsPathItem;
+    m_rubber->setPen(QPen(m_style->accent, 1.8, Qt::DashLine, Qt::RoundCap));
+    m_rubber->setZValue(std::numeric_limits<qreal>::max());
+    scene()->addItem(m_rubber);
+    updateKeyboardJoin();
+}
+
+void DiagramView::updateKeyboardJoin() {
+    if (m_mode != Mode::KeyboardJoin)
+        return;
+    if (!m_box || !m_rubber) {
+        cancelInteraction();
+        return;
+    }
+    TableBoxItem* target = m_owner->selectedBox();
+    const int row = target ? target->currentRow() : -1;
+    const bool valid = target && target != m_box && row >= 1;
+    if (m_dropBox && (!valid || m_dropBox != target || m_dropRow != row))
+        m_dropBox->setDropRow(-1);
+    m_dropBox = valid ? target : nullptr;
+    m_dropRow = valid ? row : -1;
+    if (!valid) {
+        m_rubber->setPath(QPainterPath());
+        return;
+    }
+    target->setDropRow(row);
+    // From the facing sides of the two boxes, like a drawn line.
+    const QRectF from = m_box->sceneBoundingRect();
+    const QRectF to = target->sceneBoundingRect();
+    const bool toTheRight = to.center().x() >= from.center().x();
+    const QPointF start = m_box->mapToScene(
+        QPointF(toTheRight ? m_box->size().width() : 0, m_box->rowAnchorY(m_row)));
+    const QPointF end = target->mapToScene(
+        QPointF(toTheRight ? 0 : target->size().width(), target->rowAnchorY(row)));
+    const qreal dir = toTheRight ? 1 : -1;
+    const qreal pull = std::max<qreal>(30, std::abs(end.x() - start.x()) / 2);
+    QPainterPath path(start);
+    path.cubicTo(start + QPointF(dir * pull, 0), end - QPointF(dir * pull, 0), end);
+    m_rubber->setPath(path);
+}
+
+void DiagramView::nudgeBox(TableBoxItem* box, int key, bool resize) {
+    constexpr qreal kStep = 10;
+    const QPointF step = key == Qt::Key_Left    ? QPointF(-kStep, 0)
+                         : key == Qt::Key_Right ? QPointF(kStep, 0)
+                         : key == Qt::Key_Up    ? QPointF(0, -kStep)
+                                                : QPointF(0, kStep);
+    const QPointF pos = box->pos();
+    const QSizeF size = box->size();
+    if (resize)
+        box->setSize(size + QSizeF(step.x(), step.y()));
+    else
+        box->setPos(std::max<qreal>(0, pos.x() + step.x()), std::max<qreal>(0, pos.y() + step.y()));
+    if (box->pos() == pos && box->size() == size)
+        return;
+    m_keyMoved = true;
+    m_owner->extendSceneRect(box->sceneBoundingRect());
+    const QRectF r = box->sceneBoundingRect();
+    ensureVisible(
+        resize ? QRectF(r.bottomRight() - QPointF(20, 20), QSizeF(20, 20))
+               : QRectF(r.topLeft(), QSizeF(std::min<qreal>(r.width(), 200), m_style->titleHeight)),
+        10, 10);
+}
+
+void DiagramView::keyReleaseEvent(QKeyEvent* event) {
+    const int key = event->key();
+    const bool arrow =
+        key == Qt::Key_Left || key == Qt::Key_Right || key == Qt::Key_Up || key == Qt::Key_Down;
+    if (arrow && m_keyMoved && !event->isAutoRepeat()) {
+        // One report per key stroke, however long the key was held.
+        m_keyMoved = false;
+        m_owner->updateSceneRect();
+        emit m_owner->tablesMoved();
+    }
+    QGraphicsView::keyReleaseEvent(event);
+}
+
 void DiagramView::keyPressEvent(QKeyEvent* event) {
+    handleKey(event);
+    updateKeyboardJoin();
+}
+
+void DiagramView::handleKey(QKeyEvent* event) {
     TableBoxItem* box = m_owner->selectedBox();
-    const bool ctrl = event->modifiers() & Qt::ControlModifier;
-    switch (event->key()) {
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    const bool ctrl = modifiers & Qt::ControlModifier;
+    const bool plain = !(modifiers & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
+    const int key = event->key();
+    if (box && ctrl && !(modifiers & (Qt::AltModifier | Qt::MetaModifier)) &&
+        (key == Qt::Key_Left || key == Qt::Key_Right || key == Qt::Key_Up || key == Qt::Key_Down)) {
+        nudgeBox(box, key, modifiers & Qt::ShiftModifier);
+        event->accept();
+        return;
+    }
+    switch (key) {
+    case Qt::Key_J:
+        if (box && plain && !(modifiers & Qt::ShiftModifier) && box->currentRow() >= 1) {
+            startKeyboardJoin(box, box->currentRow());
+            event->accept();
+            return;
+        }
+        break;
+    case Qt::Key_L:
+        if (plain) {
+            cycleJoins(!(modifiers & Qt::ShiftModifier));
+            event->accept();
+            return;
+        }
+        break;
+    case Qt::Key_1:
+    case Qt::Key_2:
+    case Qt::Key_3:
+    case Qt::Key_4:
+        if (JoinLineItem* join = m_owner->selectedJoinItem(); join && plain) {
+            const auto type = static_cast<JoinType>(key - Qt::Key_1);
+            m_owner->setJoinType(m_owner->joinIndex(join), joinTypeName(type));
+            event->accept();
+            return;
+        }
+        break;
+#ifndef Q_OS_WIN
+    case Qt::Key_F10:
+        // Windows turns Shift+F10 into a context-menu event itself.
+        if (modifiers == Qt::ShiftModifier) {
+            cancelInteraction();
+            showSelectionMenu();
+            event->accept();
+            return;
+        }
+        break;
+#endif
+    default:
+        break;
+    }
+    switch (key) {
     case Qt::Key_Up:
     case Qt::Key_Down:
     case Qt::Key_PageUp:
@@ -602,6 +783,17 @@ void DiagramView::keyPressEvent(QKeyEvent* event) {
         break;
     case Qt::Key_Return:
     case Qt::Key_Enter:
+        if (m_mode == Mode::KeyboardJoin) {
+            // Finishes the join on the keyboard row of another box, with the type the keys
+            // choose as at a drop; elsewhere the join stays open.
+            if (m_dropBox && m_dropRow >= 1) {
+                QPointer<TableBoxItem> to = m_dropBox;
+                dropJoin(modifiers);
+                m_joinCycleBox = to;
+            }
+            event->accept();
+            return;
+        }
         if (box) {
             m_owner->activateRow(box, box->currentRow());
             event->accept();
@@ -619,6 +811,8 @@ void DiagramView::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Escape:
         if (m_mode != Mode::Idle)
             cancelInteraction();
+        else if (m_owner->selectedJoinItem() && keyboardContextBox())
+            m_owner->selectItem(keyboardContextBox()); // back to the box the join was reached from
         else
             m_owner->selectItem(nullptr);
         event->accept();

@@ -40,6 +40,7 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
@@ -60,7 +61,8 @@ private:
         PressedClose,
         PressedAdd,
         PressedCheck,
-        Panning
+        Panning,
+        KeyboardJoin // a join started with J: m_box/m_row the start, m_dropBox/m_dropRow the target
     };
     struct Target {
         TableBoxItem* box = nullptr;
@@ -74,6 +76,19 @@ private:
     void updateRubberLine(const QPointF& scenePos);
     // Ends a join drag with the drop: asks for a join of the type the held keys choose.
     void dropJoin(Qt::KeyboardModifiers modifiers);
+    void handleKey(QKeyEvent* event);
+    // Starts a join from the keyboard at a column row; the keyboard row then picks the target.
+    void startKeyboardJoin(TableBoxItem* box, int row);
+    // Follows the keyboard row with the join's target highlight and its line.
+    void updateKeyboardJoin();
+    // Selects the next (or previous) join of the keyboard's box; false when it has none.
+    bool cycleJoins(bool forward);
+    // The selected box, or the box whose joins the keyboard is going through.
+    TableBoxItem* keyboardContextBox() const;
+    // Ctrl+arrow moves the box, Ctrl+Shift+arrow resizes it.
+    void nudgeBox(TableBoxItem* box, int key, bool resize);
+    // The context menu of the selection, at the selected item, as the Menu key opens it.
+    void showSelectionMenu();
     bool tabBetweenBoxes(bool forward);
     void moveToNeighbourBox(int dx);
     void moveCurrentRow(int delta, bool absolute);
@@ -96,6 +111,8 @@ private:
     QGraphicsPathItem* m_rubber = nullptr; // Owned by the scene while a join is dragged.
     QPointer<TableBoxItem> m_dropBox;
     int m_dropRow = -1;
+    QPointer<TableBoxItem> m_joinCycleBox; // the box whose joins L goes through
+    bool m_keyMoved = false;               // a box moved by keys since the last key release
     QPointer<TableBoxItem> m_hoverBox;
     QPointer<JoinLineItem> m_hoverJoin;
     QPixmap m_gridTile; // the canvas with one grid dot, in the current colours

@@ -200,6 +200,13 @@ void TableBoxItem::setDropRow(int row) {
     update();
 }
 
+void TableBoxItem::setJoinStartRow(int row) {
+    if (row == m_joinStartRow)
+        return;
+    m_joinStartRow = row;
+    update();
+}
+
 void TableBoxItem::setBoxSelected(bool selected) {
     if (selected == m_selected)
         return;
@@ -398,6 +405,12 @@ void TableBoxItem::paintRow(QPainter* painter, int row) const {
         painter->setPen(Qt::NoPen);
         painter->setBrush(background);
         painter->drawRoundedRect(r.adjusted(3, 1, -3, -1), 3, 3);
+    }
+    if (row == m_joinStartRow) {
+        // Dashed, like the line that follows the pointer while a join is dragged.
+        painter->setPen(QPen(currentActive ? s.accentText : s.accent, 1.5, Qt::DashLine));
+        painter->setBrush(Qt::NoBrush);
+        painter->drawRoundedRect(r.adjusted(3.5, 1.5, -3.5, -1.5), 3, 3);
     }
     if (row == m_dropRow) {
         painter->setPen(QPen(s.accent, 1.5));

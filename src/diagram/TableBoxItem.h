@@ -73,6 +73,10 @@ public:
     void setHoverRow(int row);
     void setHoverClose(bool hover);
     void setDropRow(int row);
+    // The row a join started from the keyboard comes from (-1 for none): outlined until the
+    // join is finished or cancelled.
+    void setJoinStartRow(int row);
+    int joinStartRow() const { return m_joinStartRow; }
     void setBoxSelected(bool selected);
     bool isBoxSelected() const { return m_selected; }
     void setViewFocused(bool focused);
@@ -111,6 +115,7 @@ private:
     int m_currentRow = 0;
     int m_hoverRow = -1;
     int m_dropRow = -1;
+    int m_joinStartRow = -1;
     bool m_hoverClose = false;
     bool m_selected = false;
     bool m_viewFocused = false;

@@ -38,10 +38,12 @@ dvTablesAndJoins::dvTablesAndJoins(QWidget* parent)
     m_view->setAccessibleName(QStringLiteral("Tables and joins"));
     m_view->setAccessibleDescription(
         QStringLiteral("Tab moves between tables, the arrow keys between columns, Enter adds the "
-                       "column to the query, Space ticks or clears its output check box, Delete "
-                       "removes the selected table or join. Dragging a column onto a column of "
-                       "another table joins them; holding Shift at the drop keeps all rows of the "
-                       "first table, Ctrl all rows of the second."));
+                       "column to the query, Space ticks or clears its output check box. J "
+                       "starts a join at the column: move to a column of another table and press "
+                       "Enter (Shift+Enter keeps all rows of the first table, Ctrl+Enter all rows "
+                       "of the second), Escape cancels. L selects the joins of the table, 1 to 4 "
+                       "set the join type, Delete removes the selected table or join, Ctrl+arrows "
+                       "move the table."));
     m_placeholderText =
         QStringLiteral("Add tables to start.\nDrag a column onto a column of another "
                        "table to join them.");

@@ -74,6 +74,23 @@ void DiagramFixture::doubleClick(const QPoint& at) {
 
 void DiagramFixture::chooseFromContextMenu(const QPoint& at, const QString& actionName,
                                            QContextMenuEvent::Reason reason) {
+    chooseFromMenu(
+        [&] {
+            if (reason == QContextMenuEvent::Mouse) {
+                QTest::mousePress(viewport(), Qt::RightButton, Qt::NoModifier, at);
+                QContextMenuEvent event(reason, at, viewport()->mapToGlobal(at));
+                QApplication::sendEvent(viewport(), &event);
+                QTest::mouseRelease(viewport(), Qt::RightButton, Qt::NoModifier, at);
+            } else {
+                // What Qt sends for the Menu key.
+                QContextMenuEvent event(reason, at, viewport()->mapToGlobal(at));
+                QApplication::sendEvent(viewport(), &event);
+            }
+        },
+        actionName);
+}
+
+void DiagramFixture::chooseFromMenu(const std::function<void()>& open, const QString& actionName) {
     bool found = false;
     // The menu runs its own event loop; pick the action from inside it with a real click.
     QTimer::singleShot(0, [&] {
@@ -91,16 +108,7 @@ void DiagramFixture::chooseFromContextMenu(const QPoint& at, const QString& acti
         }
         menu->close();
     });
-    if (reason == QContextMenuEvent::Mouse) {
-        QTest::mousePress(viewport(), Qt::RightButton, Qt::NoModifier, at);
-        QContextMenuEvent event(reason, at, viewport()->mapToGlobal(at));
-        QApplication::sendEvent(viewport(), &event);
-        QTest::mouseRelease(viewport(), Qt::RightButton, Qt::NoModifier, at);
-    } else {
-        // What Qt sends for the Menu key or Shift+F10.
-        QContextMenuEvent event(reason, at, viewport()->mapToGlobal(at));
-        QApplication::sendEvent(viewport(), &event);
-    }
+    open();
     EXPECT_TRUE(found) << "no menu action " << actionName.toStdString();
 }
 

@@ -7,6 +7,7 @@
 #include <QGraphicsView>
 #include <QSignalSpy>
 #include <QTest>
+#include <functional>
 #include <gtest/gtest.h>
 #include <marovin/TableDefinition.h>
 #include <marovin/dvTablesAndJoins.h>
@@ -38,6 +39,8 @@ protected:
     // With the keyboard reason the point is ignored and the menu is that of the selection.
     void chooseFromContextMenu(const QPoint& at, const QString& actionName,
                                QContextMenuEvent::Reason reason = QContextMenuEvent::Mouse);
+    // Runs open, which must show a popup menu, and triggers the action with that object name.
+    void chooseFromMenu(const std::function<void()>& open, const QString& actionName);
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
     std::unique_ptr<QWidget> window;
