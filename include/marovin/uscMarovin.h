@@ -2,6 +2,7 @@
 
 #include "marovin/platform/PlatformServices.h"
 
+#include <QPoint>
 #include <QStringList>
 #include <QWidget>
 #include <array>
@@ -9,9 +10,15 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+class QAction;
 class QCheckBox;
+class QUndoStack;
+class QKeyEvent;
+class QLabel;
+class QLineEdit;
 class QListWidget;
 class QListWidgetItem;
 class QPushButton;
@@ -37,11 +44,11 @@ class SqlTextView;
 //
 // Child views carry object names a host or a test can find them by: "lstTables",
 // "dvTablesAndJoins", "jgSelectedFields", "lvConditions", "lvExpressions", "txtSQLQuery",
-// "chkAlsoListSystemTables", "chkAlsoListViews", "chkUniqueRecords", "cmdAddTableToJoiner",
-// "cmdSubQueries", "cmdMoveUp", "cmdMoveDown", "cmdRemoveSelectItem", "cmdAddCondition",
-// "cmdEditCondition", "cmdRemoveCondition", "cmdAddExpression", "cmdEditExpression",
-// "cmdRemoveExpression", "cmdCheckSQLSyntax", "cmdFireQuery"; the splitter bars "imgSplit0" to
-// "imgSplit4" and the drag indicator "picSplit".
+// "txtTableFilter", "lblTableCount", "chkAlsoListSystemTables", "chkAlsoListViews",
+// "chkUniqueRecords", "cmdAddTableToJoiner", "cmdSubQueries", "cmdMoveUp", "cmdMoveDown",
+// "cmdRemoveSelectItem", "cmdAddCondition", "cmdEditCondition", "cmdRemoveCondition",
+// "cmdAddExpression", "cmdEditExpression", "cmdRemoveExpression", "cmdCheckSQLSyntax",
+// "cmdFireQuery"; the splitter bars "imgSplit0" to "imgSplit4" and the drag indicator "picSplit".
 class uscMarovin : public QWidget {
     Q_OBJECT
 public:
@@ -109,8 +116,32 @@ public:
     QSize minimumSizeHint() const override;
     QSize sizeHint() const override;
 
+    // The edit history: every edit of the control is a step that Undo takes back, leaving the
+    // query exactly as it was before the edit and raising Changed once; moving boxes is a step
+    // that changes no query and raises nothing. Loading a query starts a new history. The
+    // actions carry Ctrl+Z and Ctrl+Shift+Z (and the platform's redo key) while the focus is
+    // inside the control; a host may also put them into its Edit menu.
+    QUndoStack* undoStack() const { return m_undoStack; }
+    QAction* undoAction() const { return m_undoAction; }
+    QAction* redoAction() const { return m_redoAction; }
+    void Undo();
+    void Redo();
+    // One state of the history: the query's document and the places of the boxes.
+    struct Snapshot {
+        std::string strDocument;
+        QString strLayout;
+    };
+
+    // Whether placing a table joins it along its declared foreign keys to the tables already in
+    // the diagram (the "Join along foreign keys" check box; on unless the settings say
+    // otherwise, and kept in them).
+    bool blnAutoJoin() const;
+    void setBlnAutoJoin(bool value);
+
 signals:
     void Changed();
+    // A short note for the host's status line, such as the joins drawn along foreign keys.
+    void statusMessage(const QString& text);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -148,7 +179,25 @@ private:
 
     // Table list and diagram (TablesPane.cpp).
     void FillTableList();
-    void AddTableToDiagram(const std::string& strTable);
+    // Where a new table's box goes: the next slot of a loaded query (left = 160 n + 50), a free
+    // place in view (a table the user placed from the list), or where a dragged entry was let go.
+    struct TablePlacement {
+        enum Kind { NextSlot, InView, AtPoint } kind = NextSlot;
+        QPoint viewportPos;
+    };
+    // A table the user places (not NextSlot) is selected, scrolled into view and joined along
+    // its declared foreign keys when that is switched on.
+    void AddTableToDiagram(const std::string& strTable, TablePlacement placement);
+    void AddTableToDiagram(const std::string& strTable) {
+        AddTableToDiagram(strTable, TablePlacement{TablePlacement::NextSlot, QPoint()});
+    }
+    // Whether a join between the two boxes would close a loop in the joins (both are joined
+    // already, and not to each other).
+    bool joinClosesLoop(const QString& a, const QString& b) const;
+    // Joins a new box to the first placement of every table a declared foreign key links it to,
+    // in either direction; one key per table, none that would close a loop. Announced through
+    // statusMessage.
+    void joinAlongForeignKeys(const std::string& strAlias, const std::string& strName);
     std::string AddTableToCollection(const std::string& strTable, bool blnIsSubQuery);
     static bool AliasExists(const cTables& colTables, const std::string& strAlias);
     bool IsInTableList(const QString& strText) const;
@@ -156,13 +205,21 @@ private:
     // "dbo.Order"); empty when there is none.
     QString tableListEntry(const std::string& strName) const;
     void placeListEntry(QListWidgetItem* item);
+    // Shows only the entries containing the search text (ignoring letter case) and the count.
+    void applyTableFilter();
+    // Down moves from the search field into the list, Enter places the first entry shown.
+    bool handleTableFilterKey(QKeyEvent* event);
     void removeTableDependants(const std::string& strAlias);
-    bool handleDiagramDrop(QEvent* event);
+    bool handleDiagramDrop(QObject* watched, QEvent* event);
     void onJoinRequest(const QString& joinText, int* accept);
     void onTableRemovalRequest(const QString& alias, bool* allow);
     void onTableRemoved(const QString& alias);
     void onColumnChosen(const QString& alias, const QString& column);
     void onAllColumns(const QString& alias);
+    // The boxes' check boxes show the grid's rows; a tick asks for the column, an untick
+    // removes every row of it.
+    void refreshTicks();
+    void onColumnTickRequested(const QString& alias, const QString& column, bool ticked);
     // The click of "cmdSubQueries": the sub-query edited in the sub-query dialog on a nested
     // control; the table list then offers it by its name.
     void EditSubQuery();
@@ -203,6 +260,49 @@ private:
     void setExpressionItem(QTreeWidgetItem* item, const std::string& strName,
                            const std::string& strExpression, const std::string& strToolTip);
 
+    // Sort order of the grid's rows and the calculated items (SortOrder.cpp).
+    struct SortEntry {
+        std::string strItem;
+        std::string strSortOrder;
+    };
+    // An output name as a sort entry names it: bracketed where the statement needs it.
+    static std::string sortName(const std::string& strOutputName);
+    // The query's sort entries in the user's order (Sort Order 1 first).
+    std::vector<SortEntry> sortEntries() const;
+    void writeSortEntries(const std::vector<SortEntry>& entries);
+    // The 1-based sort position of an output (brackets ignored; strOtherName, when given, is a
+    // second name the entry may use, a grid row's "alias.column"); 0 when it is not sorted.
+    int sortPosition(const std::string& strOutputName, const std::string& strOtherName) const;
+    // "Ascending" / "Descending" / "" and the position.
+    std::pair<QString, int> sortOf(const std::string& strOutputName,
+                                   const std::string& strOtherName) const;
+    // Sorts an output (an empty type removes it from the sort) at a position (0 keeps its place,
+    // or puts a new entry last).
+    void setSort(const std::string& strOutputName, const std::string& strOtherName,
+                 const QString& strType, int intPosition);
+    void renameSortEntry(const std::string& strOldName, const std::string& strNewName);
+    void removeSortEntry(const std::string& strOutputName);
+    // A grid row's output name (its alias, else its field) and its "alias.column".
+    std::string gridOutputName(int intRow) const;
+    std::string gridColumnName(int intRow) const;
+    void refreshSortViews();
+    void onGridSortEdit(int intRow, int intColumn, const QString& strValue);
+    void showSortMenu(const QString& strCaption, const std::string& strOutputName,
+                      const std::string& strOtherName, const QPoint& globalPos);
+    void onGridContextMenu(const QPoint& pos);
+    void onExpressionContextMenu(const QPoint& pos);
+
+    // Edit history (EditHistory.cpp).
+    void setupHistory();
+    Snapshot currentSnapshot() const;
+    void resetHistory();
+    // Called after every edit: a step when the query's document changed.
+    void recordEdit();
+    // Called when the user moved boxes: a step of places only.
+    void recordLayoutChange();
+    void pushStep(Snapshot after, bool blnLayoutOnly);
+    void applySnapshot(const Snapshot& snapshot, bool blnLayoutOnly);
+
     // Syntax check and preview (SqlPane.cpp).
     std::int32_t previewRowLimit() const;
     // Runs work on a worker thread with a copy of the connection and a cancellation the busy
@@ -231,9 +331,18 @@ private:
     bool m_blnSettingCheck = false;
     int m_intPlacementCounter = 0;
     QStringList m_missingTables;
+    QUndoStack* m_undoStack = nullptr; // Owned through its Qt parent.
+    QAction* m_undoAction = nullptr;   // Owned through its Qt parent.
+    QAction* m_redoAction = nullptr;   // Owned through its Qt parent.
+    Snapshot m_lastSnapshot;
+    bool m_blnRestoring = false;
+    // What the edit under way is called in the history (the caption of the action).
+    QString m_strEditCaption;
 
     // Child views, owned through their Qt parents.
     QListWidget* m_lstTables = nullptr;
+    QLineEdit* m_txtTableFilter = nullptr;
+    QLabel* m_lblTableCount = nullptr;
     dvTablesAndJoins* m_dvTablesAndJoins = nullptr;
     QTableView* m_jgSelectedFields = nullptr;
     SelectedItemsModel* m_selectedItems = nullptr;
@@ -243,6 +352,7 @@ private:
     QCheckBox* m_chkAlsoListSystemTables = nullptr;
     QCheckBox* m_chkAlsoListViews = nullptr;
     QCheckBox* m_chkUniqueRecords = nullptr;
+    QCheckBox* m_chkAutoJoin = nullptr;
     QPushButton* m_cmdAddTableToJoiner = nullptr;
     QPushButton* m_cmdSubQueries = nullptr;
     QPushButton* m_cmdMoveUp = nullptr;

@@ -236,6 +236,9 @@ void uscMarovin::EditSelectedExpression() {
         if (Trim(name).empty() || Trim(expression).empty())
             return;
         setExpressionItem(item, name, expression, returned);
+        // The item keeps its place in the sort under its new name.
+        renameSortEntry(oldName, name);
+        refreshSortViews();
         if (name != oldName || expression != oldExpression)
             NotifyQueryChanged();
     });
@@ -296,8 +299,10 @@ void uscMarovin::RemoveExpression() {
                     item->text(0) + QStringLiteral("?"),
                 MessageIcon::Exclamation, MessageButtons::YesNo);
             if (answer == MessageAnswer::Yes) {
+                removeSortEntry(item->text(0).toStdString());
                 delete m_lvExpressions->takeTopLevelItem(
                     m_lvExpressions->indexOfTopLevelItem(item));
+                refreshSortViews();
                 NotifyQueryChanged();
             }
         }

@@ -55,6 +55,15 @@ std::string uscMarovin::AssembleQuery() {
     if (!m_query)
         return std::string();
     cSQLQuery& query = *m_query;
+    // An output name as the statement needs it. A sorted name with blanks is bracketed here
+    // rather than left to the model, so that it is the very name its sort entry gives (which the
+    // ORDER BY clause writes as it stands).
+    auto outputName = [this](const std::string& name) {
+        const std::string bracketed = sortName(name);
+        if (bracketed != sqlPart(name) && sortPosition(bracketed, std::string()) > 0)
+            return bracketed;
+        return sqlPart(name);
+    };
     query.SelectedItems()->Clear();
     query.CalculatedItems()->Clear();
     query.Tables()->Clear();
@@ -77,7 +86,7 @@ std::string uscMarovin::AssembleQuery() {
     for (int i = 0; i < m_lvExpressions->topLevelItemCount(); ++i) {
         const QTreeWidgetItem* entry = m_lvExpressions->topLevelItem(i);
         auto item = query.CalculatedItems()->Add();
-        item->setStrName(sqlPart(entry->text(0).toStdString()));
+        item->setStrName(outputName(entry->text(0).toStdString()));
         item->setStrComputation(entry->data(0, Qt::UserRole).toString().toStdString());
     }
 
@@ -132,7 +141,7 @@ std::string uscMarovin::AssembleQuery() {
         const std::string aggregation = Trim(rows.Value(r, SelectedItemsTable::kAggregation));
         const std::string& alias = rows.Value(r, SelectedItemsTable::kAlias);
         auto item = query.SelectedItems()->Add();
-        item->setStrAlias(sqlPart(Trim(alias).empty() ? field : alias));
+        item->setStrAlias(outputName(Trim(alias).empty() ? field : alias));
         item->setStrName(name);
         if (aggregation != "<none>" && !aggregation.empty())
             item->setStrAggregationFunction(aggregation);

@@ -5,12 +5,15 @@
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QSpinBox>
 
 namespace marovin {
 
 namespace {
 
 const char* const kRowProperty = "marovinRow";
+// The sort type shown in the drop-down for a row that is not sorted (the cell itself is blank).
+const char* const kUnsorted = "Unsorted";
 
 } // namespace
 
@@ -21,9 +24,19 @@ SelectedItemsDelegate::SelectedItemsDelegate(SelectedItemsModel* model, QStringL
 QWidget* SelectedItemsDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& option,
                                              const QModelIndex& index) const {
     QWidget* editor = nullptr;
-    if (index.column() + 1 == SelectedItemsTable::kAggregation) {
+    const int column = index.column() + 1;
+    if (column == SelectedItemsModel::kSortOrder) {
+        auto* spin = new QSpinBox(parent);
+        spin->setRange(1, 9999);
+        editor = spin;
+    } else if (column == SelectedItemsTable::kAggregation ||
+               column == SelectedItemsModel::kSortType) {
         auto* combo = new QComboBox(parent);
-        combo->addItems(m_aggregations);
+        if (column == SelectedItemsTable::kAggregation)
+            combo->addItems(m_aggregations);
+        else
+            combo->addItems({QString::fromLatin1(kUnsorted), QStringLiteral("Ascending"),
+                             QStringLiteral("Descending")});
         // Choosing an entry ends the edit at once, as a drop-down cell does.
         connect(combo, &QComboBox::activated, this, [this, combo] {
             emit const_cast<SelectedItemsDelegate*>(this)->commitData(combo);
@@ -40,7 +53,10 @@ QWidget* SelectedItemsDelegate::createEditor(QWidget* parent, const QStyleOption
 
 void SelectedItemsDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const {
     if (auto* combo = qobject_cast<QComboBox*>(editor)) {
-        const int at = combo->findText(index.data(Qt::EditRole).toString());
+        QString text = index.data(Qt::EditRole).toString();
+        if (index.column() + 1 == SelectedItemsModel::kSortType && text.isEmpty())
+            text = QString::fromLatin1(kUnsorted);
+        const int at = combo->findText(text);
         combo->setCurrentIndex(at < 0 ? 0 : at);
         return;
     }
@@ -50,7 +66,15 @@ void SelectedItemsDelegate::setEditorData(QWidget* editor, const QModelIndex& in
 void SelectedItemsDelegate::setModelData(QWidget* editor, QAbstractItemModel* model,
                                          const QModelIndex& index) const {
     if (auto* combo = qobject_cast<QComboBox*>(editor)) {
-        model->setData(index, combo->currentText(), Qt::EditRole);
+        QString text = combo->currentText();
+        if (index.column() + 1 == SelectedItemsModel::kSortType && text == QLatin1String(kUnsorted))
+            text.clear();
+        model->setData(index, text, Qt::EditRole);
+        return;
+    }
+    if (auto* spin = qobject_cast<QSpinBox*>(editor)) {
+        spin->interpretText();
+        model->setData(index, QString::number(spin->value()), Qt::EditRole);
         return;
     }
     QStyledItemDelegate::setModelData(editor, model, index);
@@ -68,7 +92,8 @@ bool SelectedItemsDelegate::AcceptsCharacter(QChar character, const QString& str
 }
 
 bool SelectedItemsDelegate::eventFilter(QObject* object, QEvent* event) {
-    if (event->type() == QEvent::KeyPress) {
+    // The typing rules are those of the alias; the drop-downs and the sort position keep theirs.
+    if (event->type() == QEvent::KeyPress && qobject_cast<QLineEdit*>(object) != nullptr) {
         auto* key = static_cast<QKeyEvent*>(event);
         const QString text = key->text();
         // Only typed characters are filtered; keys that end or leave the edit (Enter, Tab,

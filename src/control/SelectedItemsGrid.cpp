@@ -116,6 +116,10 @@ void uscMarovin::setCurrentGridRow(int row) {
 }
 
 void uscMarovin::onGridEditCommitted(int row, int column, const QString& value) {
+    if (column >= SelectedItemsModel::kSortType) {
+        onGridSortEdit(row, column, value);
+        return;
+    }
     std::string text = value.toStdString();
     if (column == T::kAlias) {
         text = Trim(text);
@@ -124,7 +128,11 @@ void uscMarovin::onGridEditCommitted(int row, int column, const QString& value) 
         const std::string field = m_selectedItems->table().Value(row, T::kSelectedField);
         text = GetUniqueAlias(text, LastNamePart(field), row);
     }
+    const std::string oldOutput = gridOutputName(row);
     m_selectedItems->setValue(row, column, text);
+    // A renamed output keeps its place in the sort.
+    renameSortEntry(oldOutput, gridOutputName(row));
+    refreshSortViews();
     NotifyQueryChanged();
 }
 
@@ -158,7 +166,9 @@ void uscMarovin::RemoveSelectItem(bool blnAskForConfirmation) {
             return;
         if (!Trim(m_selectedItems->table().Value(r, T::kFromTable)).empty())
             raiseChanged();
+        removeSortEntry(gridOutputName(r));
         m_selectedItems->removeRow1(r);
+        refreshSortViews();
         EnableButtons();
         NotifyQueryChanged();
     });

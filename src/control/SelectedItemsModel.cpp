@@ -4,8 +4,9 @@ namespace marovin {
 
 namespace {
 
-const char* const kCaptions[SelectedItemsTable::kColumnCount] = {
-    "Selected Field", "Alias", "Aggregation", "From Table", "Table Alias"};
+const char* const kCaptions[SelectedItemsModel::kColumnCount] = {
+    "Selected Field", "Alias",     "Aggregation", "From Table",
+    "Table Alias",    "Sort Type", "Sort Order"};
 
 } // namespace
 
@@ -14,21 +15,31 @@ int SelectedItemsModel::rowCount(const QModelIndex& parent) const {
 }
 
 int SelectedItemsModel::columnCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : SelectedItemsTable::kColumnCount;
+    return parent.isValid() ? 0 : kColumnCount;
 }
 
 QVariant SelectedItemsModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid())
         return {};
+    const int column = index.column() + 1;
+    if (column >= kSortType) {
+        if (role != Qt::DisplayRole && role != Qt::EditRole)
+            return {};
+        const auto [type, position] =
+            m_sortSource ? m_sortSource(index.row() + 1) : std::pair<QString, int>();
+        if (column == kSortType)
+            return type;
+        return position > 0 ? QVariant(position) : QVariant(QString());
+    }
     if (role == Qt::DisplayRole || role == Qt::EditRole || role == Qt::ToolTipRole)
-        return QString::fromStdString(m_table.Value(index.row() + 1, index.column() + 1));
+        return QString::fromStdString(m_table.Value(index.row() + 1, column));
     return {};
 }
 
 QVariant SelectedItemsModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (role != Qt::DisplayRole)
         return {};
-    if (orientation == Qt::Horizontal && section >= 0 && section < SelectedItemsTable::kColumnCount)
+    if (orientation == Qt::Horizontal && section >= 0 && section < kColumnCount)
         return QString::fromLatin1(kCaptions[section]);
     if (orientation == Qt::Vertical)
         return section + 1;
@@ -40,7 +51,11 @@ Qt::ItemFlags SelectedItemsModel::flags(const QModelIndex& index) const {
         return Qt::NoItemFlags;
     Qt::ItemFlags result = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
     const int column = index.column() + 1;
-    if (column == SelectedItemsTable::kAlias || column == SelectedItemsTable::kAggregation)
+    if (column == SelectedItemsTable::kAlias || column == SelectedItemsTable::kAggregation ||
+        column == kSortType)
+        result |= Qt::ItemIsEditable;
+    // A position is only given to a sorted row.
+    if (column == kSortOrder && m_sortSource && m_sortSource(index.row() + 1).second > 0)
         result |= Qt::ItemIsEditable;
     return result;
 }
@@ -50,8 +65,7 @@ bool SelectedItemsModel::setData(const QModelIndex& index, const QVariant& value
         return false;
     // An editor closed without a change commits nothing: the row is not written again and the
     // control is not told.
-    const std::string text = value.toString().toStdString();
-    if (text == m_table.Value(index.row() + 1, index.column() + 1))
+    if (value.toString() == data(index, Qt::EditRole).toString())
         return true;
     emit editCommitted(index.row() + 1, index.column() + 1, value.toString());
     return true;
@@ -79,7 +93,14 @@ void SelectedItemsModel::swapRows(int a, int b) {
     m_table.SwapRows(a, b);
     const int first = std::min(a, b) - 1;
     const int last = std::max(a, b) - 1;
-    emit dataChanged(index(first, 0), index(last, SelectedItemsTable::kColumnCount - 1));
+    emit dataChanged(index(first, 0), index(last, kColumnCount - 1));
+}
+
+void SelectedItemsModel::sortChanged() {
+    if (m_table.SelectedItemsCount() == 0)
+        return;
+    emit dataChanged(index(0, kSortType - 1),
+                     index(m_table.SelectedItemsCount() - 1, kColumnCount - 1));
 }
 
 void SelectedItemsModel::setValue(int row, int column, const std::string& value) {

@@ -2,6 +2,7 @@
 // aliases, the join rule, and the removal of a table with what depends on it.
 
 #include "SelectedItemsModel.h"
+#include "marovin/DbForeignKey.h"
 #include "marovin/SqlNames.h"
 #include "marovin/Utilities.h"
 #include "marovin/cDbConnection.h"
@@ -13,8 +14,13 @@
 #include "marovin/uscMarovin.h"
 
 #include <QCheckBox>
+#include <QCursor>
 #include <QDataStream>
 #include <QDropEvent>
+#include <QGraphicsView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
 #include <QTableView>
@@ -67,13 +73,67 @@ void uscMarovin::FillTableList() {
     }
     for (const std::string& name : Split(m_db->GetListOfTables(), ","))
         m_lstTables->addItem(qs(name));
+    applyTableFilter();
+}
+
+void uscMarovin::applyTableFilter() {
+    const QString wanted = m_txtTableFilter->text().trimmed();
+    int shown = 0;
+    m_lstTables->setUpdatesEnabled(false);
+    for (int i = 0; i < m_lstTables->count(); ++i) {
+        QListWidgetItem* item = m_lstTables->item(i);
+        const bool match = wanted.isEmpty() || item->text().contains(wanted, Qt::CaseInsensitive);
+        item->setHidden(!match);
+        // A hidden entry must not stay selected: "Add table" places the selected entry.
+        if (!match && item->isSelected())
+            item->setSelected(false);
+        shown += match ? 1 : 0;
+    }
+    m_lstTables->setUpdatesEnabled(true);
+    const int total = m_lstTables->count();
+    if (!wanted.isEmpty())
+        m_lblTableCount->setText(tr("%1 of %2").arg(shown).arg(total));
+    else
+        m_lblTableCount->setText(total == 1 ? tr("1 table") : tr("%1 tables").arg(total));
+    m_lblTableCount->setAccessibleName(m_lblTableCount->text());
+}
+
+bool uscMarovin::handleTableFilterKey(QKeyEvent* event) {
+    auto firstShown = [this]() -> QListWidgetItem* {
+        for (int i = 0; i < m_lstTables->count(); ++i) {
+            if (!m_lstTables->item(i)->isHidden())
+                return m_lstTables->item(i);
+        }
+        return nullptr;
+    };
+    switch (event->key()) {
+    case Qt::Key_Down:
+        if (QListWidgetItem* item = firstShown()) {
+            m_lstTables->setCurrentItem(item);
+            item->setSelected(true);
+        }
+        m_lstTables->setFocus(Qt::TabFocusReason);
+        return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        placeListEntry(firstShown());
+        return true;
+    case Qt::Key_Escape:
+        if (m_txtTableFilter->text().isEmpty())
+            return false;
+        m_txtTableFilter->clear();
+        return true;
+    default:
+        return false;
+    }
 }
 
 void uscMarovin::SelectTable() {
     guarded(tr("Add table"), [this] {
         for (int i = 0; i < m_lstTables->count(); ++i) {
-            if (m_lstTables->item(i)->isSelected()) {
-                AddTableToDiagram(m_lstTables->item(i)->text().toStdString());
+            if (m_lstTables->item(i)->isSelected() && !m_lstTables->item(i)->isHidden()) {
+                AddTableToDiagram(m_lstTables->item(i)->text().toStdString(),
+                                  {TablePlacement::InView, {}});
                 EnableButtons();
                 return;
             }
@@ -148,7 +208,7 @@ std::string uscMarovin::AddTableToCollection(const std::string& strTable, bool b
     return candidate;
 }
 
-void uscMarovin::AddTableToDiagram(const std::string& strTable) {
+void uscMarovin::AddTableToDiagram(const std::string& strTable, TablePlacement placement) {
     std::string columns;
     std::string name;
     bool isSubQuery = false;
@@ -180,7 +240,18 @@ void uscMarovin::AddTableToDiagram(const std::string& strTable) {
     QString error;
     bool placed = false;
     try {
-        placed = m_dvTablesAndJoins->AddTable(definition, left, 20, width, height, &error);
+        switch (placement.kind) {
+        case TablePlacement::NextSlot:
+            placed = m_dvTablesAndJoins->AddTable(definition, left, 20, width, height, &error);
+            break;
+        case TablePlacement::InView:
+            placed = m_dvTablesAndJoins->AddTable(definition, -1, -1, width, height, &error);
+            break;
+        case TablePlacement::AtPoint:
+            placed = m_dvTablesAndJoins->AddTableAt(definition, placement.viewportPos, width,
+                                                    height, &error);
+            break;
+        }
     } catch (...) {
         m_tables->Remove(m_tables->Count());
         throw;
@@ -195,14 +266,17 @@ void uscMarovin::AddTableToDiagram(const std::string& strTable) {
         return;
     }
     ++m_intPlacementCounter;
+    if (placement.kind != TablePlacement::NextSlot) {
+        // The user placed it: it is shown, and joined along its declared keys.
+        m_dvTablesAndJoins->revealTable(qs(alias));
+        if (!isSubQuery && m_chkAutoJoin->isChecked())
+            joinAlongForeignKeys(alias, name);
+    }
     NotifyQueryChanged();
 }
 
-void uscMarovin::onJoinRequest(const QString& joinText, int* accept) {
+bool uscMarovin::joinClosesLoop(const QString& a, const QString& b) const {
     const QStringList joins = m_dvTablesAndJoins->JoinsList().split(QLatin1Char('\n'));
-    const QStringList join = joinText.split(QLatin1Char('\n'));
-    const QString a = join.value(0);
-    const QString b = join.value(2);
     const int count = joins.value(0).toInt();
     bool seenA = false;
     bool seenB = false;
@@ -220,7 +294,66 @@ void uscMarovin::onJoinRequest(const QString& joinText, int* accept) {
             seenB = false;
         }
     }
-    if (seenA && seenB) {
+    return seenA && seenB;
+}
+
+void uscMarovin::joinAlongForeignKeys(const std::string& strAlias, const std::string& strName) {
+    if (!m_db)
+        return;
+    const std::string newName = UnbracketQualifiedName(strName);
+    // The first placement of a table, other than the new box.
+    auto placedAlias = [&](const std::string& table) -> std::string {
+        const std::string wanted = UnbracketQualifiedName(table);
+        for (const auto& placed : *m_tables) {
+            if (placed->strAlias() != strAlias && !placed->blnIsSubQuery() &&
+                UnbracketQualifiedName(placed->strName()) == wanted)
+                return placed->strAlias();
+        }
+        return std::string();
+    };
+    QStringList joined;
+    QStringList linkedAliases;
+    const bool wasLoading = m_blnLoading;
+    // The joins are one edit with the placing: the diagram's join signals publish nothing.
+    m_blnLoading = true;
+    try {
+        for (const DbForeignKey& key : m_db->GetForeignKeys(strName)) {
+            const bool referencing = UnbracketQualifiedName(key.strTable) == newName;
+            const bool referenced = UnbracketQualifiedName(key.strReferencedTable) == newName;
+            if (referencing && referenced)
+                continue; // a key of the table on itself needs a second placement
+            const std::string other =
+                placedAlias(referencing ? key.strReferencedTable : key.strTable);
+            if (other.empty() || linkedAliases.contains(qs(other)) ||
+                key.colColumns.size() != key.colReferencedColumns.size() ||
+                joinClosesLoop(qs(other), qs(strAlias)))
+                continue;
+            // Drawn from the table already there onto the new one, one line per column pair;
+            // the statement joins the pairs with "and".
+            for (size_t i = 0; i < key.colColumns.size(); ++i) {
+                const std::string& otherColumn =
+                    referencing ? key.colReferencedColumns[i] : key.colColumns[i];
+                const std::string& newColumn =
+                    referencing ? key.colColumns[i] : key.colReferencedColumns[i];
+                m_dvTablesAndJoins->AddJoin(qs(other), qs(otherColumn), qs(strAlias), qs(newColumn),
+                                            QStringLiteral("Inner Join"));
+            }
+            linkedAliases << qs(other);
+            joined << tr("%1 to %2").arg(qs(strAlias), qs(other));
+        }
+    } catch (...) {
+        m_blnLoading = wasLoading;
+        throw;
+    }
+    m_blnLoading = wasLoading;
+    if (!joined.isEmpty())
+        emit statusMessage(
+            tr("Joined along foreign keys: %1").arg(joined.join(QStringLiteral(", "))));
+}
+
+void uscMarovin::onJoinRequest(const QString& joinText, int* accept) {
+    const QStringList join = joinText.split(QLatin1Char('\n'));
+    if (joinClosesLoop(join.value(0), join.value(2))) {
         if (accept != nullptr)
             *accept = 0;
         m_services.messageBox->Show(tr("Add join"), tr("Loops not allowed in join-schema."),
@@ -302,6 +435,44 @@ void uscMarovin::onColumnChosen(const QString& alias, const QString& column) {
     NotifyQueryChanged();
 }
 
+void uscMarovin::refreshTicks() {
+    const SelectedItemsTable& rows = m_selectedItems->table();
+    for (const QString& alias : m_dvTablesAndJoins->tableAliases()) {
+        const std::string strAlias = alias.toStdString();
+        QStringList ticked;
+        for (int r = 1; r <= rows.SelectedItemsCount(); ++r) {
+            if (Trim(rows.Value(r, SelectedItemsTable::kTableAlias)) == strAlias)
+                ticked << qs(rows.Value(r, SelectedItemsTable::kSelectedField));
+        }
+        m_dvTablesAndJoins->setAllTicks(alias, ticked);
+    }
+}
+
+void uscMarovin::onColumnTickRequested(const QString& alias, const QString& column, bool ticked) {
+    if (ticked) {
+        onColumnChosen(alias, column);
+        return;
+    }
+    // Unticking is deliberate: every row of the column goes, without a question.
+    const std::string strAlias = alias.toStdString();
+    const std::string strColumn = column.toStdString();
+    bool removed = false;
+    for (int r = m_selectedItems->table().SelectedItemsCount(); r >= 1; --r) {
+        const SelectedItemsTable& rows = m_selectedItems->table();
+        if (Trim(rows.Value(r, SelectedItemsTable::kTableAlias)) == strAlias &&
+            rows.Value(r, SelectedItemsTable::kSelectedField) == strColumn) {
+            removeSortEntry(gridOutputName(r));
+            m_selectedItems->removeRow1(r);
+            removed = true;
+        }
+    }
+    if (!removed)
+        return;
+    refreshSortViews();
+    EnableButtons();
+    NotifyQueryChanged();
+}
+
 void uscMarovin::onAllColumns(const QString& alias) {
     {
         BusyPointerScope busy(m_services.busyPointer.get());
@@ -320,7 +491,7 @@ void uscMarovin::onAllColumns(const QString& alias) {
     NotifyQueryChanged();
 }
 
-bool uscMarovin::handleDiagramDrop(QEvent* event) {
+bool uscMarovin::handleDiagramDrop(QObject* watched, QEvent* event) {
     auto* drop = static_cast<QDropEvent*>(event);
     if (!drop->mimeData()->hasFormat(kListMimeType))
         return false;
@@ -341,7 +512,13 @@ bool uscMarovin::handleDiagramDrop(QEvent* event) {
     drop->setDropAction(Qt::CopyAction);
     drop->accept();
     if (event->type() == QEvent::Drop) {
-        AddTableToDiagram(entry.toStdString());
+        // The box's corner goes where the entry was let go.
+        auto* target = qobject_cast<QWidget*>(watched);
+        const QPoint global =
+            target != nullptr ? target->mapToGlobal(drop->position().toPoint()) : QCursor::pos();
+        AddTableToDiagram(entry.toStdString(),
+                          {TablePlacement::AtPoint,
+                           m_dvTablesAndJoins->view()->viewport()->mapFromGlobal(global)});
         EnableButtons();
     }
     return true;

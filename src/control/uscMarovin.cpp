@@ -18,9 +18,11 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QLocale>
 #include <QPushButton>
+#include <QShortcut>
 #include <QTableView>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -28,6 +30,10 @@
 namespace marovin {
 
 namespace {
+
+// Where the control keeps its own options in the host's settings.
+constexpr const char* kOptionsSection = "QueryBuilder";
+constexpr const char* kAutoJoinKey = "AutoJoin";
 
 QLabel* paneLabel(const QString& text, QWidget* buddy) {
     auto* label = new QLabel(text);
@@ -95,6 +101,15 @@ void uscMarovin::setupViews() {
     m_chkAlsoListSystemTables = new QCheckBox(tr("Also list system tables"));
     m_chkAlsoListSystemTables->setObjectName(QStringLiteral("chkAlsoListSystemTables"));
     m_chkAlsoListSystemTables->setToolTip(tr("List the tables the database keeps for itself"));
+    m_chkAutoJoin = new QCheckBox(tr("Join along foreign keys"));
+    m_chkAutoJoin->setObjectName(QStringLiteral("chkAutoJoin"));
+    m_chkAutoJoin->setToolTip(
+        tr("A table you place is joined to the tables already there along its declared keys"));
+    m_chkAutoJoin->setChecked(m_services.settings
+                                  ->GetSetting(QString::fromLatin1(kOptionsSection),
+                                               QString::fromLatin1(kAutoJoinKey),
+                                               QStringLiteral("True"))
+                                  .compare(QLatin1String("False"), Qt::CaseInsensitive) != 0);
     m_cmdAddTableToJoiner = new QPushButton(tr("Add table"));
     m_cmdAddTableToJoiner->setObjectName(QStringLiteral("cmdAddTableToJoiner"));
     m_cmdAddTableToJoiner->setIcon(makeIcon(IconKind::Table));
@@ -107,10 +122,29 @@ void uscMarovin::setupViews() {
     tableButtons->addWidget(m_cmdAddTableToJoiner);
     tableButtons->addWidget(m_cmdSubQueries);
     auto* tablesLayout = new QVBoxLayout;
-    tablesLayout->addWidget(paneLabel(tr("&Tables"), m_lstTables));
+    // The search field above the list: typing filters the list (Ctrl+F comes here).
+    m_txtTableFilter = new QLineEdit;
+    m_txtTableFilter->setObjectName(QStringLiteral("txtTableFilter"));
+    m_txtTableFilter->setAccessibleName(tr("Search tables"));
+    m_txtTableFilter->setPlaceholderText(tr("Search tables (Ctrl+F)"));
+    m_txtTableFilter->setToolTip(
+        tr("Shows the tables whose names contain the text; Down moves into the list, Enter "
+           "places the table shown first"));
+    m_txtTableFilter->setClearButtonEnabled(true);
+    m_txtTableFilter->installEventFilter(this);
+    m_lblTableCount = new QLabel;
+    m_lblTableCount->setObjectName(QStringLiteral("lblTableCount"));
+    m_lblTableCount->setForegroundRole(QPalette::PlaceholderText);
+    auto* tablesHeader = new QHBoxLayout;
+    tablesHeader->addWidget(paneLabel(tr("&Tables"), m_lstTables));
+    tablesHeader->addStretch(1);
+    tablesHeader->addWidget(m_lblTableCount);
+    tablesLayout->addLayout(tablesHeader);
+    tablesLayout->addWidget(m_txtTableFilter);
     tablesLayout->addWidget(m_lstTables, 1);
     tablesLayout->addWidget(m_chkAlsoListViews);
     tablesLayout->addWidget(m_chkAlsoListSystemTables);
+    tablesLayout->addWidget(m_chkAutoJoin);
     tablesLayout->addLayout(tableButtons);
 
     // Diagram.
@@ -131,6 +165,9 @@ void uscMarovin::setupViews() {
     m_jgSelectedFields = new QTableView;
     m_jgSelectedFields->setObjectName(QStringLiteral("jgSelectedFields"));
     m_jgSelectedFields->setModel(m_selectedItems);
+    m_selectedItems->setSortSource(
+        [this](int row) { return sortOf(gridOutputName(row), gridColumnName(row)); });
+    m_jgSelectedFields->setContextMenuPolicy(Qt::CustomContextMenu);
     QStringList aggregations{QStringLiteral("<none>")};
     for (const std::string& name : Split(kAggregationFunctions, ","))
         aggregations << QString::fromStdString(name);
@@ -142,6 +179,9 @@ void uscMarovin::setupViews() {
         QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed |
         QAbstractItemView::SelectedClicked | QAbstractItemView::AnyKeyPressed);
     m_jgSelectedFields->setAlternatingRowColors(true);
+    // Tab leaves the grid for the next pane; the arrows move between cells.
+    m_jgSelectedFields->setTabKeyNavigation(false);
+    m_jgSelectedFields->installEventFilter(this);
     m_jgSelectedFields->verticalHeader()->setDefaultSectionSize(
         m_jgSelectedFields->fontMetrics().height() + 8);
     m_jgSelectedFields->setAccessibleName(tr("Selected fields"));
@@ -226,13 +266,18 @@ void uscMarovin::setupViews() {
 
     m_lvExpressions = new QTreeWidget;
     m_lvExpressions->setObjectName(QStringLiteral("lvExpressions"));
-    m_lvExpressions->setColumnCount(3);
-    m_lvExpressions->setHeaderLabels({tr("Variable"), QString(), tr("Expression")});
+    m_lvExpressions->setColumnCount(5);
+    m_lvExpressions->setHeaderLabels(
+        {tr("Variable"), QString(), tr("Expression"), tr("Sort Type"), tr("Sort Order")});
+    m_lvExpressions->setContextMenuPolicy(Qt::CustomContextMenu);
     m_lvExpressions->setRootIsDecorated(false);
     m_lvExpressions->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_lvExpressions->setAccessibleName(tr("Calculated items"));
-    m_lvExpressions->header()->setStretchLastSection(true);
+    m_lvExpressions->header()->setStretchLastSection(false);
     m_lvExpressions->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+    m_lvExpressions->header()->setSectionResizeMode(2, QHeaderView::Stretch);
+    m_lvExpressions->header()->setSectionResizeMode(3, QHeaderView::ResizeToContents);
+    m_lvExpressions->header()->setSectionResizeMode(4, QHeaderView::ResizeToContents);
     m_lvExpressions->header()->setSectionResizeMode(1, QHeaderView::Fixed);
     m_lvExpressions->header()->resizeSection(1, 24);
     installEmptyHint(m_lvExpressions, tr("No calculated items. Click Add to compute a column."));
@@ -298,15 +343,16 @@ void uscMarovin::setupViews() {
     m_pnlGrid = panel(gridLayout, QStringLiteral("pnlGrid"), this);
     m_pnlSql = panel(sqlLayout, QStringLiteral("pnlSql"), this);
     setupSplitters();
+    setupHistory();
 
     // Tab follows the panes in reading order, whatever order the panes were built in.
     const QList<QWidget*> tabOrder = {
-        m_lstTables,        m_chkAlsoListViews,    m_chkAlsoListSystemTables, m_cmdAddTableToJoiner,
-        m_cmdSubQueries,    m_dvTablesAndJoins,    m_jgSelectedFields,        m_cmdMoveUp,
-        m_cmdMoveDown,      m_cmdRemoveSelectItem, m_chkUniqueRecords,        m_lvConditions,
-        m_cmdAddCondition,  m_cmdEditCondition,    m_cmdRemoveCondition,      m_lvExpressions,
-        m_cmdAddExpression, m_cmdEditExpression,   m_cmdRemoveExpression,     m_cmdCheckSQLSyntax,
-        m_cmdFireQuery,     m_txtSQLQuery};
+        m_txtTableFilter,      m_lstTables,           m_chkAlsoListViews, m_chkAlsoListSystemTables,
+        m_chkAutoJoin,         m_cmdAddTableToJoiner, m_cmdSubQueries,    m_dvTablesAndJoins,
+        m_jgSelectedFields,    m_cmdMoveUp,           m_cmdMoveDown,      m_cmdRemoveSelectItem,
+        m_chkUniqueRecords,    m_lvConditions,        m_cmdAddCondition,  m_cmdEditCondition,
+        m_cmdRemoveCondition,  m_lvExpressions,       m_cmdAddExpression, m_cmdEditExpression,
+        m_cmdRemoveExpression, m_cmdCheckSQLSyntax,   m_cmdFireQuery,     m_txtSQLQuery};
     for (qsizetype i = 1; i < tabOrder.size(); ++i)
         QWidget::setTabOrder(tabOrder[i - 1], tabOrder[i]);
 
@@ -319,9 +365,21 @@ void uscMarovin::setupViews() {
     };
     connect(m_chkAlsoListSystemTables, &QCheckBox::clicked, this, on([this] { FillTableList(); }));
     connect(m_chkAlsoListViews, &QCheckBox::clicked, this, on([this] { FillTableList(); }));
+    connect(m_chkAutoJoin, &QCheckBox::toggled, this, [this](bool checked) {
+        m_services.settings->SaveSetting(
+            QString::fromLatin1(kOptionsSection), QString::fromLatin1(kAutoJoinKey),
+            checked ? QStringLiteral("True") : QStringLiteral("False"));
+    });
     connect(m_chkUniqueRecords, &QCheckBox::clicked, this, on([this] { NotifyQueryChanged(); }));
     connect(m_cmdAddTableToJoiner, &QPushButton::clicked, this, [this] { SelectTable(); });
     connect(m_cmdSubQueries, &QPushButton::clicked, this, [this] { EditSubQuery(); });
+    connect(m_txtTableFilter, &QLineEdit::textChanged, this, on([this] { applyTableFilter(); }));
+    auto* findTable = new QShortcut(QKeySequence::Find, this);
+    findTable->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(findTable, &QShortcut::activated, this, [this] {
+        m_txtTableFilter->setFocus(Qt::ShortcutFocusReason);
+        m_txtTableFilter->selectAll();
+    });
     connect(m_lstTables, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) {
         guarded(tr("Add table"), [this, item] { placeListEntry(item); });
     });
@@ -352,6 +410,13 @@ void uscMarovin::setupViews() {
             [this](const QString& alias, const QString& column) {
                 guarded(tr("Select a Column"), [&] { onColumnChosen(alias, column); });
             });
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::columnTickRequested, this,
+            [this](const QString& alias, const QString& column, bool ticked) {
+                guarded(tr("Select a Column"),
+                        [&] { onColumnTickRequested(alias, column, ticked); });
+            });
+    connect(m_dvTablesAndJoins, &dvTablesAndJoins::tablesMoved, this,
+            on([this] { recordLayoutChange(); }));
     connect(m_dvTablesAndJoins, &dvTablesAndJoins::allColumns, this, [this](const QString& alias) {
         guarded(tr("Select a Column"), [&] { onAllColumns(alias); });
     });
@@ -360,6 +425,11 @@ void uscMarovin::setupViews() {
             [this](int row, int column, const QString& value) {
                 guarded(tr("Selected fields"), [&] { onGridEditCommitted(row, column, value); });
             });
+    connect(m_jgSelectedFields, &QWidget::customContextMenuRequested, this,
+            [this](const QPoint& pos) { guarded(tr("Sort"), [&] { onGridContextMenu(pos); }); });
+    connect(m_lvExpressions, &QWidget::customContextMenuRequested, this, [this](const QPoint& pos) {
+        guarded(tr("Sort"), [&] { onExpressionContextMenu(pos); });
+    });
     connect(m_cmdMoveUp, &QPushButton::clicked, this, on([this] { MoveSelectItemUp(); }));
     connect(m_cmdMoveDown, &QPushButton::clicked, this, on([this] { MoveSelectItemDown(); }));
     connect(m_cmdRemoveSelectItem, &QPushButton::clicked, this, [this] { RemoveSelectItem(true); });
@@ -394,6 +464,14 @@ void uscMarovin::setBlnBuildSubQuery(bool value) {
     m_cmdSubQueries->setEnabled(false);
 }
 
+bool uscMarovin::blnAutoJoin() const {
+    return m_chkAutoJoin->isChecked();
+}
+
+void uscMarovin::setBlnAutoJoin(bool value) {
+    m_chkAutoJoin->setChecked(value);
+}
+
 void uscMarovin::setColParameters(std::shared_ptr<std::vector<std::string>> parameters) {
     m_colParameters = std::move(parameters);
 }
@@ -411,6 +489,8 @@ void uscMarovin::Refresh() {
 }
 
 bool uscMarovin::guarded(const QString& strCaption, const std::function<void()>& action) {
+    // The caption names the edit in the undo history.
+    m_strEditCaption = strCaption;
     try {
         action();
         return true;
@@ -453,6 +533,7 @@ bool uscMarovin::replaceQuery(std::shared_ptr<cSQLQuery> query) {
         newDocument = query == previous ? previousDocument : documentOf(query);
         m_query = query;
         refreshPanes();
+        resetHistory();
         return true;
     } catch (const std::exception& error) {
         failure = error.what();
@@ -489,6 +570,8 @@ void uscMarovin::refreshPanes() {
     m_txtSQLQuery->setStrText(std::string());
     m_lstTables->clear();
     LoadQuery();
+    refreshSortViews();
+    refreshTicks();
 }
 
 void uscMarovin::NotifyQueryChanged() {
@@ -496,6 +579,8 @@ void uscMarovin::NotifyQueryChanged() {
         return;
     emit Changed();
     showAssemblyResult();
+    refreshTicks();
+    recordEdit();
 }
 
 void uscMarovin::raiseChanged() {
@@ -536,6 +621,19 @@ void uscMarovin::EnableButtons() {
 }
 
 bool uscMarovin::eventFilter(QObject* watched, QEvent* event) {
+    // An open cell editor has the focus itself, so Delete reaches the grid only outside an edit.
+    if (watched == m_jgSelectedFields && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Delete) {
+        RemoveSelectItem(false); // guarded itself
+        return true;
+    }
+    if (watched == m_txtTableFilter && event->type() == QEvent::KeyPress) {
+        bool handled = false;
+        guarded(tr("Add table"),
+                [&] { handled = handleTableFilterKey(static_cast<QKeyEvent*>(event)); });
+        if (handled)
+            return true;
+    }
     if (watched == m_lstTables && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent*>(event)->key();
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
@@ -560,7 +658,7 @@ bool uscMarovin::eventFilter(QObject* watched, QEvent* event) {
     }
     if (event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove ||
         event->type() == QEvent::Drop) {
-        guarded(tr("Add table"), [&] { handled = handleDiagramDrop(event); });
+        guarded(tr("Add table"), [&] { handled = handleDiagramDrop(watched, event); });
         if (handled)
             return true;
     }

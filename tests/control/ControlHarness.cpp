@@ -4,8 +4,10 @@
 
 #include <QApplication>
 #include <QGraphicsView>
+#include <QLineEdit>
 #include <QMouseEvent>
 #include <QPointer>
+#include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
 #include <cstdio>
@@ -37,6 +39,9 @@ ControlHarness::ControlHarness(std::shared_ptr<MemorySettingsStore> store,
       db(connection ? std::move(connection) : SampleConnection()) {
     PlatformServices services;
     services.messageBox = box;
+    // Joins along foreign keys are tested on their own; elsewhere a join is what the test draws.
+    if (!settings->Contains("QueryBuilder", "AutoJoin"))
+        settings->SaveSetting("QueryBuilder", "AutoJoin", "False");
     services.settings = settings;
     services.busyPointer = busy;
     services.clipboard = std::make_shared<MemoryClipboard>();
@@ -79,6 +84,30 @@ QCheckBox* ControlHarness::checkBox(const char* name) const {
 }
 QPushButton* ControlHarness::button(const char* name) const {
     return m_control->findChild<QPushButton*>(name);
+}
+
+QWidget* ControlHarness::startEdit(int row, int column) {
+    QTableView* view = grid();
+    view->setFocus();
+    view->setCurrentIndex(view->model()->index(row - 1, column - 1));
+    QTest::keyClick(view, Qt::Key_F2);
+    return view->indexWidget(view->currentIndex()) != nullptr
+               ? view->indexWidget(view->currentIndex())
+               : QApplication::focusWidget();
+}
+
+void ControlHarness::typeAlias(int row, const QString& keys) {
+    auto* line = qobject_cast<QLineEdit*>(startEdit(row, 2));
+    if (line == nullptr)
+        throw std::runtime_error("the alias editor did not open");
+    QTest::keyClick(line, Qt::Key_End);
+    const int length = static_cast<int>(line->text().size());
+    for (int i = 0; i < length; ++i)
+        QTest::keyClick(line, Qt::Key_Backspace);
+    QTest::keyClicks(line, keys);
+    QTest::keyClick(line, Qt::Key_Return);
+    // The view commits the edit from its event queue.
+    QApplication::processEvents();
 }
 
 void ControlHarness::load(const std::string& xml) {

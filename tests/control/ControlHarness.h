@@ -110,6 +110,13 @@ public:
     void dragJoin(const QString& fromAlias, const QString& fromColumn, const QString& toAlias,
                   const QString& toColumn, Qt::KeyboardModifiers keys = Qt::NoModifier);
 
+    // Opens the editor of a grid cell (row and column from 1) with F2, as a user would, and
+    // returns it.
+    QWidget* startEdit(int row, int column);
+    // Replaces the alias of a row by typing: the old text is erased with backspace, then the keys
+    // are typed one by one and Enter commits.
+    void typeAlias(int row, const QString& keys);
+
     // The grid's cell (row and column from 1) and row count.
     QString cell(int row, int column) const;
     int rows() const;

@@ -109,10 +109,12 @@ TEST(ListsPaneTest, ShowsConditionsAndCalculatedItemsOnOneLineWithTheirStoredTex
     ControlHarness h;
     h.load(kQuery);
     QTreeWidget* expressions = h.expressions();
-    ASSERT_EQ(expressions->columnCount(), 3);
+    ASSERT_EQ(expressions->columnCount(), 5);
     EXPECT_EQ(expressions->headerItem()->text(0), "Variable");
     EXPECT_EQ(expressions->headerItem()->text(1), "");
     EXPECT_EQ(expressions->headerItem()->text(2), "Expression");
+    EXPECT_EQ(expressions->headerItem()->text(3), "Sort Type");
+    EXPECT_EQ(expressions->headerItem()->text(4), "Sort Order");
     ASSERT_EQ(expressions->topLevelItemCount(), 2);
     QTreeWidgetItem* heavy = expressions->topLevelItem(0);
     EXPECT_EQ(heavy->text(0), "Heavy");

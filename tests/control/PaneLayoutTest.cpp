@@ -270,7 +270,8 @@ TEST(SplitterTest, TabVisitsThePanesInReadingOrder) {
     for (int i = 0; i < 40; ++i) {
         QWidget* focus = QApplication::focusWidget();
         ASSERT_NE(focus, nullptr);
-        QWidget* named = focus;
+        // The diagram counts as one stop whatever its inner view is called.
+        QWidget* named = h.diagram()->isAncestorOf(focus) ? h.diagram() : focus;
         while (named != nullptr && named->objectName().isEmpty())
             named = named->parentWidget();
         if (!visited.isEmpty() && named->objectName() == visited.front())
@@ -281,7 +282,8 @@ TEST(SplitterTest, TabVisitsThePanesInReadingOrder) {
     }
     // Buttons without anything to act on are disabled and skipped.
     EXPECT_EQ(visited.join(','), "lstTables,chkAlsoListViews,chkAlsoListSystemTables,"
-                                 "cmdAddTableToJoiner,cmdSubQueries,dvTablesAndJoins,"
+                                 "chkAutoJoin,cmdAddTableToJoiner,cmdSubQueries,dvTablesAndJoins,"
                                  "jgSelectedFields,lvConditions,cmdAddCondition,lvExpressions,"
-                                 "cmdAddExpression,cmdCheckSQLSyntax,cmdFireQuery,txtSQLQuery");
+                                 "cmdAddExpression,cmdCheckSQLSyntax,cmdFireQuery,txtSQLQuery,"
+                                 "txtTableFilter");
 }

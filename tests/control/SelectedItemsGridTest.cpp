@@ -13,33 +13,6 @@ namespace {
 constexpr int kAlias = 2;
 constexpr int kAggregation = 3;
 
-// Opens the editor of a grid cell with F2, as a user would.
-QWidget* startEdit(ControlHarness& h, int row, int column) {
-    QTableView* grid = h.grid();
-    grid->setFocus();
-    grid->setCurrentIndex(grid->model()->index(row - 1, column - 1));
-    QTest::keyClick(grid, Qt::Key_F2);
-    return grid->indexWidget(grid->currentIndex()) != nullptr
-               ? grid->indexWidget(grid->currentIndex())
-               : QApplication::focusWidget();
-}
-
-// Replaces the alias of a row by typing: the old text is erased with backspace, then the keys
-// are typed one by one and Enter commits.
-void typeAlias(ControlHarness& h, int row, const QString& keys) {
-    QWidget* editor = startEdit(h, row, kAlias);
-    auto* line = qobject_cast<QLineEdit*>(editor);
-    ASSERT_NE(line, nullptr);
-    QTest::keyClick(line, Qt::Key_End);
-    const int length = static_cast<int>(line->text().size());
-    for (int i = 0; i < length; ++i)
-        QTest::keyClick(line, Qt::Key_Backspace);
-    QTest::keyClicks(line, keys);
-    QTest::keyClick(line, Qt::Key_Return);
-    // The view commits the edit from its event queue.
-    QApplication::processEvents();
-}
-
 void chooseThree(ControlHarness& h) {
     h.placeTable("dbo.Orders");
     h.chooseColumn("Orders", "OrderID");
@@ -49,18 +22,18 @@ void chooseThree(ControlHarness& h) {
 
 } // namespace
 
-TEST(SelectedItemsGridTest, HasTheFiveColumnsAndTheAggregationChoices) {
+TEST(SelectedItemsGridTest, HasTheFiveColumnsThenTheSortAndTheAggregationChoices) {
     ControlHarness h;
     QAbstractItemModel* model = h.grid()->model();
-    ASSERT_EQ(model->columnCount(), 5);
-    const QStringList expected{"Selected Field", "Alias", "Aggregation", "From Table",
-                               "Table Alias"};
-    for (int c = 0; c < 5; ++c)
+    ASSERT_EQ(model->columnCount(), 7);
+    const QStringList expected{"Selected Field", "Alias",     "Aggregation", "From Table",
+                               "Table Alias",    "Sort Type", "Sort Order"};
+    for (int c = 0; c < 7; ++c)
         EXPECT_EQ(model->headerData(c, Qt::Horizontal).toString(), expected[c]);
 
     h.placeTable("dbo.Orders");
     h.chooseColumn("Orders", "Freight");
-    auto* combo = qobject_cast<QComboBox*>(startEdit(h, 1, kAggregation));
+    auto* combo = qobject_cast<QComboBox*>(h.startEdit(1, kAggregation));
     ASSERT_NE(combo, nullptr);
     QStringList items;
     for (int i = 0; i < combo->count(); ++i)
@@ -82,7 +55,7 @@ TEST(SelectedItemsGridTest, OnlyAliasAndAggregationCanBeEdited) {
     h.placeTable("dbo.Orders");
     h.chooseColumn("Orders", "Freight");
     for (int column : {1, 4, 5}) {
-        startEdit(h, 1, column);
+        h.startEdit(1, column);
         EXPECT_EQ(h.grid()->indexWidget(h.grid()->currentIndex()), nullptr) << column;
         QTest::keyClicks(h.grid(), "xy");
     }
@@ -97,31 +70,31 @@ TEST(SelectedItemsGridTest, TypedAliasesAreFilteredTrimmedAndMadeUnique) {
     h.changed = 0;
 
     // Characters outside letters, digits, "_" and the blank are swallowed while typing.
-    typeAlias(h, 2, "Net-Freight.v$");
+    h.typeAlias(2, "Net-Freight.v$");
     EXPECT_EQ(h.cell(2, kAlias), "NetFreightv");
     EXPECT_EQ(h.changed, 1);
     EXPECT_NE(h.control().strSQL().find("Orders.Freight AS NetFreightv"), std::string::npos);
 
     // Blanks around are trimmed and a leading digit becomes "_".
-    typeAlias(h, 2, " 9abc ");
+    h.typeAlias(2, " 9abc ");
     EXPECT_EQ(h.cell(2, kAlias), "_abc");
 
     // An alias used by another row falls back to the field name; when that is taken too (here
     // by the row's own alias), the proposal is numbered.
-    typeAlias(h, 3, "OrderID");
+    h.typeAlias(3, "OrderID");
     EXPECT_EQ(h.cell(3, kAlias), "OrderID2");
-    typeAlias(h, 2, "OrderID");
+    h.typeAlias(2, "OrderID");
     EXPECT_EQ(h.cell(2, kAlias), "Freight");
     // Not used by another row: kept as typed.
-    typeAlias(h, 2, "ShipCity");
+    h.typeAlias(2, "ShipCity");
     EXPECT_EQ(h.cell(2, kAlias), "ShipCity");
 
     // With the alias emptied, digits are refused until the row has an alias again.
-    typeAlias(h, 1, "   ");
+    h.typeAlias(1, "   ");
     EXPECT_EQ(h.cell(1, kAlias), "");
-    typeAlias(h, 1, "7x8");
+    h.typeAlias(1, "7x8");
     EXPECT_EQ(h.cell(1, kAlias), "x");
-    typeAlias(h, 1, "x8");
+    h.typeAlias(1, "x8");
     EXPECT_EQ(h.cell(1, kAlias), "x8");
 }
 
@@ -247,7 +220,7 @@ TEST(SelectedItemsGridTest, ConfirmingAnEditUnchangedDoesNotNotify) {
     chooseThree(h);
     h.changed = 0;
     // The alias editor opened and closed with Enter, the text untouched.
-    QWidget* editor = startEdit(h, 2, kAlias);
+    QWidget* editor = h.startEdit(2, kAlias);
     ASSERT_NE(qobject_cast<QLineEdit*>(editor), nullptr);
     QTest::keyClick(editor, Qt::Key_Return);
     QApplication::processEvents();
@@ -255,7 +228,7 @@ TEST(SelectedItemsGridTest, ConfirmingAnEditUnchangedDoesNotNotify) {
     EXPECT_EQ(h.changed, 0);
 
     // The aggregation drop-down: choosing the entry it already shows changes nothing either.
-    auto* combo = qobject_cast<QComboBox*>(startEdit(h, 2, kAggregation));
+    auto* combo = qobject_cast<QComboBox*>(h.startEdit(2, kAggregation));
     ASSERT_NE(combo, nullptr);
     QTest::keyClick(combo, Qt::Key_Return);
     QApplication::processEvents();
@@ -263,7 +236,7 @@ TEST(SelectedItemsGridTest, ConfirmingAnEditUnchangedDoesNotNotify) {
     EXPECT_EQ(h.changed, 0);
 
     // An edit that does change the row still notifies once.
-    typeAlias(h, 2, "Cost");
+    h.typeAlias(2, "Cost");
     EXPECT_EQ(h.changed, 1);
 }
 

@@ -386,5 +386,5 @@ TEST(SubQueryTest, TabRunsFromTheNameThroughTheNestedEditorToTheButtons) {
     });
     h.clickButton("cmdSubQueries");
     ASSERT_TRUE(driver.ran());
-    EXPECT_EQ(visited.join(','), "lstTables,chkAlsoListViews,chkAlsoListSystemTables,txtSQLQuery");
+    EXPECT_EQ(visited.join(','), "txtTableFilter,lstTables,chkAlsoListViews,txtSQLQuery");
 }

@@ -1,8 +1,13 @@
 #include "ControlHarness.h"
 
+#include <QApplication>
+#include <QCheckBox>
 #include <QDropEvent>
 #include <QGraphicsView>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMimeData>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -363,15 +368,21 @@ TEST(TablesPaneTest, AllColumnsAddsEveryColumnWithoutDuplicates) {
     EXPECT_GT(h.busy->lngShown(), 0);
 }
 
-TEST(TablesPaneTest, BoxesArePlacedSideBySideAndSizedByAliasAndColumnCount) {
+TEST(TablesPaneTest, LoadedBoxesGoSideBySideAndPlacedOnesWhereTheUserSeesThem) {
     ControlHarness h;
-    h.placeTable("dbo.Shippers");
-    h.placeTable("dbo.WideTable");
+    h.load(R"(<?xml version="1.0" encoding="UTF-8"?>
+<SQLQuery issubquery="False">
+  <TABLES_USED>
+    <TABLE issubquery="False"><NAME>dbo.Shippers</NAME><ALIAS>Shippers</ALIAS></TABLE>
+    <TABLE issubquery="False"><NAME>dbo.WideTable</NAME><ALIAS>WideTable</ALIAS></TABLE>
+  </TABLES_USED>
+</SQLQuery>)");
     ASSERT_GT(h.diagram()->tableColumns("WideTable").size(), 20);
     const double position = dvTablesAndJoins::kPositionScale;
     const double size = dvTablesAndJoins::kSizeScale;
-    // In the diagram's units, rounded to whole pixels: left = 160 n + 50, top = 20, width = 5 per
-    // alias character + 120, height = 10 per column beyond the first + 100, at most 300.
+    // A loaded query's boxes, in the diagram's units rounded to whole pixels: left = 160 n + 50,
+    // top = 20, width = 5 per alias character + 120, height = 10 per column beyond the first +
+    // 100, at most 300 and no taller than the view shows.
     const QRectF shippers = h.diagram()->tableSceneRect("Shippers");
     EXPECT_NEAR(shippers.left(), 50 * position, 1);
     EXPECT_NEAR(shippers.top(), 20 * position, 1);
@@ -380,7 +391,24 @@ TEST(TablesPaneTest, BoxesArePlacedSideBySideAndSizedByAliasAndColumnCount) {
     const QRectF wide = h.diagram()->tableSceneRect("WideTable");
     EXPECT_NEAR(wide.left(), 210 * position, 1);
     EXPECT_NEAR(wide.width(), (5 * 9 + 120) * size, 1);
-    EXPECT_NEAR(wide.height(), 300 * size, 1);
+    EXPECT_LE(wide.height(), 300 * size + 1);
+    EXPECT_LE(wide.height(), h.diagram()->view()->viewport()->height());
+
+    // Tables the user places land in view, beside each other, and the last one is selected.
+    h.diagram()->view()->horizontalScrollBar()->setValue(
+        h.diagram()->view()->horizontalScrollBar()->maximum());
+    h.placeTable("dbo.Region");
+    h.placeTable("dbo.Categories");
+    const QRectF visible =
+        h.diagram()->view()->mapToScene(h.diagram()->view()->viewport()->rect()).boundingRect();
+    for (const QString alias : {"Region", "Categories"}) {
+        const QRectF box = h.diagram()->tableSceneRect(alias);
+        EXPECT_TRUE(visible.intersects(box)) << alias.toStdString();
+        EXPECT_FALSE(box.intersects(shippers) || box.intersects(wide)) << alias.toStdString();
+    }
+    EXPECT_FALSE(h.diagram()->tableSceneRect("Region").intersects(
+        h.diagram()->tableSceneRect("Categories")));
+    EXPECT_EQ(h.diagram()->selectedTable(), "Categories");
 }
 
 TEST(TablesPaneTest, TheBoxWidthCountsTheAliasInCharacters) {
@@ -448,4 +476,130 @@ TEST(TablesPaneTest, JoinsDrawnFromANewTableOntoAJoinedOneGiveAStatementSQLiteRu
     ASSERT_TRUE(error.empty()) << error << "\n" << sql;
     ASSERT_TRUE(rows);
     EXPECT_GT(rows->RecordCount(), 0);
+}
+
+TEST(TablesPaneTest, TheSearchFieldFiltersTheListAndPlacesWhatItShows) {
+    ControlHarness h;
+    auto* search = h.control().findChild<QLineEdit*>("txtTableFilter");
+    auto* count = h.control().findChild<QLabel*>("lblTableCount");
+    ASSERT_NE(search, nullptr);
+    ASSERT_NE(count, nullptr);
+    const int total = h.tableList()->count();
+    EXPECT_EQ(count->text(), QString("%1 tables").arg(total));
+    auto shown = [&h] {
+        QStringList entries;
+        for (int i = 0; i < h.tableList()->count(); ++i) {
+            if (!h.tableList()->item(i)->isHidden())
+                entries << h.tableList()->item(i)->text();
+        }
+        return entries;
+    };
+
+    // Ctrl+F reaches the field from anywhere in the control; typing filters, ignoring case.
+    h.grid()->setFocus();
+    QTest::keyClick(h.grid(), Qt::Key_F, Qt::ControlModifier);
+    ASSERT_EQ(QApplication::focusWidget(), search);
+    QTest::keyClicks(search, "TERRIT");
+    EXPECT_EQ(shown(), (QStringList{"dbo.EmployeeTerritories", "dbo.Territories"}));
+    EXPECT_EQ(count->text(), QString("2 of %1").arg(total));
+
+    // Enter places the first entry shown; Down moves into the list, where Enter places too.
+    QTest::keyClick(search, Qt::Key_Return);
+    EXPECT_TRUE(h.diagram()->hasTable("EmployeeTerritories"));
+    QTest::keyClick(search, Qt::Key_Down);
+    ASSERT_EQ(QApplication::focusWidget(), h.tableList());
+    QTest::keyClick(h.tableList(), Qt::Key_Down);
+    QTest::keyClick(h.tableList(), Qt::Key_Return);
+    EXPECT_TRUE(h.diagram()->hasTable("Territories"));
+
+    // A selection the filter hides is not placed by the button.
+    h.tableList()->setCurrentItem(h.tableList()->findItems("dbo.Territories", Qt::MatchExactly)[0]);
+    search->setFocus();
+    QTest::keyClicks(search, "x");
+    const int placed = h.diagram()->tableAliases().size();
+    h.clickButton("cmdAddTableToJoiner");
+    EXPECT_EQ(h.diagram()->tableAliases().size(), placed);
+    // Escape clears the search and shows everything again.
+    QTest::keyClick(search, Qt::Key_Escape);
+    EXPECT_EQ(shown().size(), total);
+}
+
+TEST(TablesPaneTest, PlacedTablesJoinAlongTheirForeignKeysUnlessSwitchedOff) {
+    auto settings = std::make_shared<MemorySettingsStore>();
+    settings->SaveSetting("QueryBuilder", "AutoJoin", "True");
+    ControlHarness h(settings);
+    QStringList notes;
+    QObject::connect(&h.control(), &uscMarovin::statusMessage,
+                     [&notes](const QString& text) { notes << text; });
+    h.placeTable("dbo.Orders");
+    h.changed = 0;
+    h.placeTable("dbo.Customers");
+    ASSERT_EQ(h.diagram()->joinCount(), 1);
+    const DiagramJoin join = h.diagram()->joins().at(0);
+    EXPECT_EQ(join.strLeftAlias + "." + join.strLeftColumn, "Orders.CustomerID");
+    EXPECT_EQ(join.strRightAlias + "." + join.strRightColumn, "Customers.CustomerID");
+    EXPECT_EQ(h.changed, 1); // placing and joining are one edit
+    EXPECT_EQ(notes, QStringList{"Joined along foreign keys: Customers to Orders"});
+    ASSERT_EQ(h.query->JoinConditions()->Count(), 1);
+    EXPECT_EQ(h.query->JoinConditions()->Item(1)->strCondition(),
+              "(Orders.CustomerID = Customers.CustomerID)");
+
+    // The key is followed from either end, to the first placement of a table only, and a
+    // table that would close a loop is left unjoined.
+    h.placeTable("dbo.Orders"); // Orders1: linked to Customers, which is joined already
+    h.placeTable("dbo.Order Details");
+    EXPECT_EQ(h.diagram()->joinCount(), 3);
+    EXPECT_EQ(h.diagram()->joins().at(2).strLeftAlias, "Orders");
+
+    // Switched off, placing draws nothing, and the choice is kept.
+    QCheckBox* option = h.checkBox("chkAutoJoin");
+    QTest::mouseClick(option, Qt::LeftButton, {}, QPoint(5, option->height() / 2));
+    EXPECT_FALSE(h.control().blnAutoJoin());
+    EXPECT_EQ(settings->GetSetting("QueryBuilder", "AutoJoin", ""), "False");
+    h.placeTable("dbo.Shippers");
+    EXPECT_EQ(h.diagram()->joinCount(), 3);
+}
+
+TEST(TablesPaneTest, TheBoxesCheckBoxesShowAndChangeTheSelectedColumns) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    h.chooseColumn("Orders", "Freight");
+    EXPECT_TRUE(h.diagram()->isColumnTicked("Orders", "Freight"));
+    EXPECT_FALSE(h.diagram()->isColumnTicked("Orders", "OrderID"));
+
+    // A click on an empty box adds the column, on a ticked one removes every row of it.
+    auto click = [&h](const QString& column) {
+        QTest::mouseClick(h.diagram()->view()->viewport(), Qt::LeftButton, {},
+                          h.diagram()->checkBoxPoint("Orders", column));
+    };
+    click("OrderID");
+    EXPECT_EQ(h.rows(), 2);
+    EXPECT_TRUE(h.diagram()->isColumnTicked("Orders", "OrderID"));
+    h.box->clear();
+    click("Freight");
+    EXPECT_EQ(h.rows(), 1);
+    EXPECT_EQ(h.cell(1, 1), "OrderID");
+    EXPECT_FALSE(h.diagram()->isColumnTicked("Orders", "Freight"));
+    EXPECT_TRUE(h.box->shown().empty()); // no question for a deliberate untick
+
+    // Rows removed in the grid untick their columns; a loaded query shows its ticks.
+    h.grid()->setFocus();
+    h.grid()->setCurrentIndex(h.grid()->model()->index(0, 0));
+    QTest::keyClick(h.grid(), Qt::Key_Delete);
+    EXPECT_EQ(h.rows(), 0);
+    EXPECT_FALSE(h.diagram()->isColumnTicked("Orders", "OrderID"));
+    // A loaded query shows its ticks.
+    h.load(R"(<?xml version="1.0" encoding="UTF-8"?>
+<SQLQuery issubquery="False">
+  <TABLES_USED><TABLE issubquery="False"><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
+  <ITEMS_SELECTED>
+    <ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS><AGGREGATION></AGGREGATION></ITEM>
+    <ITEM><NAME>Orders.ShipCity</NAME><ALIAS>City</ALIAS><AGGREGATION></AGGREGATION></ITEM>
+  </ITEMS_SELECTED>
+</SQLQuery>)");
+    EXPECT_TRUE(h.diagram()->isColumnTicked("Orders", "ShipCity"));
+    ASSERT_EQ(h.rows(), 2);
+    click("Freight");
+    EXPECT_EQ(h.rows(), 1);
+    EXPECT_EQ(h.cell(1, 2), "City");
 }
