@@ -4,6 +4,7 @@
 #include "JoinBadgeItem.h"
 #include "JoinLineItem.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QGraphicsPathItem>
@@ -60,6 +61,84 @@ void DiagramView::forgetItem(QObject* item) {
         m_hoverBox = nullptr;
     if (item == m_hoverJoin)
         m_hoverJoin = nullptr;
+}
+
+const QList<TableBoxItem*>& DiagramView::boxes() const {
+    return m_owner->m_boxes;
+}
+
+const QList<JoinLineItem*>& DiagramView::joins() const {
+    return m_owner->m_joins;
+}
+
+bool DiagramView::isSelected(const QObject* item) const {
+    return item && item == m_owner->m_selected;
+}
+
+QRect DiagramView::globalRect(const QRectF& sceneRect) const {
+    const QRect onViewport = mapFromScene(sceneRect).boundingRect();
+    return QRect(viewport()->mapToGlobal(onViewport.topLeft()), onViewport.size());
+}
+
+void DiagramView::focusRow(TableBoxItem* box, int row) {
+    if (!box || !m_owner->m_boxes.contains(box))
+        return;
+    cancelInteraction();
+    m_owner->selectItem(box);
+    box->setCurrentRow(row);
+    moveCurrentRow(0, false);
+    reportAccessibleFocus();
+}
+
+void DiagramView::chooseRow(TableBoxItem* box, int row) {
+    focusRow(box, row);
+    if (m_owner->m_boxes.contains(box))
+        m_owner->activateRow(box, row);
+}
+
+void DiagramView::tickRow(TableBoxItem* box, int row) {
+    focusRow(box, row);
+    if (m_owner->m_boxes.contains(box))
+        m_owner->requestTick(box, row);
+}
+
+void DiagramView::selectObject(QObject* item) {
+    if (m_owner->m_boxes.contains(item) || m_owner->m_joins.contains(item)) {
+        cancelInteraction();
+        m_owner->selectItem(item);
+        reportAccessibleFocus();
+    }
+}
+
+void DiagramView::showMenuOf(QObject* item) {
+    if (!m_owner->m_boxes.contains(item) && !m_owner->m_joins.contains(item))
+        return;
+    cancelInteraction();
+    m_owner->selectItem(item);
+    showSelectionMenu();
+}
+
+void DiagramView::removeJoinLine(JoinLineItem* join) {
+    if (const int index = m_owner->joinIndex(join))
+        m_owner->removeJoin(index);
+}
+
+void DiagramView::reportAccessibleFocus() {
+    // Without a screen reader listening, Qt drops the event; the interfaces are not even made.
+    if (!QAccessible::isActive() || !hasFocus()) {
+        m_reportedFocus = 0;
+        return;
+    }
+    QAccessibleInterface* self = QAccessible::queryAccessibleInterface(this);
+    QAccessibleInterface* focus = self ? self->focusChild() : nullptr;
+    if (!focus)
+        return;
+    const quintptr id = QAccessible::uniqueId(focus);
+    if (id == m_reportedFocus)
+        return;
+    m_reportedFocus = id;
+    QAccessibleEvent event(focus, QAccessible::Focus);
+    QAccessible::updateAccessibility(&event);
 }
 
 DiagramView::Target DiagramView::targetAt(const QPoint& viewportPos) const {
@@ -150,6 +229,7 @@ bool DiagramView::event(QEvent* event) {
             if (!tabBetweenBoxes(forward))
                 QAbstractScrollArea::focusNextPrevChild(forward);
             updateKeyboardJoin();
+            reportAccessibleFocus();
             event->accept();
             return true;
         }
@@ -427,6 +507,7 @@ void DiagramView::mouseReleaseEvent(QMouseEvent* event) {
                 m_owner->requestTick(box, row);
             }
         }
+        reportAccessibleFocus();
         if (mode == Mode::MovingBox || mode == Mode::Resizing) {
             m_owner->updateSceneRect();
             const bool moved = box && (mode == Mode::MovingBox ? box->pos() != m_startPos
@@ -690,6 +771,7 @@ void DiagramView::keyReleaseEvent(QKeyEvent* event) {
 void DiagramView::keyPressEvent(QKeyEvent* event) {
     handleKey(event);
     updateKeyboardJoin();
+    reportAccessibleFocus();
 }
 
 void DiagramView::handleKey(QKeyEvent* event) {
@@ -861,10 +943,14 @@ void DiagramView::focusInEvent(QFocusEvent* event) {
             m_owner->selectItem(boxes.last());
     }
     QGraphicsView::focusInEvent(event);
+    // After Qt has reported the view itself as focused: then the row or join in it.
+    QMetaObject::invokeMethod(
+        this, [this] { reportAccessibleFocus(); }, Qt::QueuedConnection);
 }
 
 void DiagramView::focusOutEvent(QFocusEvent* event) {
     setViewFocusOnBoxes(false);
+    m_reportedFocus = 0;
     QGraphicsView::focusOutEvent(event);
 }
 

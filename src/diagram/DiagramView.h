@@ -30,6 +30,24 @@ public:
     // Forgets hover and drag references to a box or line that is about to be deleted.
     void forgetItem(QObject* item);
 
+    // --- For the accessibility interfaces ------------------------------------------------------
+    const QList<TableBoxItem*>& boxes() const;
+    const QList<JoinLineItem*>& joins() const;
+    bool isSelected(const QObject* item) const;
+    // A scene rectangle in global screen coordinates.
+    QRect globalRect(const QRectF& sceneRect) const;
+    // What a double-click on a row does, and a click on its check box.
+    void chooseRow(TableBoxItem* box, int row);
+    void tickRow(TableBoxItem* box, int row);
+    // Makes the row the keyboard row of its box and selects the box.
+    void focusRow(TableBoxItem* box, int row);
+    void selectObject(QObject* item); // a box or a join
+    // Selects a box or join and opens its context menu at it.
+    void showMenuOf(QObject* item);
+    void removeJoinLine(JoinLineItem* join);
+    // Tells assistive technology where the keyboard is now, when that changed.
+    void reportAccessibleFocus();
+
 protected:
     bool event(QEvent* event) override;
     bool viewportEvent(QEvent* event) override;
@@ -113,6 +131,7 @@ private:
     int m_dropRow = -1;
     QPointer<TableBoxItem> m_joinCycleBox; // the box whose joins L goes through
     bool m_keyMoved = false;               // a box moved by keys since the last key release
+    quintptr m_reportedFocus = 0;          // the accessible focus last reported (an interface id)
     QPointer<TableBoxItem> m_hoverBox;
     QPointer<JoinLineItem> m_hoverJoin;
     QPixmap m_gridTile; // the canvas with one grid dot, in the current colours

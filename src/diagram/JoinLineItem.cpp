@@ -74,25 +74,24 @@ void JoinLineItem::setHovered(bool hovered) {
         m_badgeItem->update();
 }
 
-void JoinLineItem::updateToolTip() {
-    QString kept;
+QString JoinLineItem::keptRowsText() const {
     switch (m_join.type) {
     case JoinType::Inner:
-        kept = QStringLiteral("only matching rows");
-        break;
+        return QStringLiteral("only matching rows");
     case JoinType::Left:
-        kept = QStringLiteral("all rows of %1").arg(m_join.strLeftAlias);
-        break;
+        return QStringLiteral("all rows of %1").arg(m_join.strLeftAlias);
     case JoinType::Right:
-        kept = QStringLiteral("all rows of %1").arg(m_join.strRightAlias);
-        break;
+        return QStringLiteral("all rows of %1").arg(m_join.strRightAlias);
     case JoinType::Full:
-        kept = QStringLiteral("all rows of both tables");
         break;
     }
+    return QStringLiteral("all rows of both tables");
+}
+
+void JoinLineItem::updateToolTip() {
     setToolTip(QStringLiteral("%1.%2 = %3.%4\n%5: %6")
                    .arg(m_join.strLeftAlias, m_join.strLeftColumn, m_join.strRightAlias,
-                        m_join.strRightColumn, joinTypeName(m_join.type), kept));
+                        m_join.strRightColumn, joinTypeName(m_join.type), keptRowsText()));
 }
 
 void JoinLineItem::updateGeometry() {

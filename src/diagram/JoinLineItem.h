@@ -34,6 +34,8 @@ public:
     bool isLineSelected() const { return m_selected; }
     void setHovered(bool hovered);
     bool isHovered() const { return m_hovered; }
+    // Which rows the join keeps, in words: "only matching rows", "all rows of Orders", ...
+    QString keptRowsText() const;
     // True when the line's left-table end lies left of its right-table end on screen.
     bool leftEndIsLeftmost() const;
 

@@ -1,8 +1,11 @@
 #include "DiagramStyle.h"
 #include "DiagramView.h"
+#include "DiagramViewAccessible.h"
 #include "JoinLineItem.h"
+#include "TableBoxAccessible.h"
 #include "TableBoxItem.h"
 
+#include <QAccessible>
 #include <QActionGroup>
 #include <QEvent>
 #include <QGraphicsScene>
@@ -23,12 +26,23 @@ namespace {
 constexpr qreal kSceneMargin = 120;
 // Space kept between a new box and the edges of the view.
 constexpr qreal kViewMargin = 12;
+
+// Tells assistive technology that a box or join came or is about to go.
+void reportObject(QObject* object, QAccessible::Event type) {
+    if (!QAccessible::isActive())
+        return;
+    QAccessibleEvent event(object, type);
+    QAccessible::updateAccessibility(&event);
+}
 } // namespace
 
 dvTablesAndJoins::dvTablesAndJoins(QWidget* parent)
     : QWidget(parent),
       m_style(std::make_unique<DiagramStyle>(DiagramStyle::fromWidget(palette(), font()))),
       m_scene(new QGraphicsScene(this)), m_view(new DiagramView(this, m_scene, m_style.get())) {
+    installDiagramAccessibility();
+    setAccessibleName(QStringLiteral("Tables and joins"));
+    m_view->setObjectName(QStringLiteral("tablesAndJoinsView"));
     // Items are few and move one at a time; an index would only cost time on every move.
     m_scene->setItemIndexMethod(QGraphicsScene::NoIndex);
     auto* layout = new QVBoxLayout(this);
@@ -72,11 +86,13 @@ void dvTablesAndJoins::Clear() {
     selectItem(nullptr);
     for (JoinLineItem* join : m_joins) {
         m_view->forgetItem(join);
+        reportObject(join, QAccessible::ObjectDestroyed);
         delete join;
     }
     m_joins.clear();
     for (TableBoxItem* box : m_boxes) {
         m_view->forgetItem(box);
+        reportObject(box, QAccessible::ObjectDestroyed);
         delete box;
     }
     m_boxes.clear();
@@ -111,6 +127,7 @@ void dvTablesAndJoins::insertBox(TableBoxItem* item, const QPointF& pos) {
     if (!m_view->isVisible())
         m_unfitted.append(item);
     extendSceneRect(item->sceneBoundingRect());
+    reportObject(item, QAccessible::ObjectCreated);
 }
 
 bool dvTablesAndJoins::AddTable(const QString& definition, int left, int top, int width, int height,
@@ -335,8 +352,14 @@ QStringList dvTablesAndJoins::tableColumns(const QString& alias) const {
 }
 
 void dvTablesAndJoins::setColumnTicked(const QString& alias, const QString& column, bool ticked) {
-    if (TableBoxItem* b = box(alias))
-        b->setRowTicked(b->rowOfColumn(column), ticked);
+    TableBoxItem* b = box(alias);
+    const int row = b ? b->rowOfColumn(column) : -1;
+    if (row < 1 || b->isRowTicked(row) == ticked)
+        return;
+    b->setRowTicked(row, ticked);
+    QAccessible::State checked;
+    checked.checked = true;
+    TableBoxAccessible::notifyRowState(b, row, checked);
 }
 
 bool dvTablesAndJoins::isColumnTicked(const QString& alias, const QString& column) const {
@@ -349,7 +372,7 @@ void dvTablesAndJoins::setAllTicks(const QString& alias, const QStringList& tick
     if (!b)
         return;
     for (int row = 1; row < b->rowCount(); ++row)
-        b->setRowTicked(row, tickedColumns.contains(b->columnOfRow(row)));
+        setColumnTicked(alias, b->columnOfRow(row), tickedColumns.contains(b->columnOfRow(row)));
 }
 
 QRectF dvTablesAndJoins::tableSceneRect(const QString& alias) const {
@@ -427,6 +450,7 @@ void dvTablesAndJoins::selectTable(const QString& alias) {
     if (TableBoxItem* b = box(alias)) {
         selectItem(b);
         m_view->ensureVisible(b->sceneBoundingRect(), 20, 20);
+        m_view->reportAccessibleFocus();
     }
 }
 
@@ -436,8 +460,10 @@ QString dvTablesAndJoins::selectedTable() const {
 }
 
 void dvTablesAndJoins::selectJoin(int index) {
-    if (JoinLineItem* join = joinItem(index))
+    if (JoinLineItem* join = joinItem(index)) {
         selectItem(join);
+        m_view->reportAccessibleFocus();
+    }
 }
 
 int dvTablesAndJoins::selectedJoin() const {
@@ -611,6 +637,10 @@ JoinLineItem* dvTablesAndJoins::addJoinItem(const DiagramJoin& join, TableBoxIte
     left->attachJoin(item);
     right->attachJoin(item);
     extendSceneRect(item->sceneBoundingRect());
+    reportObject(item, QAccessible::ObjectCreated);
+    // The rows' descriptions say "joined" now.
+    TableBoxAccessible::notifyRowDescription(left, leftRow);
+    TableBoxAccessible::notifyRowDescription(right, rightRow);
     return item;
 }
 
@@ -618,6 +648,7 @@ void dvTablesAndJoins::deleteJoinItem(JoinLineItem* join) {
     if (m_selected == join)
         selectItem(nullptr);
     m_view->forgetItem(join);
+    reportObject(join, QAccessible::ObjectDestroyed);
     join->leftBox()->detachJoin(join);
     join->rightBox()->detachJoin(join);
     m_joins.removeOne(join);
@@ -628,6 +659,7 @@ void dvTablesAndJoins::deleteBoxItem(TableBoxItem* b) {
     if (m_selected == b)
         selectItem(nullptr);
     m_view->forgetItem(b);
+    reportObject(b, QAccessible::ObjectDestroyed);
     m_boxes.removeOne(b);
     delete b;
 }
@@ -708,6 +740,7 @@ void dvTablesAndJoins::showJoinMenu(JoinLineItem* join, const QPoint& globalPos)
     const DiagramJoin current = join->join();
     QMenu menu(this);
     menu.setObjectName(QStringLiteral("joinMenu"));
+    menu.setAccessibleName(QStringLiteral("Join"));
     auto* group = new QActionGroup(&menu);
     const JoinType types[] = {JoinType::Inner, JoinType::Left, JoinType::Right, JoinType::Full};
     for (JoinType type : types) {
@@ -747,6 +780,7 @@ void dvTablesAndJoins::showTableMenu(TableBoxItem* b, const QPoint& globalPos) {
     QPointer<TableBoxItem> guard(b);
     QMenu menu(this);
     menu.setObjectName(QStringLiteral("tableMenu"));
+    menu.setAccessibleName(QStringLiteral("Table %1").arg(b->alias()));
     QAction* all = menu.addAction(QStringLiteral("Add All Columns"));
     all->setObjectName(QStringLiteral("Add All Columns"));
     menu.addSeparator();
