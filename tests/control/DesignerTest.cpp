@@ -95,6 +95,19 @@ TEST(DesignerTest, SavedDocumentsOpenAgainWithTheSameQuery) {
     EXPECT_NE(sql.find("Orders.ShipCity AS ShipCity"), std::string::npos);
     EXPECT_EQ(readFile(saved).toStdString(), d.window->query()->ToXmlText(true));
 
+    // Edit > Undo takes the edit back; back at the saved state the mark goes.
+    d.chooseColumn("Orders", "OrderDate");
+    EXPECT_TRUE(d.window->blnModified());
+    auto* editMenu = d.window->findChild<QMenu*>("menuEdit");
+    ASSERT_NE(editMenu, nullptr);
+    ASSERT_FALSE(editMenu->actions().isEmpty());
+    editMenu->actions().first()->trigger();
+    EXPECT_FALSE(d.window->blnModified());
+    editMenu->actions().first()->trigger();
+    EXPECT_TRUE(d.window->blnModified());
+    editMenu->actions().at(1)->trigger();
+    EXPECT_FALSE(d.window->blnModified());
+
     Designer second;
     ASSERT_TRUE(second.window->OpenDocument(saved));
     EXPECT_EQ(second.window->control()->strSQL(), sql);

@@ -20,6 +20,7 @@
 #include <QSaveFile>
 #include <QStatusBar>
 #include <QToolBar>
+#include <QUndoStack>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,13 @@ DesignerWindow::DesignerWindow(PlatformServices services, QWidget* parent)
         // is now.
         m_beforeLoss.reset();
         setWindowModified(true);
+    });
+    connect(m_control, &uscMarovin::statusMessage, this,
+            [this](const QString& text) { statusBar()->showMessage(text, 8000); });
+    // Undoing back to what the file holds clears the unsaved mark again.
+    connect(m_control->undoStack(), &QUndoStack::cleanChanged, this, [this](bool clean) {
+        if (clean && m_blnCleanIsSaved)
+            setWindowModified(false);
     });
     m_control->setSQLQueryObject(m_query);
     setParameters(savedParameters());
@@ -88,6 +96,12 @@ void DesignerWindow::createMenus() {
     QAction* quitAction = file->addAction(tr("&Quit"), this, [this] { close(); });
     quitAction->setObjectName(QStringLiteral("actionQuit"));
     quitAction->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Q));
+
+    // The query builder's own history: its actions carry the keys inside the builder.
+    QMenu* editMenu = menuBar()->addMenu(tr("&Edit"));
+    editMenu->setObjectName(QStringLiteral("menuEdit"));
+    editMenu->addAction(m_control->undoAction());
+    editMenu->addAction(m_control->redoAction());
 
     // Alt+Q moves to the query builder's SQL view, so the menu's mnemonic is U.
     QMenu* query = menuBar()->addMenu(tr("Q&uery"));
@@ -215,6 +229,7 @@ void DesignerWindow::loadQueryAfterConnecting() {
         setWindowModified(beforeLoss ? beforeLoss->blnModified : modified);
         m_beforeLoss.reset();
     }
+    m_blnCleanIsSaved = !isWindowModified();
 }
 
 bool DesignerWindow::ProbeConnection(const cDbConnection& connection, QString& strError) {
@@ -270,6 +285,7 @@ bool DesignerWindow::setDocument(std::shared_ptr<cSQLQuery> query, const QString
     m_beforeLoss.reset();
     // A document that lost tables on loading is no longer what the file holds.
     setWindowModified(!m_control->missingTables().isEmpty());
+    m_blnCleanIsSaved = !isWindowModified();
     updateTitle();
     return true;
 }
@@ -350,6 +366,8 @@ bool DesignerWindow::SaveDocumentAs(const QString& strFileName) {
     m_strFileName = strFileName;
     m_beforeLoss.reset();
     setWindowModified(false);
+    m_control->undoStack()->setClean();
+    m_blnCleanIsSaved = true;
     updateTitle();
     return true;
 }

@@ -110,6 +110,9 @@ private:
 
     PlatformServices m_services;
     ColourScheme m_colourScheme = ColourScheme::System;
+    // Whether the query builder's unchanged state (its history's clean point) is what the file
+    // holds; not so after a load that lost tables.
+    bool m_blnCleanIsSaved = true;
     // The View > Colours entries, in the order of ColourScheme. Owned through the menu.
     std::array<QAction*, 3> m_colourActions{};
     std::shared_ptr<cDbConnection> m_connection;
