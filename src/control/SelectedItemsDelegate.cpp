@@ -12,6 +12,8 @@ namespace marovin {
 namespace {
 
 const char* const kRowProperty = "marovinRow";
+// Set on a drop-down while the choice is being moved with keys typed into the closed box.
+const char* const kKeyedProperty = "marovinKeyed";
 // The sort type shown in the drop-down for a row that is not sorted (the cell itself is blank).
 const char* const kUnsorted = "Unsorted";
 
@@ -37,8 +39,14 @@ QWidget* SelectedItemsDelegate::createEditor(QWidget* parent, const QStyleOption
         else
             combo->addItems({QString::fromLatin1(kUnsorted), QStringLiteral("Ascending"),
                              QStringLiteral("Descending")});
-        // Choosing an entry ends the edit at once, as a drop-down cell does.
+        // Choosing an entry from the open list ends the edit at once, as a drop-down cell does.
+        // Keys typed into the closed box (letters searching, arrows) only move the choice, so
+        // that "SU" reaches SUM; Enter or leaving the cell ends the edit.
         connect(combo, &QComboBox::activated, this, [this, combo] {
+            if (combo->property(kKeyedProperty).toBool()) {
+                combo->setProperty(kKeyedProperty, false);
+                return;
+            }
             emit const_cast<SelectedItemsDelegate*>(this)->commitData(combo);
             emit const_cast<SelectedItemsDelegate*>(this)->closeEditor(combo);
         });
@@ -92,6 +100,12 @@ bool SelectedItemsDelegate::AcceptsCharacter(QChar character, const QString& str
 }
 
 bool SelectedItemsDelegate::eventFilter(QObject* object, QEvent* event) {
+    if (event->type() == QEvent::KeyPress && qobject_cast<QComboBox*>(object) != nullptr) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        const bool ends = key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Tab ||
+                          key == Qt::Key_Backtab || key == Qt::Key_Escape;
+        object->setProperty(kKeyedProperty, !ends);
+    }
     // The typing rules are those of the alias; the drop-downs and the sort position keep theirs.
     if (event->type() == QEvent::KeyPress && qobject_cast<QLineEdit*>(object) != nullptr) {
         auto* key = static_cast<QKeyEvent*>(event);

@@ -42,12 +42,17 @@ TEST(SelectedItemsGridTest, HasTheFiveColumnsThenTheSortAndTheAggregationChoices
                                   "VAR", "VARP"}));
     EXPECT_EQ(combo->currentText(), "<none>");
 
-    // Choosing with the keyboard commits at once and aggregates the field.
+    // Typed letters search the list without ending the edit ("SU" passes STDEV on the way to
+    // SUM); Enter commits once and aggregates the field.
     h.changed = 0;
-    QTest::keyClick(combo, Qt::Key_Down);
-    EXPECT_EQ(h.cell(1, kAggregation), "AVG");
+    QTest::keyClicks(combo, "SU");
+    EXPECT_EQ(combo->currentText(), "SUM");
+    EXPECT_EQ(h.changed, 0);
+    QTest::keyClick(combo, Qt::Key_Return);
+    QApplication::processEvents();
+    EXPECT_EQ(h.cell(1, kAggregation), "SUM");
     EXPECT_EQ(h.changed, 1);
-    EXPECT_NE(h.control().strSQL().find("AVG(Orders.Freight) AS Freight"), std::string::npos);
+    EXPECT_NE(h.control().strSQL().find("SUM(Orders.Freight) AS Freight"), std::string::npos);
 }
 
 TEST(SelectedItemsGridTest, OnlyAliasAndAggregationCanBeEdited) {

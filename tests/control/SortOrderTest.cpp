@@ -30,12 +30,12 @@ std::string orderBy(ControlHarness& h) {
     return clause.toStdString();
 }
 
-// Chooses a sort type in the grid's drop-down by typing its first letter, which picks the entry
-// and ends the edit at once.
+// Chooses a sort type in the grid's drop-down by typing its first letter and Enter.
 void chooseSortType(ControlHarness& h, int row, const QString& type) {
     auto* combo = qobject_cast<QComboBox*>(h.startEdit(row, kSortType));
     ASSERT_NE(combo, nullptr);
     QTest::keyClicks(combo, type.left(1));
+    QTest::keyClick(combo, Qt::Key_Return);
     QApplication::processEvents();
 }
 
