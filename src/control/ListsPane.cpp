@@ -327,6 +327,17 @@ bool uscMarovin::handleListKey(QTreeWidget* list, QEvent* event) {
             EditSelectedExpression();
         return true;
     }
+    // Insert writes a new entry and Delete removes the selected one (after asking), as the
+    // buttons beside the list do.
+    if (press && key->modifiers() == Qt::NoModifier &&
+        (key->key() == Qt::Key_Insert || key->key() == Qt::Key_Delete)) {
+        const bool conditions = list == m_lvConditions;
+        if (key->key() == Qt::Key_Insert)
+            conditions ? AddCondition() : AddExpression();
+        else
+            conditions ? RemoveCondition() : RemoveExpression();
+        return true;
+    }
     if (list != m_lvConditions)
         return false;
     if (key->key() != Qt::Key_Q || !(key->modifiers() & Qt::ControlModifier))

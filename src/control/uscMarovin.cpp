@@ -239,7 +239,7 @@ void uscMarovin::setupViews() {
     m_cmdAddCondition->setObjectName(QStringLiteral("cmdAddCondition"));
     m_cmdAddCondition->setIcon(makeIcon(IconKind::Add));
     m_cmdAddCondition->setAccessibleName(tr("Add condition"));
-    m_cmdAddCondition->setToolTip(tr("Add condition"));
+    m_cmdAddCondition->setToolTip(tr("Add condition (Insert in the list)"));
     m_cmdEditCondition = new QPushButton(tr("Edit..."));
     m_cmdEditCondition->setObjectName(QStringLiteral("cmdEditCondition"));
     m_cmdEditCondition->setIcon(makeIcon(IconKind::Edit));
@@ -249,7 +249,7 @@ void uscMarovin::setupViews() {
     m_cmdRemoveCondition->setObjectName(QStringLiteral("cmdRemoveCondition"));
     m_cmdRemoveCondition->setIcon(makeIcon(IconKind::Remove));
     m_cmdRemoveCondition->setAccessibleName(tr("Remove condition"));
-    m_cmdRemoveCondition->setToolTip(tr("Remove condition"));
+    m_cmdRemoveCondition->setToolTip(tr("Remove condition (Delete in the list)"));
     // The buttons stand in a column beside the list, as in the grid's pane, so that the pane
     // stays narrow.
     auto* conditionButtons = new QVBoxLayout;
@@ -287,7 +287,7 @@ void uscMarovin::setupViews() {
     m_cmdAddExpression->setObjectName(QStringLiteral("cmdAddExpression"));
     m_cmdAddExpression->setIcon(makeIcon(IconKind::Add));
     m_cmdAddExpression->setAccessibleName(tr("Add calculated item"));
-    m_cmdAddExpression->setToolTip(tr("Add calculated item"));
+    m_cmdAddExpression->setToolTip(tr("Add calculated item (Insert in the list)"));
     m_cmdEditExpression = new QPushButton(tr("Edit..."));
     m_cmdEditExpression->setObjectName(QStringLiteral("cmdEditExpression"));
     m_cmdEditExpression->setIcon(makeIcon(IconKind::Edit));
@@ -297,7 +297,7 @@ void uscMarovin::setupViews() {
     m_cmdRemoveExpression->setObjectName(QStringLiteral("cmdRemoveExpression"));
     m_cmdRemoveExpression->setIcon(makeIcon(IconKind::Remove));
     m_cmdRemoveExpression->setAccessibleName(tr("Remove calculated item"));
-    m_cmdRemoveExpression->setToolTip(tr("Remove calculated item"));
+    m_cmdRemoveExpression->setToolTip(tr("Remove calculated item (Delete in the list)"));
     // The buttons stand in a column beside the list, as in the grid's pane, so that the pane
     // stays narrow.
     auto* expressionButtons = new QVBoxLayout;

@@ -188,6 +188,27 @@ TEST(ListsPaneTest, RemovingACalculatedItemAsksFirst) {
     EXPECT_EQ(h.control().strSQL().find("Twice"), std::string::npos);
 }
 
+TEST(ListsPaneTest, InsertWritesANewEntryAndDeleteRemovesTheSelectedOneAfterAsking) {
+    ControlHarness h;
+    h.load(kQuery);
+    const int conditions = h.conditions()->topLevelItemCount();
+    h.conditions()->setFocus();
+    {
+        ModalDriver driver = writeCondition("Orders.Freight > 5");
+        QTest::keyClick(h.conditions(), Qt::Key_Insert);
+        EXPECT_EQ(driver.dialogClass(), "marovin::frmConditionBuilder");
+    }
+    EXPECT_EQ(h.conditions()->topLevelItemCount(), conditions + 1);
+
+    h.expressions()->setFocus();
+    select(h.expressions(), 1);
+    h.box->QueueAnswer(MessageAnswer::Yes);
+    QTest::keyClick(h.expressions(), Qt::Key_Delete);
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown()[0].strCaption, "Remove Expression");
+    EXPECT_EQ(h.expressions()->topLevelItemCount(), 1);
+}
+
 TEST(ListsPaneTest, CtrlQSwitchesAConditionOnlyWhileParametersAreSet) {
     ControlHarness h;
     h.load(kQuery);
