@@ -76,8 +76,13 @@ public:
     void Clear();
 
 private:
-    std::string joinChain() const;
-    std::string filterClause(const char* keyword, bool aggregated) const;
+    // Each appends its clause (nothing when the clause is empty) to one text, so that the
+    // statement is written into a single buffer.
+    void appendSelect(std::string& out) const;
+    void appendFrom(std::string& out) const;
+    void appendFilters(std::string& out, const char* keyword, bool aggregated) const;
+    void appendGroupBy(std::string& out) const;
+    void appendOrderBy(std::string& out);
     void writeDocument(pugi::xml_node root) const;
     void readDocument(pugi::xml_node root);
 

@@ -3,7 +3,11 @@
 #include "marovin/ModelError.h"
 #include "marovin/Utilities.h"
 
+#include <deque>
+#include <iterator>
+#include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace marovin {
 
@@ -11,24 +15,57 @@ namespace {
 
 constexpr std::string_view kItemIndent = "     ";
 
-std::string tableOfJoin(const std::shared_ptr<cTable>& table, const char* side) {
-    if (!table)
-        throw ModelError(std::string("A join has no ") + side + " table");
-    return table->strFullTableName();
-}
+// The names of the tables met while rendering FROM, each table's name rendered once (a sub-query
+// table renders its whole statement for it).
+class TableNameCache {
+public:
+    // The name as written in FROM.
+    const std::string& Full(const cTable& table) { return entry(table).full; }
+    // The name without surrounding blanks, as the join chain writes it. Throws ModelError when
+    // the join has no table on that side.
+    std::string_view Trimmed(const std::shared_ptr<cTable>& table, const char* side) {
+        if (!table)
+            throw ModelError(std::string("A join has no ") + side + " table");
+        Names& names = entry(*table);
+        if (!names.hasJoinNames) {
+            names.trimmed = Trim(names.full);
+            names.folded = FoldKey(names.trimmed);
+            names.hasJoinNames = true;
+        }
+        return names.trimmed;
+    }
+    // The trimmed name folded for comparison without regard to case (after Trimmed).
+    std::string_view Folded(const cTable& table) { return entry(table).folded; }
 
-// A set of names compared without regard to letter case that refuses a name given twice, like
-// the keyed collections.
+private:
+    struct Names {
+        std::string full;
+        std::string trimmed;
+        std::string folded;
+        bool hasJoinNames = false;
+    };
+    Names& entry(const cTable& table) {
+        auto it = m_names.find(&table);
+        if (it == m_names.end())
+            it = m_names.emplace(&table, Names{table.strFullTableName(), {}, {}, false}).first;
+        return it->second;
+    }
+    // Node-based, so the names stay where they are while the map grows.
+    std::unordered_map<const cTable*, Names> m_names;
+};
+
+// A set of folded names that refuses a name given twice, like the keyed collections.
 class NameSet {
 public:
-    bool Contains(const std::string& name) const { return m_names.count(FoldKey(name)) != 0; }
-    void Add(const std::string& name) {
-        if (!m_names.insert(FoldKey(name)).second)
-            throw ModelError("Duplicate key \"" + name + "\": the key is already in use");
+    bool Contains(std::string_view folded) const { return m_names.count(folded) != 0; }
+    void Add(std::string_view folded, std::string_view name) {
+        if (!m_names.insert(folded).second)
+            throw ModelError("Duplicate key \"" + std::string(name) +
+                             "\": the key is already in use");
     }
 
 private:
-    std::unordered_set<std::string> m_names;
+    std::unordered_set<std::string_view> m_names;
 };
 
 const char* joinKeyword(const cJoinCondition& join) {
@@ -61,62 +98,78 @@ void cSQLQuery::Clear() {
 }
 
 std::string cSQLQuery::strSelect() const {
+    std::string text;
+    appendSelect(text);
+    return text;
+}
+
+void cSQLQuery::appendSelect(std::string& out) const {
     if (m_SelectedItems->Count() == 0 && m_CalculatedItems->Count() == 0)
-        return {};
-    std::string result = "SELECT";
+        return;
+    out += "SELECT";
     if (m_blnUniqueRecordsOnly)
-        result += " DISTINCT";
-    result += kCrLf;
+        out += " DISTINCT";
+    out += kCrLf;
     bool first = true;
     auto add = [&](const std::string& piece) {
         if (first) {
-            result += kItemIndent;
             first = false;
         } else {
-            result += ", ";
-            result += kCrLf;
-            result += kItemIndent;
+            out += ", ";
+            out += kCrLf;
         }
-        result += piece;
+        out += kItemIndent;
+        out += piece;
     };
     for (const auto& item : *m_SelectedItems)
         add(item->strFullFieldName());
     for (const auto& item : *m_CalculatedItems)
         add(item->strFullName());
-    return result;
 }
 
-std::string cSQLQuery::filterClause(const char* keyword, bool aggregated) const {
-    if (m_Filters->Count() == 0)
-        return {};
-    std::string result = keyword;
-    result += kCrLf;
+void cSQLQuery::appendFilters(std::string& out, const char* keyword, bool aggregated) const {
+    const size_t start = out.size();
     bool any = false;
     for (const auto& filter : *m_Filters) {
         if (!filter->blnIsActive() ||
             ContainsAggregateFunction(filter->strCondition()) != aggregated)
             continue;
         if (!any) {
-            result += "      ";
+            out += keyword;
+            out += kCrLf;
+            out += "      ";
             any = true;
         } else {
-            result += kCrLf;
-            result += "  AND ";
+            out += kCrLf;
+            out += "  AND ";
         }
-        result += "(" + filter->strCondition() + ")";
+        out += '(';
+        out += filter->strCondition();
+        out += ')';
     }
-    return any ? result : std::string();
+    if (!any)
+        out.resize(start);
 }
 
 std::string cSQLQuery::strWhere() const {
-    return filterClause("WHERE", false);
+    std::string text;
+    appendFilters(text, "WHERE", false);
+    return text;
 }
 
 std::string cSQLQuery::strHaving() const {
-    return filterClause("HAVING", true);
+    std::string text;
+    appendFilters(text, "HAVING", true);
+    return text;
 }
 
 std::string cSQLQuery::strGroupBy() const {
+    std::string text;
+    appendGroupBy(text);
+    return text;
+}
+
+void cSQLQuery::appendGroupBy(std::string& out) const {
     bool needed = false;
     for (const auto& item : *m_SelectedItems) {
         if (!item->strAggregationFunction().empty()) {
@@ -133,26 +186,47 @@ std::string cSQLQuery::strGroupBy() const {
         }
     }
     if (!needed)
-        return {};
-    const std::string separator = std::string(",") + std::string(kCrLf) + std::string(kItemIndent);
-    std::string list;
+        return;
+    const size_t start = out.size();
+    out += "GROUP BY";
+    out += kCrLf;
+    out += kItemIndent;
+    const size_t listStart = out.size();
+    // Like AppendWithSeparator: the separator goes before every piece once the list holds text,
+    // so empty pieces at the start of the list leave no trace.
+    auto add = [&](std::string_view piece) {
+        if (out.size() != listStart) {
+            out += ',';
+            out += kCrLf;
+            out += kItemIndent;
+        }
+        out += piece;
+    };
     for (const auto& item : *m_SelectedItems) {
         if (item->strAggregationFunction().empty())
-            AppendWithSeparator(list, QuoteIdentifier(item->strName()), separator);
+            add(QuoteIdentifier(item->strName()));
     }
     for (const auto& item : *m_CalculatedItems) {
         if (!ContainsAggregateFunction(item->strComputation()))
-            AppendWithSeparator(list, item->strComputation(), separator);
+            add(item->strComputation());
     }
-    if (list.empty())
-        return {};
-    return "GROUP BY" + std::string(kCrLf) + std::string(kItemIndent) + list;
+    if (out.size() == listStart)
+        out.resize(start);
 }
 
 std::string cSQLQuery::strOrderBy() {
+    std::string text;
+    appendOrderBy(text);
+    return text;
+}
+
+void cSQLQuery::appendOrderBy(std::string& out) {
     if (m_OrderByItems->Count() == 0)
-        return {};
-    std::string result = "ORDER BY" + std::string(kCrLf) + std::string(kItemIndent);
+        return;
+    const size_t start = out.size();
+    out += "ORDER BY";
+    out += kCrLf;
+    out += kItemIndent;
     bool first = true;
     // Walking from the last entry to the first is what puts the sort entries into the statement
     // in reverse order; entries that name no output any more are dropped from the query.
@@ -178,82 +252,111 @@ std::string cSQLQuery::strOrderBy() {
             m_OrderByItems->Remove(pos);
             continue;
         }
-        std::string piece = name;
-        AppendWithSeparator(piece, entry->strSortOrder(), " ");
         if (!first) {
-            result += ",";
-            result += kCrLf;
-            result += kItemIndent;
+            out += ',';
+            out += kCrLf;
+            out += kItemIndent;
         }
-        result += piece;
+        out += name;
+        if (!name.empty())
+            out += ' ';
+        out += entry->strSortOrder();
         first = false;
     }
-    return first ? std::string() : result;
-}
-
-std::string cSQLQuery::joinChain() const {
-    std::string chain;
-    NameSet seen;
-    for (const auto& join : *m_JoinConditions) {
-        const std::string leftName = Trim(tableOfJoin(join->LeftTable(), "left"));
-        const std::string rightName = Trim(tableOfJoin(join->RightTable(), "right"));
-
-        const bool leftIsChain = !chain.empty() && seen.Contains(leftName);
-        if (!leftIsChain)
-            seen.Add(leftName);
-        const bool rightIsChain = !chain.empty() && seen.Contains(rightName);
-        if (!rightIsChain)
-            seen.Add(rightName);
-
-        // Each join replaces the chain: the previous chain survives only where one of the join's
-        // tables was seen before. Appending in place keeps a long chain of joins linear.
-        std::string tail = " ";
-        tail += kCrLf;
-        tail += joinKeyword(*join);
-        tail += " ";
-        tail += rightIsChain ? chain : rightName;
-        tail += kCrLf;
-        tail += "     ON ";
-        tail += join->strCondition();
-        if (leftIsChain)
-            chain += tail;
-        else
-            chain = leftName + tail;
-    }
-    return chain;
+    if (first)
+        out.resize(start);
 }
 
 std::string cSQLQuery::strFrom() const {
-    if (m_SelectedItems->Count() == 0 && m_CalculatedItems->Count() == 0)
-        return {};
-    if (m_Tables->Count() == 0)
-        return {};
-    if (m_Tables->Count() == 1) {
-        return "FROM " + std::string(kCrLf) + std::string(kItemIndent) +
-               m_Tables->Item(1)->strFullTableName();
-    }
-    std::string result = "FROM" + std::string(kCrLf) + std::string(kItemIndent) + joinChain();
+    std::string text;
+    appendFrom(text);
+    return text;
+}
 
-    std::unordered_set<std::string> joinedNames;
+void cSQLQuery::appendFrom(std::string& out) const {
+    if (m_SelectedItems->Count() == 0 && m_CalculatedItems->Count() == 0)
+        return;
+    if (m_Tables->Count() == 0)
+        return;
+    if (m_Tables->Count() == 1) {
+        out += "FROM ";
+        out += kCrLf;
+        out += kItemIndent;
+        out += m_Tables->Item(1)->strFullTableName();
+        return;
+    }
+
+    // The chain of joins as a list of pieces. A join that continues the chain on its left side
+    // extends it at the end; one that continues it on its right side wraps it (its left table and
+    // keyword go in front, its condition after); one that meets the chain on neither side starts
+    // a new chain, and one that meets it on both sides repeats it. Keeping pieces instead of text
+    // means that wrapping never copies the chain.
+    TableNameCache names;
+    std::deque<std::string_view> chain;
+    NameSet seen;
     for (const auto& join : *m_JoinConditions) {
-        joinedNames.insert(tableOfJoin(join->LeftTable(), "left"));
-        joinedNames.insert(tableOfJoin(join->RightTable(), "right"));
+        const std::string_view leftName = names.Trimmed(join->LeftTable(), "left");
+        const std::string_view rightName = names.Trimmed(join->RightTable(), "right");
+
+        const bool leftIsChain = !chain.empty() && seen.Contains(names.Folded(*join->LeftTable()));
+        if (!leftIsChain)
+            seen.Add(names.Folded(*join->LeftTable()), leftName);
+        const bool rightIsChain =
+            !chain.empty() && seen.Contains(names.Folded(*join->RightTable()));
+        if (!rightIsChain)
+            seen.Add(names.Folded(*join->RightTable()), rightName);
+
+        const std::string_view head[] = {" \r\n", joinKeyword(*join), " "};
+        const std::string_view tail[] = {"\r\n     ON ", join->strCondition()};
+        if (leftIsChain && rightIsChain) {
+            const std::vector<std::string_view> copy(chain.begin(), chain.end());
+            chain.insert(chain.end(), std::begin(head), std::end(head));
+            chain.insert(chain.end(), copy.begin(), copy.end());
+        } else if (leftIsChain) {
+            chain.insert(chain.end(), std::begin(head), std::end(head));
+            chain.push_back(rightName);
+        } else if (rightIsChain) {
+            chain.insert(chain.begin(), std::begin(head), std::end(head));
+            chain.push_front(leftName);
+        } else {
+            chain.clear();
+            chain.push_back(leftName);
+            chain.insert(chain.end(), std::begin(head), std::end(head));
+            chain.push_back(rightName);
+        }
+        chain.insert(chain.end(), std::begin(tail), std::end(tail));
+    }
+
+    size_t length = 0;
+    for (const auto piece : chain)
+        length += piece.size();
+    out.reserve(out.size() + length + 16);
+    out += "FROM";
+    out += kCrLf;
+    out += kItemIndent;
+    for (const auto piece : chain)
+        out += piece;
+
+    // Every join had both tables (the chain would have thrown otherwise), so their names are
+    // known; tables named in no join follow as cross joins.
+    std::unordered_set<std::string_view> joinedNames;
+    for (const auto& join : *m_JoinConditions) {
+        joinedNames.insert(names.Full(*join->LeftTable()));
+        joinedNames.insert(names.Full(*join->RightTable()));
     }
     long counter = m_JoinConditions->Count();
     for (const auto& table : *m_Tables) {
-        const std::string fullName = table->strFullTableName();
+        const std::string& fullName = names.Full(*table);
         if (joinedNames.count(fullName) != 0)
             continue;
-        if (counter == 0) {
-            result += fullName;
-        } else {
-            result += kCrLf;
-            result += kItemIndent;
-            result += "CROSS JOIN " + fullName;
+        if (counter != 0) {
+            out += kCrLf;
+            out += kItemIndent;
+            out += "CROSS JOIN ";
         }
+        out += fullName;
         ++counter;
     }
-    return result;
 }
 
 std::string cSQLQuery::strSQL() {
