@@ -68,6 +68,30 @@ private:
     std::unordered_set<std::string_view> m_names;
 };
 
+// Replaces every typed line break token by a blank, then collapses each run of line breaks to
+// one, in place and in one pass: the text written so far is already collapsed, so a line break
+// that lands right after another is taken back.
+void finishStatementText(std::string& text) {
+    char* data = text.data();
+    const size_t size = text.size();
+    size_t write = 0;
+    size_t read = 0;
+    while (read < size) {
+        char c = data[read];
+        if (c == '{' && std::string_view(data + read, size - read).starts_with(kNewlineToken)) {
+            c = ' ';
+            read += kNewlineToken.size();
+        } else {
+            ++read;
+        }
+        data[write++] = c;
+        if (c == '\n' && write >= 4 && data[write - 2] == '\r' && data[write - 3] == '\n' &&
+            data[write - 4] == '\r')
+            write -= 2;
+    }
+    text.resize(write);
+}
+
 const char* joinKeyword(const cJoinCondition& join) {
     const bool left = join.blnIncludeAllRowsOfLeftTable();
     const bool right = join.blnIncludeAllRowsOfRightTable();
@@ -360,14 +384,27 @@ void cSQLQuery::appendFrom(std::string& out) const {
 }
 
 std::string cSQLQuery::strSQL() {
-    std::string result = strSelect();
-    AppendWithSeparator(result, strFrom(), kCrLf);
-    AppendWithSeparator(result, strWhere(), kCrLf);
-    AppendWithSeparator(result, strGroupBy(), kCrLf);
-    AppendWithSeparator(result, strHaving(), kCrLf);
-    AppendWithSeparator(result, strOrderBy(), kCrLf);
-    result = ReplaceAll(result, kNewlineToken, " ");
-    return CollapseRepeatedSeparator(std::move(result), kCrLf);
+    // The clauses go into one text, separated by line breaks (an empty clause still adds its
+    // break once there is text); then one pass turns typed line breaks into blanks and collapses
+    // repeated line breaks.
+    std::string text;
+    appendSelect(text);
+    const auto nextClause = [&text] {
+        if (!text.empty())
+            text += kCrLf;
+    };
+    nextClause();
+    appendFrom(text);
+    nextClause();
+    appendFilters(text, "WHERE", false);
+    nextClause();
+    appendGroupBy(text);
+    nextClause();
+    appendFilters(text, "HAVING", true);
+    nextClause();
+    appendOrderBy(text);
+    finishStatementText(text);
+    return text;
 }
 
 } // namespace marovin
