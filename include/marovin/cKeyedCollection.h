@@ -61,6 +61,29 @@ public:
         }
     }
 
+    // Removes every entry for which remove(item) is true, in one pass; the others keep their
+    // order. The predicate sees every entry before any is dropped.
+    template <class Predicate> void RemoveIf(Predicate remove) {
+        std::vector<char> drop(m_items.size());
+        for (size_t i = 0; i < m_items.size(); ++i)
+            drop[i] = remove(static_cast<const ItemPtr&>(m_items[i])) ? 1 : 0;
+        size_t kept = 0;
+        for (size_t i = 0; i < m_items.size(); ++i) {
+            if (drop[i]) {
+                if (!m_keys[i].empty())
+                    m_byKey.erase(FoldKey(m_keys[i]));
+                continue;
+            }
+            if (kept != i) {
+                m_items[kept] = std::move(m_items[i]);
+                m_keys[kept] = std::move(m_keys[i]);
+            }
+            ++kept;
+        }
+        m_items.resize(kept);
+        m_keys.resize(kept);
+    }
+
     // The items in insertion order (a snapshot).
     std::vector<ItemPtr> NewEnum() const { return m_items; }
     // Drops every entry.

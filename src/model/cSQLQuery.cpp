@@ -247,35 +247,45 @@ std::string cSQLQuery::strOrderBy() {
 void cSQLQuery::appendOrderBy(std::string& out) {
     if (m_OrderByItems->Count() == 0)
         return;
+    // The names the entries ask for, each marked once an output answers to it (a selected item
+    // by name or alias, a calculated item by name; exact comparison). The outputs are read once,
+    // and no further than needed to answer every name.
+    std::unordered_map<std::string_view, bool> answered;
+    for (const auto& entry : *m_OrderByItems)
+        answered.emplace(entry->strItem(), false);
+    size_t open = answered.size();
+    const auto answer = [&](std::string_view name) {
+        const auto it = answered.find(name);
+        if (it != answered.end() && !it->second) {
+            it->second = true;
+            --open;
+        }
+    };
+    // The calculated items first: they are fewer, and their names cost nothing to read.
+    for (const auto& item : *m_CalculatedItems) {
+        if (open == 0)
+            break;
+        answer(item->strName());
+    }
+    for (const auto& item : *m_SelectedItems) {
+        if (open == 0)
+            break;
+        answer(item->strName());
+        answer(item->strAlias());
+    }
+
     const size_t start = out.size();
     out += "ORDER BY";
     out += kCrLf;
     out += kItemIndent;
     bool first = true;
     // Walking from the last entry to the first is what puts the sort entries into the statement
-    // in reverse order; entries that name no output any more are dropped from the query.
-    for (long pos = m_OrderByItems->Count(); pos >= 1; --pos) {
-        const auto entry = m_OrderByItems->Item(pos);
-        const std::string& name = entry->strItem();
-        bool found = false;
-        for (const auto& item : *m_SelectedItems) {
-            if (item->strName() == name || item->strAlias() == name) {
-                found = true;
-                break;
-            }
-        }
-        if (!found) {
-            for (const auto& item : *m_CalculatedItems) {
-                if (item->strName() == name) {
-                    found = true;
-                    break;
-                }
-            }
-        }
-        if (!found) {
-            m_OrderByItems->Remove(pos);
+    // in reverse order.
+    for (auto it = m_OrderByItems->end(); it != m_OrderByItems->begin();) {
+        const cOrderByItem& entry = **--it;
+        const std::string& name = entry.strItem();
+        if (!answered.find(name)->second)
             continue;
-        }
         if (!first) {
             out += ',';
             out += kCrLf;
@@ -284,11 +294,17 @@ void cSQLQuery::appendOrderBy(std::string& out) {
         out += name;
         if (!name.empty())
             out += ' ';
-        out += entry->strSortOrder();
+        out += entry.strSortOrder();
         first = false;
     }
     if (first)
         out.resize(start);
+    // Entries that name no output any more are dropped from the query.
+    if (open != 0) {
+        m_OrderByItems->RemoveIf([&answered](const std::shared_ptr<cOrderByItem>& entry) {
+            return !answered.find(entry->strItem())->second;
+        });
+    }
 }
 
 std::string cSQLQuery::strFrom() const {

@@ -76,6 +76,25 @@ TEST(KeyedCollection, RemoveShiftsLaterEntriesAndFreesTheKey) {
     EXPECT_EQ(items.Item("A")->strName(), "again");
 }
 
+TEST(KeyedCollection, RemoveIfKeepsOrderAndKeysOfTheRest) {
+    cCalculatedItems items;
+    items.Add("a")->setStrName("A");
+    items.Add()->setStrName("B");
+    items.Add("c")->setStrName("C");
+    items.Add("d")->setStrName("D");
+    items.RemoveIf([](const std::shared_ptr<cCalculatedItem>& item) {
+        return item->strName() == "A" || item->strName() == "C";
+    });
+    EXPECT_EQ(names(items), (std::vector<std::string>{"B", "D"}));
+    EXPECT_EQ(items.KeyAt(1), "");
+    EXPECT_EQ(items.KeyAt(2), "d");
+    EXPECT_EQ(items.Item("D")->strName(), "D");
+    EXPECT_FALSE(items.HasKey("a"));
+    EXPECT_FALSE(items.HasKey("c"));
+    items.Add("C")->setStrName("again");
+    EXPECT_EQ(items.Item(3)->strName(), "again");
+}
+
 TEST(KeyedCollection, EnumerationAndClear) {
     cJoinConditions joins;
     auto first = joins.Add();
