@@ -85,37 +85,60 @@ std::string CollapseRepeatedSeparator(std::string text, std::string_view separat
 }
 
 bool ContainsAggregateFunction(std::string_view expression) {
-    std::string squeezed;
-    squeezed.reserve(expression.size());
-    for (char c : expression) {
-        if (c != ' ')
-            squeezed += c;
-    }
-    squeezed = ToUpperAscii(squeezed);
-    for (const auto& name : AggregationFunctionNames()) {
-        if (squeezed.find(name + "(") != std::string::npos)
-            return true;
+    // The same as searching the text without blanks, in upper case, for a name followed by "(":
+    // before every "(", the characters other than blanks are compared with each name from its
+    // end. Nothing is copied.
+    const auto& names = AggregationFunctionNames();
+    for (size_t paren = expression.find('('); paren != std::string_view::npos;
+         paren = expression.find('(', paren + 1)) {
+        for (const auto& name : names) {
+            size_t pos = paren;
+            size_t matched = 0;
+            while (matched < name.size()) {
+                while (pos > 0 && expression[pos - 1] == ' ')
+                    --pos;
+                if (pos == 0)
+                    break;
+                char c = expression[pos - 1];
+                if (c >= 'a' && c <= 'z')
+                    c = static_cast<char>(c - 'a' + 'A');
+                if (c != name[name.size() - 1 - matched])
+                    break;
+                --pos;
+                ++matched;
+            }
+            if (matched == name.size())
+                return true;
+        }
     }
     return false;
 }
 
 std::string QuoteIdentifier(std::string_view name) {
-    const std::string trimmed = Trim(name);
-    if (trimmed.empty())
+    const auto first = name.find_first_not_of(' ');
+    if (first == std::string_view::npos)
         return {};
+    const std::string_view trimmed = name.substr(first, name.find_last_not_of(' ') - first + 1);
     std::string result;
-    bool first = true;
-    for (const auto& piece : Split(trimmed, ".")) {
-        std::string quoted = piece;
+    result.reserve(trimmed.size() + 2);
+    size_t start = 0;
+    while (true) {
+        const auto dot = trimmed.find('.', start);
+        const std::string_view piece =
+            trimmed.substr(start, dot == std::string_view::npos ? dot : dot - start);
         const bool bracketed = !piece.empty() && piece.front() == '[' && piece.back() == ']';
-        if (piece.find(' ') != std::string::npos && !bracketed)
-            quoted = "[" + piece + "]";
-        if (!first)
-            result += '.';
-        result += quoted;
-        first = false;
+        if (piece.find(' ') != std::string_view::npos && !bracketed) {
+            result += '[';
+            result += piece;
+            result += ']';
+        } else {
+            result += piece;
+        }
+        if (dot == std::string_view::npos)
+            return result;
+        result += '.';
+        start = dot + 1;
     }
-    return result;
 }
 
 std::string StripBrackets(std::string_view text) {

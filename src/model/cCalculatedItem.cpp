@@ -5,9 +5,14 @@
 namespace marovin {
 
 std::string cCalculatedItem::strFullName() const {
-    if (Trim(m_strName).empty())
+    if (m_strName.find_first_not_of(' ') == std::string::npos)
         return m_strComputation;
-    return m_strComputation + " AS " + m_strName;
+    std::string result;
+    result.reserve(m_strComputation.size() + 4 + m_strName.size());
+    result += m_strComputation;
+    result += " AS ";
+    result += m_strName;
+    return result;
 }
 
 } // namespace marovin

@@ -5,9 +5,17 @@
 #include "marovin/cSQLQuery.h"
 
 namespace marovin {
+namespace {
+
+// True when the text is empty or only blanks (what Trim would make empty), without copying it.
+bool isBlank(const std::string& text) {
+    return text.find_first_not_of(' ') == std::string::npos;
+}
+
+} // namespace
 
 std::string cTable::strAlias() const {
-    return Trim(m_strAlias).empty() ? LastNamePart(m_strName) : m_strAlias;
+    return isBlank(m_strAlias) ? LastNamePart(m_strName) : m_strAlias;
 }
 
 void cTable::setStrName(const std::string& value) {
@@ -19,10 +27,12 @@ void cTable::setStrName(const std::string& value) {
 std::string cTable::strFullTableName() const {
     if (!m_blnIsSubQuery) {
         std::string result = QuoteIdentifier(m_strName);
-        if (!Trim(m_strAlias).empty()) {
+        if (!isBlank(m_strAlias)) {
             const std::string alias = QuoteIdentifier(m_strAlias);
-            if (alias != result)
-                result += " AS " + alias;
+            if (alias != result) {
+                result += " AS ";
+                result += alias;
+            }
         }
         return result;
     }

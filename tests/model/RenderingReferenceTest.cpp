@@ -41,6 +41,39 @@ std::string naiveCollapse(std::string text) {
     return text;
 }
 
+bool refContainsAggregate(const std::string& expression) {
+    std::string squeezed;
+    for (char c : expression) {
+        if (c != ' ')
+            squeezed += c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    }
+    for (const char* name : {"AVG", "COUNT", "MAX", "MIN", "STDEV", "STDEVP", "SUM", "VAR", "VARP"})
+        if (squeezed.find(std::string(name) + "(") != std::string::npos)
+            return true;
+    return false;
+}
+
+std::string refQuoteIdentifier(const std::string& name) {
+    const std::string trimmed = Trim(name);
+    if (trimmed.empty())
+        return "";
+    std::vector<std::string> pieces(1);
+    for (char c : trimmed) {
+        if (c == '.')
+            pieces.emplace_back();
+        else
+            pieces.back() += c;
+    }
+    std::string result;
+    for (size_t i = 0; i < pieces.size(); ++i) {
+        const std::string& piece = pieces[i];
+        const bool bracketed = !piece.empty() && piece.front() == '[' && piece.back() == ']';
+        result += (i == 0 ? "" : ".") +
+                  (piece.find(' ') != std::string::npos && !bracketed ? "[" + piece + "]" : piece);
+    }
+    return result;
+}
+
 std::string refTableName(const std::shared_ptr<cTable>& table, const char* side) {
     if (!table)
         throw ModelError(std::string("A join has no ") + side + " table");
@@ -69,8 +102,7 @@ std::string refSelect(const cSQLQuery& q) {
 std::string refFilters(const cSQLQuery& q, const std::string& keyword, bool aggregated) {
     std::vector<std::string> conditions;
     for (const auto& filter : *q.Filters()) {
-        if (filter->blnIsActive() &&
-            ContainsAggregateFunction(filter->strCondition()) == aggregated)
+        if (filter->blnIsActive() && refContainsAggregate(filter->strCondition()) == aggregated)
             conditions.push_back("(" + filter->strCondition() + ")");
     }
     if (conditions.empty())
@@ -86,17 +118,18 @@ std::string refGroupBy(const cSQLQuery& q) {
     for (const auto& item : *q.SelectedItems())
         needed = needed || !item->strAggregationFunction().empty();
     for (const auto& item : *q.CalculatedItems())
-        needed = needed || ContainsAggregateFunction(item->strComputation());
+        needed = needed || refContainsAggregate(item->strComputation());
     if (!needed)
         return "";
     std::string list;
     for (const auto& item : *q.SelectedItems()) {
         if (item->strAggregationFunction().empty())
-            list = list.empty() ? QuoteIdentifier(item->strName())
-                                : list + "," + kBreak + kIndent + QuoteIdentifier(item->strName());
+            list = list.empty()
+                       ? refQuoteIdentifier(item->strName())
+                       : list + "," + kBreak + kIndent + refQuoteIdentifier(item->strName());
     }
     for (const auto& item : *q.CalculatedItems()) {
-        if (!ContainsAggregateFunction(item->strComputation()))
+        if (!refContainsAggregate(item->strComputation()))
             list = list.empty() ? item->strComputation()
                                 : list + "," + kBreak + kIndent + item->strComputation();
     }
@@ -434,6 +467,27 @@ TEST(RenderingReference, LongChainsOfJoins) {
     for (uint32_t seed = 1; seed <= 6; ++seed)
         expectSameRendering([seed] { return chainQuery(seed, 300); },
                             "chain seed " + std::to_string(seed));
+}
+
+TEST(RenderingReference, AggregateTestAndQuotingOnGeneratedTexts) {
+    const std::array<const char*, 18> tokens = {"sum", "SUM", "Max", "var", "VARP", "stdev",
+                                                " ",   "(",   ")",   ".",   "[",    "]",
+                                                "x",   "a b", "\t",  "co",  "unt",  "MY"};
+    std::mt19937 random(7);
+    int aggregates = 0, bracketed = 0;
+    for (int i = 0; i < 5000; ++i) {
+        std::string text;
+        for (int n = static_cast<int>(random() % 7); n > 0; --n)
+            text += tokens[random() % tokens.size()];
+        const bool aggregate = refContainsAggregate(text);
+        EXPECT_EQ(ContainsAggregateFunction(text), aggregate) << "\"" << text << "\"";
+        const std::string quoted = refQuoteIdentifier(text);
+        EXPECT_EQ(QuoteIdentifier(text), quoted) << "\"" << text << "\"";
+        aggregates += aggregate ? 1 : 0;
+        bracketed += quoted.size() > Trim(text).size() ? 1 : 0;
+    }
+    EXPECT_GT(aggregates, 100);
+    EXPECT_GT(bracketed, 200);
 }
 
 TEST(RenderingReference, GeneratedQueriesCoverTheCases) {
