@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QPainterPath>
 #include <QPoint>
 #include <QPointer>
 #include <QRectF>
@@ -186,6 +187,9 @@ public:
     QPoint closeButtonPoint(const QString& alias);
     QPoint resizeGripPoint(const QString& alias); // bottom-right corner of the box
     QPoint joinPoint(int index);                  // the badge in the middle of the line
+    // The line of join `index` as drawn, in scene coordinates: a curve, or a way around the
+    // boxes in between with rounded corners. Empty for a bad index.
+    QPainterPath joinPath(int index) const;
 
 signals:
     // The user dropped a column onto a column of another box. joinText is the five-line join
@@ -247,6 +251,10 @@ private:
                               TableBoxItem* right, int rightRow);
     void deleteJoinItem(JoinLineItem* join);
     void deleteBoxItem(TableBoxItem* box);
+    // Re-routes the lines (of other boxes) that ran where a box was or now is.
+    void rerouteAround(const TableBoxItem* moved, const QRectF& before);
+    // Recomputes every line (after many boxes moved at once).
+    void rerouteAll();
     void requestJoinFromDrag(TableBoxItem* from, int fromRow, TableBoxItem* to, int toRow,
                              JoinType type);
     // True when a join drawn from one box onto the other is recorded the other way round.
@@ -272,6 +280,7 @@ private:
     QObject* m_selected = nullptr; // Not owned: a box of m_boxes, a line of m_joins, or null.
     QList<QPointer<TableBoxItem>> m_unfitted; // Not owned: boxes added while the view was hidden
     qreal m_nextZ = 1;
+    bool m_movingMany = false; // boxes are moved together; the lines follow once at the end
     QString m_placeholderText;
 };
 

@@ -2,6 +2,7 @@
 
 #include "DiagramStyle.h"
 #include "JoinBadgeItem.h"
+#include "JoinRouter.h"
 #include "TableBoxItem.h"
 
 #include <QGraphicsScene>
@@ -14,12 +15,16 @@ namespace marovin {
 
 namespace {
 constexpr qreal kMarkerSize = 8;
+// Room kept between a routed line and the boxes it goes around, and the radius of its corners.
+constexpr qreal kClearance = 10;
+constexpr qreal kCornerRadius = 8;
 } // namespace
 
 JoinLineItem::JoinLineItem(const DiagramJoin& join, TableBoxItem* left, int leftRow,
-                           TableBoxItem* right, int rightRow, const DiagramStyle* style)
-    : m_join(join), m_left(left), m_right(right), m_style(style), m_leftRow(leftRow),
-      m_rightRow(rightRow) {
+                           TableBoxItem* right, int rightRow, const DiagramStyle* style,
+                           const QList<TableBoxItem*>* obstacles)
+    : m_join(join), m_left(left), m_right(right), m_style(style), m_obstacles(obstacles),
+      m_leftRow(leftRow), m_rightRow(rightRow) {
     // Lines lie under the boxes so that a crossing line never hides a column name.
     setZValue(-1);
     m_badgeItem = new JoinBadgeItem(this, style);
@@ -119,23 +124,81 @@ void JoinLineItem::updateGeometry() {
     const QPointF endOut = m_end + QPointF(m_endDir * stub, 0);
     const qreal pull = std::max<qreal>(30, std::abs(endOut.x() - startOut.x()) / 2);
 
-    QPainterPath path(m_start);
-    path.lineTo(startOut);
-    path.cubicTo(startOut + QPointF(m_startDir * pull, 0), endOut + QPointF(m_endDir * pull, 0),
-                 endOut);
-    path.lineTo(m_end);
+    const QPointF c1 = startOut + QPointF(m_startDir * pull, 0);
+    const QPointF c2 = endOut + QPointF(m_endDir * pull, 0);
+    QPainterPath path;
+    QPointF middle;
+    if (!routeAround(startOut, c1, c2, endOut, &path, &middle)) {
+        path = QPainterPath(m_start);
+        path.lineTo(startOut);
+        path.cubicTo(c1, c2, endOut);
+        path.lineTo(m_end);
+        // The middle of the curve (t = 0.5 of the cubic); the stubs at both ends are equally
+        // long, so this is the middle of the whole line, found without measuring its length.
+        middle = (startOut + 3 * c1 + 3 * c2 + endOut) / 8;
+    }
 
     prepareGeometryChange();
     m_path = path;
-    // The middle of the curve (t = 0.5 of the cubic); the stubs at both ends are equally long,
-    // so this is the middle of the whole line, found without measuring its length.
-    m_badge = (startOut + 3 * (startOut + QPointF(m_startDir * pull, 0)) +
-               3 * (endOut + QPointF(m_endDir * pull, 0)) + endOut) /
-              8;
+    m_badge = middle;
     m_shapeValid = false;
     m_bounds = path.boundingRect().adjusted(-kMarkerSize, -kMarkerSize, kMarkerSize, kMarkerSize);
     if (m_badgeItem)
         m_badgeItem->setPos(m_badge);
+}
+
+bool JoinLineItem::routeAround(const QPointF& startOut, const QPointF& c1, const QPointF& c2,
+                               const QPointF& endOut, QPainterPath* path, QPointF* middle) const {
+    if (!m_obstacles)
+        return false;
+    QList<QRectF> boxes;
+    boxes.reserve(m_obstacles->size());
+    for (const TableBoxItem* b : *m_obstacles)
+        boxes << b->mapRectToScene(b->bodyRect());
+    if (!JoinRouter::curveCrosses(startOut, c1, c2, endOut, boxes))
+        return false;
+    // The clearance stays below the stub, so the line's own boxes are obstacles too and the
+    // points where it leaves them lie outside their margins.
+    const qreal clearance = std::min(kClearance, m_style->joinStub - 2);
+    const QList<QPointF> corners =
+        JoinRouter::route(startOut, m_startDir, endOut, m_endDir, boxes, clearance);
+    if (corners.size() < 2)
+        return false;
+
+    QList<QPointF> points{m_start};
+    points << corners << m_end;
+    *path = QPainterPath(m_start);
+    for (qsizetype k = 1; k + 1 < points.size(); ++k) {
+        const QPointF before = points[k - 1];
+        const QPointF corner = points[k];
+        const QPointF after = points[k + 1];
+        const qreal in = QLineF(before, corner).length();
+        const qreal out = QLineF(corner, after).length();
+        const qreal r = std::min({kCornerRadius, in / 2, out / 2});
+        if (r <= 0.5) {
+            path->lineTo(corner);
+            continue;
+        }
+        path->lineTo(corner + (before - corner) * (r / in));
+        path->quadTo(corner, corner + (after - corner) * (r / out));
+    }
+    path->lineTo(m_end);
+
+    // Halfway along the corners.
+    qreal total = 0;
+    for (qsizetype k = 1; k < points.size(); ++k)
+        total += QLineF(points[k - 1], points[k]).length();
+    qreal left = total / 2;
+    *middle = points.first();
+    for (qsizetype k = 1; k < points.size(); ++k) {
+        const qreal piece = QLineF(points[k - 1], points[k]).length();
+        if (piece >= left && piece > 0) {
+            *middle = points[k - 1] + (points[k] - points[k - 1]) * (left / piece);
+            break;
+        }
+        left -= piece;
+    }
+    return true;
 }
 
 QRectF JoinLineItem::boundingRect() const {

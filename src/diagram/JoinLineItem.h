@@ -13,14 +13,18 @@ class TableBoxItem;
 
 // The line of one join between a column row of the left box and a column row of the right
 // box. It leaves each box sideways at the row's height and follows the boxes when they move,
-// scroll or change size. Its badge (a JoinBadgeItem) in the middle shows the join type; an
-// outer join also marks the box whose rows are all kept with a filled square at its end.
+// scroll or change size. Where the plain curve between the two would cross another box, the
+// line goes around the boxes instead (see JoinRouter), with rounded corners. Its badge (a
+// JoinBadgeItem) in the middle shows the join type; an outer join also marks the box whose rows
+// are all kept with a filled square at its end.
 class JoinLineItem : public QGraphicsObject {
     Q_OBJECT
 public:
-    // The boxes and style are Not owned; the diagram removes the line before either box.
+    // The boxes, style and obstacles are Not owned; the diagram removes the line before either
+    // box. obstacles is the diagram's list of boxes, which the line avoids (null: none).
     JoinLineItem(const DiagramJoin& join, TableBoxItem* left, int leftRow, TableBoxItem* right,
-                 int rightRow, const DiagramStyle* style);
+                 int rightRow, const DiagramStyle* style,
+                 const QList<TableBoxItem*>* obstacles = nullptr);
     ~JoinLineItem() override;
 
     const DiagramJoin& join() const { return m_join; }
@@ -42,6 +46,8 @@ public:
     // Recomputes the path from the current box geometry (and the style's label sizes).
     void updateGeometry();
     QPointF badgeCenter() const { return m_badge; }
+    // The line as drawn, in scene coordinates.
+    const QPainterPath& path() const { return m_path; }
 
     QRectF boundingRect() const override;
     QPainterPath shape() const override;
@@ -52,11 +58,16 @@ protected:
 
 private:
     void updateToolTip();
+    // The path through the corners found around the boxes in the way, and the point halfway
+    // along it; false when the plain curve is clear or no way around exists.
+    bool routeAround(const QPointF& startOut, const QPointF& c1, const QPointF& c2,
+                     const QPointF& endOut, QPainterPath* path, QPointF* middle) const;
 
     DiagramJoin m_join;
-    TableBoxItem* m_left;        // Not owned.
-    TableBoxItem* m_right;       // Not owned.
-    const DiagramStyle* m_style; // Not owned.
+    TableBoxItem* m_left;                    // Not owned.
+    TableBoxItem* m_right;                   // Not owned.
+    const DiagramStyle* m_style;             // Not owned.
+    const QList<TableBoxItem*>* m_obstacles; // Not owned; may be null.
     int m_leftRow;
     int m_rightRow;
     QPainterPath m_path;

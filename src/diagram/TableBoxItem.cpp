@@ -54,11 +54,18 @@ void TableBoxItem::setSize(const QSizeF& size) {
     const QSizeF clamped = size.expandedTo(minimumSize());
     if (clamped == m_size)
         return;
+    const QRectF before = mapRectToScene(bodyRect());
     prepareGeometryChange();
     m_size = clamped;
     setScrollOffset(m_scroll);
     update();
     updateJoins();
+    if (m_geometryHook)
+        m_geometryHook(this, before);
+}
+
+void TableBoxItem::setGeometryHook(std::function<void(TableBoxItem*, const QRectF&)> hook) {
+    m_geometryHook = std::move(hook);
 }
 
 QRectF TableBoxItem::listRect() const {
@@ -279,8 +286,13 @@ QPainterPath TableBoxItem::shape() const {
 }
 
 QVariant TableBoxItem::itemChange(GraphicsItemChange change, const QVariant& value) {
-    if (change == ItemPositionHasChanged)
+    if (change == ItemPositionChange) {
+        m_rectBeforeMove = mapRectToScene(bodyRect());
+    } else if (change == ItemPositionHasChanged) {
         updateJoins();
+        if (m_geometryHook)
+            m_geometryHook(this, m_rectBeforeMove);
+    }
     return QGraphicsObject::itemChange(change, value);
 }
 

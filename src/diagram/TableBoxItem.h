@@ -3,6 +3,7 @@
 #include <QGraphicsObject>
 #include <QList>
 #include <QString>
+#include <functional>
 #include <marovin/TableDefinition.h>
 
 namespace marovin {
@@ -91,6 +92,9 @@ public:
     void detachJoin(JoinLineItem* join);
     const QList<JoinLineItem*>& attachedJoins() const { return m_joins; }
     void updateJoins();
+    // Called after the box moved or changed size, with the rectangle (scene) it had before: the
+    // diagram re-routes the lines of other boxes that ran there.
+    void setGeometryHook(std::function<void(TableBoxItem*, const QRectF&)> hook);
     // Repaints after a change of the style (palette or font).
     void styleChanged();
 
@@ -111,6 +115,8 @@ private:
     const DiagramStyle* m_style;  // Not owned.
     QList<JoinLineItem*> m_joins; // Not owned: the scene owns the lines.
     QList<bool> m_ticked;         // by column, row - 1
+    std::function<void(TableBoxItem*, const QRectF&)> m_geometryHook;
+    QRectF m_rectBeforeMove; // scene rectangle while a move is under way
     qreal m_scroll = 0;
     int m_currentRow = 0;
     int m_hoverRow = -1;

@@ -127,6 +127,9 @@ void dvTablesAndJoins::insertBox(TableBoxItem* item, const QPointF& pos) {
     if (!m_view->isVisible())
         m_unfitted.append(item);
     extendSceneRect(item->sceneBoundingRect());
+    item->setGeometryHook(
+        [this](TableBoxItem* moved, const QRectF& before) { rerouteAround(moved, before); });
+    rerouteAround(item, QRectF());
     reportObject(item, QAccessible::ObjectCreated);
 }
 
@@ -282,12 +285,16 @@ void dvTablesAndJoins::restoreTableLayout(const QString& layout) {
         TableBoxItem* b = box(fields.join(u'\t'));
         if (!b)
             continue;
+        m_movingMany = true;
         b->setPos(std::max(0.0, values[0]), std::max(0.0, values[1]));
         b->setSize(QSizeF(values[2], values[3]));
+        m_movingMany = false;
         changed = true;
     }
-    if (changed)
+    if (changed) {
+        rerouteAll();
         updateSceneRect();
+    }
 }
 
 QPointF dvTablesAndJoins::freePlace(QRectF wanted) const {
@@ -560,6 +567,11 @@ QPoint dvTablesAndJoins::joinPoint(int index) {
     return viewportPoint(QRectF(c - QPointF(20, 20), QSizeF(40, 40)), c);
 }
 
+QPainterPath dvTablesAndJoins::joinPath(int index) const {
+    const JoinLineItem* join = joinItem(index);
+    return join ? join->path() : QPainterPath();
+}
+
 void dvTablesAndJoins::changeEvent(QEvent* event) {
     if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange ||
         event->type() == QEvent::StyleChange)
@@ -631,7 +643,7 @@ JoinLineItem* dvTablesAndJoins::findSameColumns(const DiagramJoin& join) const {
 
 JoinLineItem* dvTablesAndJoins::addJoinItem(const DiagramJoin& join, TableBoxItem* left,
                                             int leftRow, TableBoxItem* right, int rightRow) {
-    auto* item = new JoinLineItem(join, left, leftRow, right, rightRow, m_style.get());
+    auto* item = new JoinLineItem(join, left, leftRow, right, rightRow, m_style.get(), &m_boxes);
     m_scene->addItem(item);
     m_joins.append(item);
     left->attachJoin(item);
@@ -660,8 +672,32 @@ void dvTablesAndJoins::deleteBoxItem(TableBoxItem* b) {
         selectItem(nullptr);
     m_view->forgetItem(b);
     reportObject(b, QAccessible::ObjectDestroyed);
+    const QRectF was = b->mapRectToScene(b->bodyRect());
     m_boxes.removeOne(b);
     delete b;
+    // Lines that went around the box may take the short way now.
+    for (JoinLineItem* join : m_joins) {
+        if (join->sceneBoundingRect().intersects(was))
+            join->updateGeometry();
+    }
+}
+
+void dvTablesAndJoins::rerouteAround(const TableBoxItem* moved, const QRectF& before) {
+    if (m_movingMany)
+        return;
+    const QRectF after = moved->mapRectToScene(moved->bodyRect());
+    for (JoinLineItem* join : m_joins) {
+        if (join->leftBox() == moved || join->rightBox() == moved)
+            continue; // follows its box already
+        const QRectF bounds = join->sceneBoundingRect();
+        if (bounds.intersects(after) || (!before.isNull() && bounds.intersects(before)))
+            join->updateGeometry();
+    }
+}
+
+void dvTablesAndJoins::rerouteAll() {
+    for (JoinLineItem* join : m_joins)
+        join->updateGeometry();
 }
 
 void dvTablesAndJoins::requestJoinFromDrag(TableBoxItem* from, int fromRow, TableBoxItem* to,
