@@ -3,6 +3,8 @@
 #include "marovin/ModelError.h"
 #include "marovin/Utilities.h"
 
+#include <algorithm>
+#include <cstring>
 #include <deque>
 #include <iterator>
 #include <unordered_map>
@@ -19,31 +21,34 @@ constexpr std::string_view kItemIndent = "     ";
 // table renders its whole statement for it).
 class TableNameCache {
 public:
-    // The name as written in FROM.
-    const std::string& Full(const cTable& table) { return entry(table).full; }
-    // The name without surrounding blanks, as the join chain writes it. Throws ModelError when
-    // the join has no table on that side.
-    std::string_view Trimmed(const std::shared_ptr<cTable>& table, const char* side) {
+    struct Names {
+        std::string full;         // As written in FROM.
+        std::string_view trimmed; // Within full, without surrounding blanks (the join chain's).
+        std::string folded;       // The trimmed name folded for comparison without regard to case.
+        bool joined = false;      // Named by a join: trimmed and folded are set.
+    };
+
+    explicit TableNameCache(size_t expected) { m_names.reserve(expected); }
+
+    const Names& Of(const cTable& table) { return entry(table); }
+    // The names of a join's table. Throws ModelError when the join has no table on that side.
+    const Names& OfJoin(const std::shared_ptr<cTable>& table, const char* side) {
         if (!table)
             throw ModelError(std::string("A join has no ") + side + " table");
         Names& names = entry(*table);
-        if (!names.hasJoinNames) {
-            names.trimmed = Trim(names.full);
-            names.folded = FoldKey(names.trimmed);
-            names.hasJoinNames = true;
+        if (!names.joined) {
+            const std::string_view full = names.full;
+            const auto first = full.find_first_not_of(' ');
+            names.trimmed = first == std::string_view::npos
+                                ? std::string_view()
+                                : full.substr(first, full.find_last_not_of(' ') - first + 1);
+            names.folded = FoldKey(std::string(names.trimmed));
+            names.joined = true;
         }
-        return names.trimmed;
+        return names;
     }
-    // The trimmed name folded for comparison without regard to case (after Trimmed).
-    std::string_view Folded(const cTable& table) { return entry(table).folded; }
 
 private:
-    struct Names {
-        std::string full;
-        std::string trimmed;
-        std::string folded;
-        bool hasJoinNames = false;
-    };
     Names& entry(const cTable& table) {
         auto it = m_names.find(&table);
         if (it == m_names.end())
@@ -57,6 +62,7 @@ private:
 // A set of folded names that refuses a name given twice, like the keyed collections.
 class NameSet {
 public:
+    explicit NameSet(size_t expected) { m_names.reserve(expected); }
     bool Contains(std::string_view folded) const { return m_names.count(folded) != 0; }
     void Add(std::string_view folded, std::string_view name) {
         if (!m_names.insert(folded).second)
@@ -70,24 +76,47 @@ private:
 
 // Replaces every typed line break token by a blank, then collapses each run of line breaks to
 // one, in place and in one pass: the text written so far is already collapsed, so a line break
-// that lands right after another is taken back.
+// that lands right after another is taken back. The text between a "{" and a line feed is moved
+// as one block.
 void finishStatementText(std::string& text) {
     char* data = text.data();
     const size_t size = text.size();
+    const auto next = [&](char c, size_t from) {
+        const void* found = from < size ? std::memchr(data + from, c, size - from) : nullptr;
+        return found ? static_cast<size_t>(static_cast<const char*>(found) - data) : size;
+    };
+    size_t nextBrace = next('{', 0);
+    size_t nextFeed = next('\n', 0);
     size_t write = 0;
     size_t read = 0;
-    while (read < size) {
-        char c = data[read];
-        if (c == '{' && std::string_view(data + read, size - read).starts_with(kNewlineToken)) {
-            c = ' ';
-            read += kNewlineToken.size();
-        } else {
-            ++read;
+    while (true) {
+        const size_t stop = std::min(nextBrace, nextFeed);
+        if (stop > read) {
+            if (write != read)
+                std::memmove(data + write, data + read, stop - read);
+            write += stop - read;
+            read = stop;
         }
-        data[write++] = c;
-        if (c == '\n' && write >= 4 && data[write - 2] == '\r' && data[write - 3] == '\n' &&
-            data[write - 4] == '\r')
-            write -= 2;
+        if (read == size)
+            break;
+        if (read == nextBrace) {
+            // The token holds no line feed and no other "{", so skipping it passes neither.
+            if (std::string_view(data + read, size - read).starts_with(kNewlineToken)) {
+                data[write++] = ' ';
+                read += kNewlineToken.size();
+            } else {
+                data[write++] = '{';
+                ++read;
+            }
+            nextBrace = next('{', read);
+        } else {
+            data[write++] = '\n';
+            ++read;
+            if (write >= 4 && data[write - 2] == '\r' && data[write - 3] == '\n' &&
+                data[write - 4] == '\r')
+                write -= 2;
+            nextFeed = next('\n', read);
+        }
     }
     text.resize(write);
 }
@@ -331,20 +360,22 @@ void cSQLQuery::appendFrom(std::string& out) const {
     // keyword go in front, its condition after); one that meets the chain on neither side starts
     // a new chain, and one that meets it on both sides repeats it. Keeping pieces instead of text
     // means that wrapping never copies the chain.
-    TableNameCache names;
+    const size_t joinCount = static_cast<size_t>(m_JoinConditions->Count());
+    TableNameCache names(static_cast<size_t>(m_Tables->Count()) + 2 * joinCount);
     std::deque<std::string_view> chain;
-    NameSet seen;
+    NameSet seen(2 * joinCount);
     for (const auto& join : *m_JoinConditions) {
-        const std::string_view leftName = names.Trimmed(join->LeftTable(), "left");
-        const std::string_view rightName = names.Trimmed(join->RightTable(), "right");
+        const auto& left = names.OfJoin(join->LeftTable(), "left");
+        const auto& right = names.OfJoin(join->RightTable(), "right");
+        const std::string_view leftName = left.trimmed;
+        const std::string_view rightName = right.trimmed;
 
-        const bool leftIsChain = !chain.empty() && seen.Contains(names.Folded(*join->LeftTable()));
+        const bool leftIsChain = !chain.empty() && seen.Contains(left.folded);
         if (!leftIsChain)
-            seen.Add(names.Folded(*join->LeftTable()), leftName);
-        const bool rightIsChain =
-            !chain.empty() && seen.Contains(names.Folded(*join->RightTable()));
+            seen.Add(left.folded, leftName);
+        const bool rightIsChain = !chain.empty() && seen.Contains(right.folded);
         if (!rightIsChain)
-            seen.Add(names.Folded(*join->RightTable()), rightName);
+            seen.Add(right.folded, rightName);
 
         const std::string_view head[] = {" \r\n", joinKeyword(*join), " "};
         const std::string_view tail[] = {"\r\n     ON ", join->strCondition()};
@@ -377,24 +408,32 @@ void cSQLQuery::appendFrom(std::string& out) const {
     for (const auto piece : chain)
         out += piece;
 
-    // Every join had both tables (the chain would have thrown otherwise), so their names are
-    // known; tables named in no join follow as cross joins.
+    // Tables named in no join follow as cross joins. A table of a join is named by it; any other
+    // table is looked up by its name among the joins' tables, whose names are gathered only when
+    // such a table exists.
     std::unordered_set<std::string_view> joinedNames;
-    for (const auto& join : *m_JoinConditions) {
-        joinedNames.insert(names.Full(*join->LeftTable()));
-        joinedNames.insert(names.Full(*join->RightTable()));
-    }
+    bool gathered = false;
     long counter = m_JoinConditions->Count();
     for (const auto& table : *m_Tables) {
-        const std::string& fullName = names.Full(*table);
-        if (joinedNames.count(fullName) != 0)
+        const auto& tableNames = names.Of(*table);
+        if (tableNames.joined)
+            continue;
+        if (!gathered) {
+            joinedNames.reserve(2 * joinCount);
+            for (const auto& join : *m_JoinConditions) {
+                joinedNames.insert(names.Of(*join->LeftTable()).full);
+                joinedNames.insert(names.Of(*join->RightTable()).full);
+            }
+            gathered = true;
+        }
+        if (joinedNames.count(tableNames.full) != 0)
             continue;
         if (counter != 0) {
             out += kCrLf;
             out += kItemIndent;
             out += "CROSS JOIN ";
         }
-        out += fullName;
+        out += tableNames.full;
         ++counter;
     }
 }
