@@ -121,6 +121,36 @@ void finishStatementText(std::string& text) {
     text.resize(write);
 }
 
+// The most that quoting a name can make of it: brackets around each dot-separated piece.
+size_t quotedSizeBound(const std::string& name) {
+    return name.size() + 2 + 2 * static_cast<size_t>(std::count(name.begin(), name.end(), '.'));
+}
+
+// The size of a statement, estimated from above from the parts it is made of (a sub-query
+// table's own statement and a join chain that repeats itself are left out), so that the text is
+// written without being moved as it grows. Room that stays unused is never touched.
+size_t statementSizeBound(const cSQLQuery& query) {
+    constexpr size_t kLineStart = 9; // ", " or "," with a line break and the indent.
+    size_t size = 64;
+    for (const auto& item : *query.SelectedItems()) {
+        const size_t name = quotedSizeBound(item->strName());
+        size += item->strAggregationFunction().size() + 2 + name + 4 +
+                quotedSizeBound(item->strAlias()) + kLineStart; // SELECT
+        size += name + kLineStart;                              // GROUP BY
+    }
+    for (const auto& item : *query.CalculatedItems())
+        size += item->strName().size() + 4 + 2 * (item->strComputation().size() + kLineStart);
+    for (const auto& table : *query.Tables())
+        size += quotedSizeBound(table->strName()) + 4 + quotedSizeBound(table->strAlias()) + 20;
+    for (const auto& join : *query.JoinConditions())
+        size += join->strCondition().size() + 40;
+    for (const auto& filter : *query.Filters())
+        size += filter->strCondition().size() + 10;
+    for (const auto& entry : *query.OrderByItems())
+        size += entry->strItem().size() + 1 + entry->strSortOrder().size() + kLineStart;
+    return size;
+}
+
 const char* joinKeyword(const cJoinCondition& join) {
     const bool left = join.blnIncludeAllRowsOfLeftTable();
     const bool right = join.blnIncludeAllRowsOfRightTable();
@@ -401,7 +431,8 @@ void cSQLQuery::appendFrom(std::string& out) const {
     size_t length = 0;
     for (const auto piece : chain)
         length += piece.size();
-    out.reserve(out.size() + length + 16);
+    if (out.capacity() < out.size() + length + 16)
+        out.reserve(out.size() + length + 16);
     out += "FROM";
     out += kCrLf;
     out += kItemIndent;
@@ -443,6 +474,7 @@ std::string cSQLQuery::strSQL() {
     // break once there is text); then one pass turns typed line breaks into blanks and collapses
     // repeated line breaks.
     std::string text;
+    text.reserve(statementSizeBound(*this));
     appendSelect(text);
     const auto nextClause = [&text] {
         if (!text.empty())
