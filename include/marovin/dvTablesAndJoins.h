@@ -65,7 +65,8 @@ class TableBoxItem;
 //   on to the next box.
 // - Delete on a selected box asks for its removal (tableRemovalRequest, as the close button).
 // - Ctrl+arrows move the selected box, Ctrl+Shift+arrows resize it (tablesMoved once per key
-//   stroke). Ctrl+Plus / Ctrl+Minus / Ctrl+0 zoom. Escape clears the selection.
+//   stroke). Ctrl+Shift+A arranges the boxes (Arrange). Ctrl+Plus / Ctrl+Minus / Ctrl+0 zoom.
+//   Escape clears the selection; the Menu key with nothing selected opens the background menu.
 class dvTablesAndJoins : public QWidget {
     Q_OBJECT
 public:
@@ -105,6 +106,14 @@ public:
                     QString* error = nullptr);
     // Selects the box and scrolls the view so that it (at least its title) is in sight.
     void revealTable(const QString& alias);
+
+    // Lays the boxes out along their joins: each group of joined tables from left to right,
+    // starting with the left table of its first join, every table one column right of the table
+    // it is joined from (stacked when several are), the groups side by side and the tables in no
+    // join after them, in rows as wide as the view. Sizes stay; raises tablesMoved and no join
+    // signal. Also on the diagram's background menu ("Arrange Tables") and Ctrl+Shift+A. A host
+    // offers undo by keeping tableLayout() from before.
+    void Arrange();
 
     // The geometry of every box for a host's undo: one line per box in box order, each
     // "alias TAB left TAB top TAB width TAB height" in scene coordinates (device-independent
@@ -265,6 +274,7 @@ private:
     void deleteSelection();
     void showJoinMenu(JoinLineItem* join, const QPoint& globalPos);
     void showTableMenu(TableBoxItem* box, const QPoint& globalPos);
+    void showBackgroundMenu(const QPoint& globalPos);
     void selectItem(QObject* item); // a box, a join or null
     void raiseBox(TableBoxItem* box);
     void updateSceneRect();

@@ -577,6 +577,9 @@ void DiagramView::contextMenuEvent(QContextMenuEvent* event) {
         } else if (t.box) {
             m_owner->selectItem(t.box);
             m_owner->showTableMenu(t.box, event->globalPos());
+        } else {
+            m_owner->selectItem(nullptr);
+            m_owner->showBackgroundMenu(event->globalPos());
         }
         event->accept();
         return;
@@ -594,6 +597,8 @@ void DiagramView::showSelectionMenu() {
         const QPointF at = box->mapToScene(QPointF(m_style->padding, m_style->titleHeight));
         ensureVisible(QRectF(at, QSizeF(1, 1)));
         m_owner->showTableMenu(box, viewport()->mapToGlobal(mapFromScene(at)));
+    } else {
+        m_owner->showBackgroundMenu(viewport()->mapToGlobal(QPoint(24, 24)));
     }
 }
 
@@ -783,6 +788,11 @@ void DiagramView::handleKey(QKeyEvent* event) {
     if (box && ctrl && !(modifiers & (Qt::AltModifier | Qt::MetaModifier)) &&
         (key == Qt::Key_Left || key == Qt::Key_Right || key == Qt::Key_Up || key == Qt::Key_Down)) {
         nudgeBox(box, key, modifiers & Qt::ShiftModifier);
+        event->accept();
+        return;
+    }
+    if (key == Qt::Key_A && modifiers == (Qt::ControlModifier | Qt::ShiftModifier)) {
+        m_owner->Arrange();
         event->accept();
         return;
     }

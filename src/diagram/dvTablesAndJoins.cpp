@@ -9,8 +9,11 @@
 #include <QActionGroup>
 #include <QEvent>
 #include <QGraphicsScene>
+#include <QHash>
 #include <QMenu>
 #include <QPointer>
+#include <QScrollBar>
+#include <QSet>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
@@ -831,6 +834,138 @@ void dvTablesAndJoins::showTableMenu(TableBoxItem* b, const QPoint& globalPos) {
         activateRow(b, 0);
     else if (chosen == remove)
         requestTableRemoval(b->alias());
+}
+
+void dvTablesAndJoins::showBackgroundMenu(const QPoint& globalPos) {
+    QMenu menu(this);
+    menu.setObjectName(QStringLiteral("diagramMenu"));
+    menu.setAccessibleName(QStringLiteral("Diagram"));
+    QAction* arrange = menu.addAction(QStringLiteral("Arrange Tables"));
+    arrange->setObjectName(QStringLiteral("Arrange Tables"));
+    arrange->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A));
+    arrange->setEnabled(!m_boxes.isEmpty());
+    if (menu.exec(globalPos) == arrange)
+        Arrange();
+}
+
+void dvTablesAndJoins::Arrange() {
+    if (m_boxes.isEmpty())
+        return;
+    m_view->cancelInteraction();
+    constexpr qreal kMargin = 20;
+    constexpr qreal kColumnGap = 90; // room for the join lines between columns
+    constexpr qreal kRowGap = 30;
+    constexpr qreal kGroupGap = 60;
+
+    // Neighbours of each box along the joins, in joins-list order.
+    QHash<const TableBoxItem*, QList<TableBoxItem*>> neighbours;
+    for (const JoinLineItem* join : m_joins) {
+        neighbours[join->leftBox()] << join->rightBox();
+        neighbours[join->rightBox()] << join->leftBox();
+    }
+
+    // A block: boxes with their offsets from its top-left corner.
+    struct Block {
+        QList<QPair<TableBoxItem*, QPointF>> boxes;
+        QSizeF size;
+    };
+    QList<Block> blocks;
+    QSet<const TableBoxItem*> placed;
+    // Each group of joined tables from the left table of its first join: columns by the
+    // number of joins away from it.
+    for (const JoinLineItem* join : m_joins) {
+        TableBoxItem* root = join->leftBox();
+        if (placed.contains(root))
+            continue;
+        QList<QList<TableBoxItem*>> columns{{root}};
+        placed.insert(root);
+        for (qsizetype c = 0; c < columns.size(); ++c) {
+            QList<TableBoxItem*> next;
+            for (TableBoxItem* b : columns[c]) {
+                for (TableBoxItem* n : neighbours.value(b)) {
+                    if (!placed.contains(n)) {
+                        placed.insert(n);
+                        next << n;
+                    }
+                }
+            }
+            if (!next.isEmpty()) {
+                // Each box near the boxes it is joined from, to spare crossings.
+                const QList<TableBoxItem*>& before = columns[c];
+                auto centre = [&](TableBoxItem* b) {
+                    qreal sum = 0;
+                    int count = 0;
+                    for (TableBoxItem* n : neighbours.value(b)) {
+                        const qsizetype at = before.indexOf(n);
+                        if (at >= 0) {
+                            sum += at;
+                            ++count;
+                        }
+                    }
+                    return count ? sum / count : 0;
+                };
+                std::stable_sort(next.begin(), next.end(), [&](TableBoxItem* a, TableBoxItem* b) {
+                    return centre(a) < centre(b);
+                });
+                columns << next;
+            }
+        }
+        Block block;
+        QList<qreal> heights;
+        qreal tallest = 0;
+        for (const QList<TableBoxItem*>& column : columns) {
+            qreal h = -kRowGap;
+            for (const TableBoxItem* b : column)
+                h += b->size().height() + kRowGap;
+            heights << h;
+            tallest = std::max(tallest, h);
+        }
+        qreal x = 0;
+        for (qsizetype c = 0; c < columns.size(); ++c) {
+            // Columns are centred on the tallest, so short chains line up in the middle.
+            qreal y = std::round((tallest - heights[c]) / 2);
+            qreal widest = 0;
+            for (TableBoxItem* b : columns[c]) {
+                block.boxes.append({b, QPointF(x, y)});
+                y += b->size().height() + kRowGap;
+                widest = std::max(widest, b->size().width());
+            }
+            x += widest + kColumnGap;
+        }
+        block.size = QSizeF(x - kColumnGap, tallest);
+        blocks << block;
+    }
+    // Tables in no join, after the groups.
+    for (TableBoxItem* b : m_boxes) {
+        if (!placed.contains(b))
+            blocks.append(Block{{{b, QPointF(0, 0)}}, b->size()});
+    }
+
+    // The blocks in rows as wide as the view (or the widest block).
+    qreal rowWidth = visibleSceneRect().width() - 2 * kMargin;
+    for (const Block& block : blocks)
+        rowWidth = std::max(rowWidth, block.size.width());
+    m_movingMany = true;
+    qreal x = kMargin;
+    qreal y = kMargin;
+    qreal rowHeight = 0;
+    for (const Block& block : blocks) {
+        if (x > kMargin && x + block.size.width() > kMargin + rowWidth) {
+            x = kMargin;
+            y += rowHeight + kGroupGap;
+            rowHeight = 0;
+        }
+        for (const auto& [b, offset] : block.boxes)
+            b->setPos(x + offset.x(), y + offset.y());
+        x += block.size.width() + kGroupGap;
+        rowHeight = std::max(rowHeight, block.size.height());
+    }
+    m_movingMany = false;
+    rerouteAll();
+    updateSceneRect();
+    m_view->horizontalScrollBar()->setValue(m_view->horizontalScrollBar()->minimum());
+    m_view->verticalScrollBar()->setValue(m_view->verticalScrollBar()->minimum());
+    emit tablesMoved();
 }
 
 void dvTablesAndJoins::selectItem(QObject* item) {
