@@ -99,6 +99,8 @@ public:
     // "NrRecords" (50 when absent or 0). The query runs on a worker thread; the user may cancel
     // it, and a cancelled preview shows nothing.
     void FireQuery();
+    // Lays the diagram's boxes out along their joins (a step of the edit history).
+    void ArrangeTables();
     // Remove the selected condition or calculated item after asking the user.
     void RemoveCondition();
     void RemoveExpression();
@@ -338,6 +340,8 @@ private:
     bool m_blnRestoring = false;
     // What the edit under way is called in the history (the caption of the action).
     QString m_strEditCaption;
+    // What a change of the boxes' places under way is called, when it is not a move.
+    QString m_strLayoutCaption;
 
     // Child views, owned through their Qt parents.
     QListWidget* m_lstTables = nullptr;

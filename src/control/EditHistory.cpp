@@ -100,7 +100,8 @@ void uscMarovin::recordLayoutChange() {
     Snapshot now = currentSnapshot();
     if (now.strLayout == m_lastSnapshot.strLayout)
         return;
-    m_strEditCaption = tr("Move tables");
+    m_strEditCaption = m_strLayoutCaption.isEmpty() ? tr("Move tables") : m_strLayoutCaption;
+    m_strLayoutCaption.clear();
     pushStep(std::move(now), true);
 }
 

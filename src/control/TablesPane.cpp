@@ -435,6 +435,14 @@ void uscMarovin::onColumnChosen(const QString& alias, const QString& column) {
     NotifyQueryChanged();
 }
 
+void uscMarovin::ArrangeTables() {
+    guarded(tr("Arrange tables"), [this] {
+        m_strLayoutCaption = tr("Arrange tables");
+        m_dvTablesAndJoins->Arrange();
+        m_strLayoutCaption.clear();
+    });
+}
+
 void uscMarovin::refreshTicks() {
     const SelectedItemsTable& rows = m_selectedItems->table();
     for (const QString& alias : m_dvTablesAndJoins->tableAliases()) {

@@ -127,6 +127,15 @@ TEST(EditHistoryTest, KeysAndStepNamesAndANewQueryStartsANewHistory) {
     EXPECT_EQ(h.changed, 0);
     EXPECT_EQ(h.rows(), 1);
 
+    // Arranging the boxes is such a step too.
+    h.control().Redo();
+    const QString moved = h.diagram()->tableLayout();
+    h.control().ArrangeTables();
+    ASSERT_NE(h.diagram()->tableLayout(), moved);
+    EXPECT_EQ(h.control().undoAction()->text(), "&Undo Arrange tables");
+    h.control().Undo();
+    EXPECT_EQ(h.diagram()->tableLayout(), moved);
+
     h.load(R"(<?xml version="1.0" encoding="UTF-8"?><SQLQuery issubquery="False"/>)");
     EXPECT_FALSE(h.control().undoStack()->canUndo());
     EXPECT_FALSE(h.control().undoAction()->isEnabled());

@@ -125,6 +125,12 @@ void DesignerWindow::createMenus() {
 
     QMenu* view = menuBar()->addMenu(tr("&View"));
     view->setObjectName(QStringLiteral("menuView"));
+    QAction* arrangeAction =
+        view->addAction(tr("&Arrange Tables"), this, [this] { m_control->ArrangeTables(); });
+    arrangeAction->setObjectName(QStringLiteral("actionArrangeTables"));
+    arrangeAction->setStatusTip(
+        tr("Lay the tables out along their joins (Ctrl+Shift+A in the diagram)"));
+    view->addSeparator();
     QMenu* colours = view->addMenu(tr("&Colours"));
     auto* colourGroup = new QActionGroup(this);
     const std::array<std::pair<QString, const char*>, 3> schemes = {{
