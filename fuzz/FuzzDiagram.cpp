@@ -1,9 +1,11 @@
 // The diagram's text interface. The input holds sections separated by the byte 0x1E: every
 // section but the last is a table-definition text placed with AddTable (at the places the query
-// builder uses), the last is a joins-list text whose five-line groups are restored with AddJoin.
+// builder uses, or where the diagram chooses for every third), the last is a joins-list text
+// whose five-line groups are restored with AddJoin, and is also handed to restoreTableLayout.
 // The diagram may refuse any of them; what it lists afterwards must agree with what it accepted
-// and name only boxes and columns it holds. It is then painted, driven with a few keys, has a
-// box removed and is cleared. A crash, a sanitizer report or a failed check is a finding.
+// and name only boxes and columns it holds. It is then arranged, painted, driven with a few
+// keys, has a box removed and is cleared. A crash, a sanitizer report or a failed check is a
+// finding.
 
 #include <QApplication>
 #include <QGraphicsView>
@@ -15,6 +17,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <marovin/DiagramJoin.h>
 #include <marovin/TableDefinition.h>
 #include <marovin/dvTablesAndJoins.h>
@@ -114,8 +117,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const int columns = valid ? static_cast<int>(parsed.columns.size()) : 0;
         const int height = std::min(10 * (columns - 1) + 100, 300);
         QString error;
+        const bool chosenPlace = i % 3 == 2;
         const bool added =
-            diagram->AddTable(definition, n * 160 + 50, 20,
+            diagram->AddTable(definition, chosenPlace ? -1 : n * 160 + 50, chosenPlace ? -1 : 20,
                               static_cast<int>(parsed.strAlias.size()) * 5 + 120, height, &error);
         check(added == (valid && !duplicate), "AddTable takes exactly the valid new tables");
         check(added || !error.isEmpty(), "a refused table says why");
@@ -147,6 +151,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           "restored joins are listed as given, in order");
     checkJoinsList(*diagram);
 
+    // The same text as a stored layout: whatever it holds, every box keeps a line of five
+    // fields, and arranging moves boxes only, apart from one another.
+    diagram->restoreTableLayout(
+        QString::fromUtf8(joinsText.data(), static_cast<qsizetype>(joinsText.size())));
+    check(diagram->tableLayout().isEmpty() ||
+              diagram->tableLayout().split(u'\n').size() == placed.size(),
+          "one layout line per box");
+    const QString joinsBefore = diagram->JoinsList();
+    diagram->Arrange();
+    check(diagram->JoinsList() == joinsBefore, "arranging leaves the joins alone");
+    const QStringList aliases = diagram->tableAliases();
+    for (qsizetype i = 0; i < aliases.size(); ++i) {
+        for (qsizetype j = i + 1; j < aliases.size(); ++j) {
+            check(!diagram->tableSceneRect(aliases[i])
+                       .intersects(diagram->tableSceneRect(aliases[j])),
+                  "arranged boxes do not overlap");
+        }
+    }
+
     // Painted, and driven with the keys that move the selection.
     QImage image(320, 200, QImage::Format_ARGB32_Premultiplied);
     {
@@ -154,8 +177,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         diagram->render(&painter);
     }
     QWidget* view = diagram->view();
-    const int keys[] = {Qt::Key_Tab, Qt::Key_Down, Qt::Key_End, Qt::Key_Right, Qt::Key_PageUp};
-    for (size_t i = 0; i < std::min<size_t>(size % 7, 5); ++i)
+    const int keys[] = {Qt::Key_Tab,   Qt::Key_Down,   Qt::Key_End,   Qt::Key_Right,
+                        Qt::Key_J,     Qt::Key_Tab,    Qt::Key_Up,    Qt::Key_L,
+                        Qt::Key_Space, Qt::Key_Return, Qt::Key_Escape};
+    for (size_t i = 0; i < std::min<size_t>(size % 13, std::size(keys)); ++i)
         sendKey(view, keys[i]);
     {
         QPainter painter(&image);
