@@ -67,6 +67,20 @@ class TableBoxItem;
 // - Ctrl+arrows move the selected box, Ctrl+Shift+arrows resize it (tablesMoved once per key
 //   stroke). Ctrl+Shift+A arranges the boxes (Arrange). Ctrl+Plus / Ctrl+Minus / Ctrl+0 zoom.
 //   Escape clears the selection; the Menu key with nothing selected opens the background menu.
+//
+// Assistive technology: the diagram's view (view()) answers QAccessible as a pane whose children
+// are the boxes (lists named like "Orders, table, 14 columns", in the order added) and then the
+// joins (buttons named like "Join Orders.CustomerID = Customers.CustomerID, Inner Join", in
+// joins-list order). A box's children are its rows ("All columns" first, then the column
+// names): list items that are checkable (checked when ticked, mixed on "All columns" when some
+// are), selected and focused on the keyboard row, described as "joined" when a join uses the
+// column; their actions are press (choose, as Enter), toggle (tick request, as Space) and set
+// focus. A box offers set focus and show menu; a join show menu, set focus and "Remove". The
+// view's focus child is the keyboard row or the selected join.
+//
+// Join lines run as a curve between the facing sides of their boxes; where that curve would
+// cross another box they go around the boxes instead, and they follow boxes moved into or out
+// of their way.
 class dvTablesAndJoins : public QWidget {
     Q_OBJECT
 public:

@@ -60,7 +60,7 @@ dvTablesAndJoins::dvTablesAndJoins(QWidget* parent)
                        "Enter (Shift+Enter keeps all rows of the first table, Ctrl+Enter all rows "
                        "of the second), Escape cancels. L selects the joins of the table, 1 to 4 "
                        "set the join type, Delete removes the selected table or join, Ctrl+arrows "
-                       "move the table."));
+                       "move the table, Ctrl+Shift+A arranges the tables."));
     m_placeholderText =
         QStringLiteral("Add tables to start.\nDrag a column onto a column of another "
                        "table to join them.");
