@@ -68,6 +68,7 @@ uscMarovin::uscMarovin(QWidget* parent, PlatformServices services)
 
 uscMarovin::~uscMarovin() {
     // The child views outlive this body; they must not call back into a half-destroyed control.
+    m_selectedItems->setSortSource(nullptr);
     for (QObject* child : findChildren<QObject*>())
         QObject::disconnect(child, nullptr, this, nullptr);
     for (QWidget* child : findChildren<QWidget*>())

@@ -61,7 +61,12 @@ DesignerWindow::DesignerWindow(PlatformServices services, QWidget* parent)
     resize(1280, 860);
 }
 
-DesignerWindow::~DesignerWindow() = default;
+DesignerWindow::~DesignerWindow() {
+    // The builder and its history are destroyed after this body; what they signal then must not
+    // reach a half-destroyed window.
+    QObject::disconnect(m_control, nullptr, this, nullptr);
+    QObject::disconnect(m_control->undoStack(), nullptr, this, nullptr);
+}
 
 void DesignerWindow::createMenus() {
     // Menu actions run behind the event-loop boundary: a failure is shown, never thrown.
