@@ -274,7 +274,8 @@ private:
     void writeSortEntries(const std::vector<SortEntry>& entries);
     // The 1-based sort position of an output (brackets ignored; strOtherName, when given, is a
     // second name the entry may use, a grid row's "alias.column"); 0 when it is not sorted.
-    int sortPosition(const std::string& strOutputName, const std::string& strOtherName) const;
+    static int sortPosition(const std::vector<SortEntry>& entries, const std::string& strOutputName,
+                            const std::string& strOtherName);
     // "Ascending" / "Descending" / "" and the position.
     std::pair<QString, int> sortOf(const std::string& strOutputName,
                                    const std::string& strOtherName) const;

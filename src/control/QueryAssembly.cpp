@@ -58,9 +58,10 @@ std::string uscMarovin::AssembleQuery() {
     // An output name as the statement needs it. A sorted name with blanks is bracketed here
     // rather than left to the model, so that it is the very name its sort entry gives (which the
     // ORDER BY clause writes as it stands).
-    auto outputName = [this](const std::string& name) {
+    const std::vector<SortEntry> sorted = sortEntries();
+    auto outputName = [&sorted](const std::string& name) {
         const std::string bracketed = sortName(name);
-        if (bracketed != sqlPart(name) && sortPosition(bracketed, std::string()) > 0)
+        if (bracketed != sqlPart(name) && sortPosition(sorted, bracketed, std::string()) > 0)
             return bracketed;
         return sqlPart(name);
     };

@@ -64,9 +64,8 @@ void uscMarovin::writeSortEntries(const std::vector<SortEntry>& entries) {
     }
 }
 
-int uscMarovin::sortPosition(const std::string& strOutputName,
-                             const std::string& strOtherName) const {
-    const std::vector<SortEntry> entries = sortEntries();
+int uscMarovin::sortPosition(const std::vector<SortEntry>& entries,
+                             const std::string& strOutputName, const std::string& strOtherName) {
     for (size_t i = 0; i < entries.size(); ++i) {
         if (sameName(entries[i].strItem, strOutputName) ||
             (!strOtherName.empty() && sameName(entries[i].strItem, strOtherName)))
@@ -77,11 +76,11 @@ int uscMarovin::sortPosition(const std::string& strOutputName,
 
 std::pair<QString, int> uscMarovin::sortOf(const std::string& strOutputName,
                                            const std::string& strOtherName) const {
-    const int position = sortPosition(strOutputName, strOtherName);
+    const std::vector<SortEntry> entries = sortEntries();
+    const int position = sortPosition(entries, strOutputName, strOtherName);
     if (position == 0)
         return {QString(), 0};
-    const bool descending =
-        isDescending(sortEntries()[static_cast<size_t>(position - 1)].strSortOrder);
+    const bool descending = isDescending(entries[static_cast<size_t>(position - 1)].strSortOrder);
     return {descending ? QStringLiteral("Descending") : QStringLiteral("Ascending"), position};
 }
 
@@ -101,7 +100,7 @@ std::string uscMarovin::gridColumnName(int intRow) const {
 void uscMarovin::setSort(const std::string& strOutputName, const std::string& strOtherName,
                          const QString& strType, int intPosition) {
     std::vector<SortEntry> entries = sortEntries();
-    const int current = sortPosition(strOutputName, strOtherName);
+    const int current = sortPosition(entries, strOutputName, strOtherName);
     if (strType.isEmpty()) {
         if (current == 0)
             return;
