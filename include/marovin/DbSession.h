@@ -3,6 +3,7 @@
 #include "marovin/DbForeignKey.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,6 +29,13 @@ public:
 
     // The tables and views of the database in the source's catalogue order.
     virtual std::vector<TableRow> Tables() = 0;
+    // The same rows, in the same order, handed to batch in parts as the source delivers them,
+    // so that a caller can show a long catalogue while it is still being read. This default
+    // hands over Tables() in one part; a source that reads rows one by one overrides it.
+    // Raises DbError as Tables() does; parts already handed over stay handed over.
+    virtual void Tables(const std::function<void(std::vector<TableRow>&&)>& batch) {
+        batch(Tables());
+    }
     // Column names of the tables matching schema and name (an empty restriction means any),
     // in the source's order.
     virtual std::vector<std::string> Columns(const std::string& schema,

@@ -255,16 +255,39 @@ std::string OdbcSession::searchPattern(const std::string& value) const {
 }
 
 std::vector<DbSession::TableRow> OdbcSession::Tables() {
+    std::vector<TableRow> rows;
+    Tables([&rows](std::vector<TableRow>&& part) {
+        if (rows.empty()) {
+            rows = std::move(part);
+            return;
+        }
+        rows.insert(rows.end(), std::make_move_iterator(part.begin()),
+                    std::make_move_iterator(part.end()));
+    });
+    return rows;
+}
+
+void OdbcSession::Tables(const std::function<void(std::vector<TableRow>&&)>& batch) {
     Stmt stmt(*this);
     stmt.check(SQLTables(stmt.get(), nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0), "SQLTables");
-    std::vector<TableRow> rows;
+    std::vector<TableRow> part;
+    part.reserve(kTableBatch);
+    bool handedOver = false;
     SQLRETURN rc;
     while ((rc = SQLFetch(stmt.get())) != SQL_NO_DATA) {
         stmt.check(rc, "SQLFetch");
-        rows.push_back(
+        part.push_back(
             {stmt.text(2).value_or(""), stmt.text(3).value_or(""), stmt.text(4).value_or("")});
+        if (part.size() == kTableBatch) {
+            batch(std::move(part));
+            handedOver = true;
+            part.clear();
+            part.reserve(kTableBatch);
+        }
     }
-    return rows;
+    // The rest; an empty catalogue is handed over as one empty part, as the default does.
+    if (!part.empty() || !handedOver)
+        batch(std::move(part));
 }
 
 std::vector<std::string> OdbcSession::Columns(const std::string& schema, const std::string& table) {

@@ -3,6 +3,7 @@
 #include "ForeignKeyRows.h"
 #include "RecordsetBuilder.h"
 #include "SqliteFunctions.h"
+#include "marovin/DbCancellation.h"
 #include "marovin/DbError.h"
 #include "marovin/cRecordset.h"
 
@@ -84,12 +85,13 @@ private:
 } // namespace
 
 SqliteSession::SqliteSession(const std::string& path, std::int32_t commandTimeoutSeconds)
+    : SqliteSession(commandTimeoutSeconds) {
+    // The delegated constructor has finished, so a failing Open is cleaned up by the destructor.
+    Open(path);
+}
+
+SqliteSession::SqliteSession(std::int32_t commandTimeoutSeconds)
     : m_timeout(commandTimeoutSeconds) {
-    struct stat st {};
-    if (path.empty())
-        throw DbError("No database file given");
-    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
-        throw DbError("unable to open database file: " + path);
     // The main database is an empty in-memory one; the file is attached read-only as "dbo".
     // Attached files inherit the read-only open flag.
     int rc = sqlite3_open_v2(":memory:", &m_db, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
@@ -105,32 +107,41 @@ SqliteSession::SqliteSession(const std::string& path, std::int32_t commandTimeou
     sqlite3_db_config(m_db, SQLITE_DBCONFIG_DQS_DML, 0, static_cast<int*>(nullptr));
     sqlite3_db_config(m_db, SQLITE_DBCONFIG_DQS_DDL, 0, static_cast<int*>(nullptr));
     sqlite3_busy_timeout(m_db, 5000);
+    // Installed before the file is attached, so that the time-out and Interrupt() also reach
+    // the schema read of the attach.
+    startClock();
+    sqlite3_progress_handler(m_db, 10000, &SqliteSession::progress, this);
+}
+
+void SqliteSession::Open(const std::string& path) {
+    struct stat st {};
+    if (path.empty())
+        throw DbError("No database file given");
+    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
+        throw DbError("unable to open database file: " + path);
+    sqlite3* db = handle();
+    startClock();
     Statement attach;
     std::string uri = fileUri(path);
-    if (sqlite3_prepare_v2(m_db, "ATTACH DATABASE ?1 AS dbo", -1, attach.out(), nullptr) !=
+    if (sqlite3_prepare_v2(db, "ATTACH DATABASE ?1 AS dbo", -1, attach.out(), nullptr) !=
             SQLITE_OK ||
         sqlite3_bind_text(attach.get(), 1, uri.c_str(), -1, SQLITE_TRANSIENT) != SQLITE_OK ||
-        sqlite3_step(attach.get()) != SQLITE_DONE) {
-        std::string msg = sqlite3_errmsg(m_db);
-        Close();
-        throw DbError(msg + ": " + path);
-    }
+        sqlite3_step(attach.get()) != SQLITE_DONE)
+        throw DbError(std::string(sqlite3_errmsg(db)) + ": " + path);
     // Reading the schema proves that the file is a database.
     char* err = nullptr;
-    if (sqlite3_exec(m_db, "SELECT count(*) FROM dbo.sqlite_schema; PRAGMA query_only = 1;",
-                     nullptr, nullptr, &err) != SQLITE_OK) {
-        std::string msg = err ? err : sqlite3_errmsg(m_db);
+    if (sqlite3_exec(db, "SELECT count(*) FROM dbo.sqlite_schema; PRAGMA query_only = 1;", nullptr,
+                     nullptr, &err) != SQLITE_OK) {
+        std::string msg = err ? err : sqlite3_errmsg(db);
         sqlite3_free(err);
-        Close();
         throw DbError(msg + ": " + path);
     }
-    if (!registerSqlServerFunctions(m_db)) {
-        std::string msg = sqlite3_errmsg(m_db);
-        Close();
-        throw DbError(msg);
-    }
-    sqlite3_set_authorizer(m_db, authorize, nullptr);
-    sqlite3_progress_handler(m_db, 10000, &SqliteSession::progress, this);
+    if (!registerSqlServerFunctions(db))
+        throw DbError(sqlite3_errmsg(db));
+    sqlite3_set_authorizer(db, authorize, nullptr);
+    // An interrupt that came while the schema was read by statements too short for the
+    // progress handler still counts.
+    handle();
 }
 
 SqliteSession::~SqliteSession() {
@@ -147,6 +158,8 @@ void SqliteSession::Close() {
 sqlite3* SqliteSession::handle() const {
     if (!m_db)
         throw DbError("The connection is closed");
+    if (m_interrupted)
+        throw DbError(kCancelledText);
     return m_db;
 }
 

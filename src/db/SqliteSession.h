@@ -20,8 +20,19 @@ class SqliteSession : public DbSession {
 public:
     // Opens the file; raises DbError when it is missing or not a database.
     explicit SqliteSession(const std::string& path, std::int32_t commandTimeoutSeconds);
+    // A session with no file yet, to be given one with Open(). It can be interrupted at once, so
+    // that a caller who must be able to stop the open (SQLite reads the whole schema of a file
+    // when it attaches it, which takes seconds for a very large catalogue) can register the
+    // session before opening it.
+    explicit SqliteSession(std::int32_t commandTimeoutSeconds);
     ~SqliteSession() override;
 
+    // Attaches the file and reads its schema, within the command time-out; Interrupt() stops
+    // it. Raises DbError when the file is missing or not a database, or the open was
+    // interrupted; the session is then of no further use.
+    void Open(const std::string& path);
+
+    using DbSession::Tables;
     std::vector<TableRow> Tables() override;
     std::vector<std::string> Columns(const std::string& schema, const std::string& table) override;
     // Keys as PRAGMA foreign_key_list declares them, found for every table of the file; a key
@@ -37,6 +48,8 @@ public:
     void Interrupt() override;
 
 private:
+    // The open connection; raises DbError when it is closed or the session was interrupted, so
+    // that no statement starts after an interrupt, however short.
     sqlite3* handle() const;
     [[noreturn]] void fail() const;
     void startClock();

@@ -1,6 +1,8 @@
 #include "marovin/cDbConnection.h"
 
 #include "OdbcSession.h"
+#include "Providers.h"
+#include "SqliteFileStamp.h"
 #include "SqliteSession.h"
 #include "marovin/DbError.h"
 
@@ -8,6 +10,8 @@
 #include <cctype>
 #include <cstdlib>
 #include <exception>
+#include <optional>
+#include <string_view>
 
 namespace marovin {
 
@@ -19,29 +23,17 @@ constexpr const char* kCrLf = "\r\n";
 
 thread_local std::string t_lastConnectionError;
 
-enum class Provider { SqlServer, Odbc, Sqlite, Unknown };
+// The newest change of any object and the number of objects: a dropped table lowers the count
+// even when nothing else changed.
+constexpr const char* kSqlServerStampQuery =
+    "SELECT CONVERT(varchar(33), MAX(modify_date), 126), COUNT_BIG(*) FROM sys.objects";
 
-std::string lower(std::string s) {
-    for (char& c : s)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return s;
-}
-
-std::string upper(std::string s) {
-    for (char& c : s)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return s;
-}
-
-Provider providerOf(const std::string& name) {
-    std::string p = lower(name);
-    if (p == "sqlserver" || p == "sql server" || p == "sqloledb" || p == "mssql")
-        return Provider::SqlServer;
-    if (p == "odbc")
-        return Provider::Odbc;
-    if (p == "sqlite")
-        return Provider::Sqlite;
-    return Provider::Unknown;
+// Whether text equals an upper-case ASCII word without regard to case.
+bool equalsUpper(const std::string& text, std::string_view word) {
+    return text.size() == word.size() &&
+           std::equal(text.begin(), text.end(), word.begin(), [](char c, char w) {
+               return std::toupper(static_cast<unsigned char>(c)) == w;
+           });
 }
 
 // A value of an ODBC connection string in braces, a closing brace doubled, so that no value can
@@ -149,6 +141,43 @@ void splitTableName(const std::string& name, std::string& schema, std::string& t
     table = trimBlanks(name.substr(start));
 }
 
+bool isCancelled(const DbCancellation* cancellation) {
+    return cancellation && cancellation->blnCancelled();
+}
+
+// Opens the session of a service call and registers it with the cancellation (if any) for as
+// long as scope lives; the caller declares scope after session, so the session is unregistered
+// before it is closed. An SQLite file is registered before it is attached, because attaching it
+// reads its whole schema, which takes seconds for a very large catalogue and must be
+// stoppable too. An ODBC session is registered once it is connected. False when no session
+// could be opened (session may then still hold the unopened one); the reason is kept for
+// LastConnectionError.
+bool openForCall(const cDbConnection& connection, DbCancellation* cancellation,
+                 std::unique_ptr<DbSession>& session, std::optional<DbCancellationScope>& scope) {
+    if (!cancellation || providerOf(connection.strProvider()) != Provider::Sqlite) {
+        session = connection.GetConnection();
+        if (!session)
+            return false;
+        if (cancellation)
+            scope.emplace(cancellation, session.get());
+        return true;
+    }
+    t_lastConnectionError.clear();
+    try {
+        auto sqlite = std::make_unique<SqliteSession>(cDbConnection::kCommandTimeout);
+        SqliteSession* opening = sqlite.get();
+        session = std::move(sqlite);
+        scope.emplace(cancellation, opening);
+        opening->Open(connection.strDatabase());
+        return true;
+    } catch (const std::exception& e) {
+        t_lastConnectionError = e.what();
+    } catch (...) {
+        t_lastConnectionError = "Unknown failure";
+    }
+    return false;
+}
+
 } // namespace
 
 std::string cDbConnection::strEffectiveDriver() const {
@@ -177,7 +206,7 @@ std::string cDbConnection::odbcConnectionString(std::string& error) const {
     switch (providerOf(m_strProvider)) {
     case Provider::SqlServer: {
         std::string driver = strEffectiveDriver();
-        std::string d = lower(driver);
+        std::string d = lowerAscii(driver);
         bool freeTds =
             d.find("freetds") != std::string::npos || d.find("tdsodbc") != std::string::npos;
         // FreeTDS reads a braced value up to the first "};" and knows no doubled "}}"; other
@@ -265,30 +294,94 @@ std::unique_ptr<DbSession> cDbConnection::GetConnection() const {
     return nullptr;
 }
 
+bool cDbConnection::blnListsTableRow(const DbSession::TableRow& row) const {
+    const std::string& type = row.strType;
+    return (m_blnIncludeUserTables && equalsUpper(type, "TABLE")) ||
+           (m_blnIncludeViews && equalsUpper(type, "VIEW")) ||
+           (!m_blnExcludeSystemTables && equalsUpper(type, "SYSTEM TABLE")) ||
+           (!m_blnExcludeSystemViews && equalsUpper(type, "SYSTEM VIEW"));
+}
+
 std::string cDbConnection::GetListOfTables() const {
     std::string list;
+    std::string error;
+    const bool listed = ListTables(
+        [this, &list](std::vector<DbSession::TableRow>&& part) {
+            for (const DbSession::TableRow& row : part) {
+                if (!blnListsTableRow(row))
+                    continue;
+                if (!list.empty())
+                    list += ',';
+                list += row.strSchema;
+                list += '.';
+                list += row.strName;
+            }
+        },
+        error, nullptr);
+    return listed ? list : std::string();
+}
+
+bool cDbConnection::ListTables(const std::function<void(std::vector<DbSession::TableRow>&&)>& batch,
+                               std::string& strError, DbCancellation* cancellation) const {
     try {
-        auto conn = GetConnection();
-        if (!conn)
-            return {};
-        for (const DbSession::TableRow& row : conn->Tables()) {
-            std::string type = upper(row.strType);
-            bool take = (type == "TABLE" && m_blnIncludeUserTables) ||
-                        (type == "VIEW" && m_blnIncludeViews) ||
-                        (type == "SYSTEM TABLE" && !m_blnExcludeSystemTables) ||
-                        (type == "SYSTEM VIEW" && !m_blnExcludeSystemViews);
-            if (!take)
-                continue;
-            if (!list.empty())
-                list += ',';
-            list += row.strSchema;
-            list += '.';
-            list += row.strName;
+        strError.clear();
+        std::unique_ptr<DbSession> conn;
+        // Declared after the session, so the session is detached before it is closed.
+        std::optional<DbCancellationScope> scope;
+        if (!openForCall(*this, cancellation, conn, scope)) {
+            if (isCancelled(cancellation))
+                strError = kCancelledText;
+            else
+                strError =
+                    t_lastConnectionError.empty() ? kProblemsConnecting : t_lastConnectionError;
+            return false;
+        }
+        try {
+            if (isCancelled(cancellation))
+                throw DbError(kCancelledText);
+            conn->Tables([&](std::vector<DbSession::TableRow>&& part) {
+                // A part read before the cancellation came is not handed over any more.
+                if (isCancelled(cancellation))
+                    throw DbError(kCancelledText);
+                batch(std::move(part));
+            });
+            return true;
+        } catch (const std::exception& e) {
+            strError = isCancelled(cancellation) ? kCancelledText : e.what();
         }
     } catch (...) {
-        return {};
+        strError = isCancelled(cancellation) ? kCancelledText : "The catalogue could not be read";
     }
-    return list;
+    return false;
+}
+
+std::string cDbConnection::GetCatalogueStamp() const {
+    try {
+        switch (providerOf(m_strProvider)) {
+        case Provider::Sqlite:
+            return sqliteFileStamp(m_strDatabase);
+        case Provider::SqlServer: {
+            auto conn = GetConnection();
+            if (!conn)
+                return {};
+            auto rs = conn->Query(kSqlServerStampQuery, 1);
+            if (!rs || rs->RecordCount() != 1 || rs->FieldCount() != 2)
+                return {};
+            const DbValue newest = rs->value(0, 0);
+            const DbValue count = rs->value(0, 1);
+            if (newest.IsNull() || count.IsNull())
+                return {};
+            return "mssql:" + newest.ToString() + ":" + count.ToString();
+        }
+        case Provider::Odbc:
+        case Provider::Unknown:
+            // A generic source has no cheap way to tell; the cache then trusts a listing for a
+            // limited time only.
+            break;
+        }
+    } catch (...) {
+    }
+    return {};
 }
 
 std::vector<DbForeignKey> cDbConnection::GetForeignKeys(const std::string& strTableName) const {
@@ -358,15 +451,16 @@ std::string cDbConnection::CheckSQLSyntax(const std::string& strSQLQuery) const 
 std::string cDbConnection::CheckSQLSyntax(const std::string& strSQLQuery,
                                           DbCancellation* cancellation) const {
     std::unique_ptr<DbSession> conn;
+    // Declared after the session, so the session is detached before it is closed.
+    std::optional<DbCancellationScope> scope;
+    bool opened = false;
     try {
-        conn = GetConnection();
+        opened = openForCall(*this, cancellation, conn, scope);
     } catch (...) {
     }
-    if (!conn)
-        return {};
-    // Declared after the session, so the session is detached before it is closed.
-    const DbCancellationScope scope(cancellation, conn.get());
-    if (cancellation && cancellation->blnCancelled())
+    if (!opened)
+        return isCancelled(cancellation) ? kCancelledText : std::string();
+    if (isCancelled(cancellation))
         return kCancelledText;
     bool parseOnly = false;
     try {
@@ -408,15 +502,17 @@ std::shared_ptr<cRecordset> cDbConnection::FireQuery(const std::string& strSQLQu
                                                      DbCancellation* cancellation) const {
     strErrorMsg.clear();
     std::unique_ptr<DbSession> conn;
+    // Declared after the session, so the session is detached before it is closed.
+    std::optional<DbCancellationScope> scope;
+    bool opened = false;
     try {
-        conn = GetConnection();
+        opened = openForCall(*this, cancellation, conn, scope);
     } catch (...) {
     }
-    if (!conn) {
-        strErrorMsg = kProblemsConnecting;
+    if (!opened) {
+        strErrorMsg = isCancelled(cancellation) ? kCancelledText : kProblemsConnecting;
         return nullptr;
     }
-    const DbCancellationScope scope(cancellation, conn.get());
     try {
         if (cancellation && cancellation->blnCancelled())
             throw DbError(kCancelledText);
