@@ -126,8 +126,14 @@ void SqliteSession::Open(const std::string& path) {
     if (sqlite3_prepare_v2(db, "ATTACH DATABASE ?1 AS dbo", -1, attach.out(), nullptr) !=
             SQLITE_OK ||
         sqlite3_bind_text(attach.get(), 1, uri.c_str(), -1, SQLITE_TRANSIENT) != SQLITE_OK ||
-        sqlite3_step(attach.get()) != SQLITE_DONE)
-        throw DbError(std::string(sqlite3_errmsg(db)) + ": " + path);
+        sqlite3_step(attach.get()) != SQLITE_DONE) {
+        // An attach stopped while it read the schema reports only that the file could not be
+        // opened; its code tells that it was interrupted.
+        const int code = sqlite3_errcode(db) & 0xff;
+        throw DbError(
+            std::string(code == SQLITE_INTERRUPT ? sqlite3_errstr(code) : sqlite3_errmsg(db)) +
+            ": " + path);
+    }
     // Reading the schema proves that the file is a database.
     char* err = nullptr;
     if (sqlite3_exec(db, "SELECT count(*) FROM dbo.sqlite_schema; PRAGMA query_only = 1;", nullptr,

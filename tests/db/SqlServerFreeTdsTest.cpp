@@ -1,9 +1,12 @@
 // The SQL Server provider through unixODBC and FreeTDS, where no server is available: a closed
 // port fails at once, a port that accepts and never answers is given up after the login
-// time-out, and no password can add keys of its own to the connection string.
+// time-out, and no password can add keys of its own to the connection string. The catalogue
+// stamp is also checked on a real server when the environment names one (skipped otherwise).
 
 #include <arpa/inet.h>
 #include <atomic>
+#include <chrono>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <marovin/cDbConnection.h>
 #include <netinet/in.h>
@@ -118,6 +121,52 @@ TEST(SqlServerFreeTds, AClosedPortFailsWithTheFixedTexts) {
     std::string error = "left over";
     EXPECT_EQ(db.FireQuery("SELECT 1", error, 50), nullptr);
     EXPECT_EQ(error, "Problems connecting to database");
+    // No stamp, and a listing that names the driver's reason.
+    EXPECT_EQ(db.GetCatalogueStamp(), "");
+    bool handedOver = false;
+    EXPECT_FALSE(db.ListTables([&](std::vector<DbSession::TableRow>&&) { handedOver = true; },
+                               error, nullptr));
+    EXPECT_FALSE(handedOver);
+    EXPECT_NE(error.find("[FreeTDS]"), std::string::npos) << error;
+}
+
+// A real SQL Server, when one is named by the environment (MAROVIN_TEST_SQLSERVER: host,port;
+// MAROVIN_TEST_SQLSERVER_USER and MAROVIN_TEST_SQLSERVER_PASSWORD; the database
+// MAROVIN_TEST_SQLSERVER_DATABASE, else tempdb, where the test makes and drops one table).
+TEST(SqlServerFreeTds, TheCatalogueStampFollowsTablesMadeAltersAndDropped) {
+    const char* server = std::getenv("MAROVIN_TEST_SQLSERVER");
+    if (!server || !*server)
+        GTEST_SKIP() << "no SQL Server named in MAROVIN_TEST_SQLSERVER";
+    const auto env = [](const char* name, const char* otherwise) {
+        const char* value = std::getenv(name);
+        return std::string(value && *value ? value : otherwise);
+    };
+    cDbConnection db = sqlServer(server, env("MAROVIN_TEST_SQLSERVER_PASSWORD", ""));
+    db.setStrUserName(env("MAROVIN_TEST_SQLSERVER_USER", "sa"));
+    db.setStrDatabase(env("MAROVIN_TEST_SQLSERVER_DATABASE", "tempdb"));
+    db.setLngLoginTimeout(10);
+    ASSERT_TRUE(db.Check(true)) << cDbConnection::LastConnectionError();
+
+    const std::string table = "marovin_stamp_" + std::to_string(::getpid());
+    std::string error;
+    db.FireQuery("IF OBJECT_ID('dbo." + table + "') IS NOT NULL DROP TABLE dbo." + table, error, 0);
+    const std::string before = db.GetCatalogueStamp();
+    EXPECT_TRUE(before.starts_with("mssql:")) << before;
+    EXPECT_EQ(db.GetCatalogueStamp(), before);
+
+    ASSERT_NE(db.FireQuery("CREATE TABLE dbo." + table + " (id int)", error, 0), nullptr) << error;
+    const std::string created = db.GetCatalogueStamp();
+    EXPECT_NE(created, before);
+    // modify_date counts in steps of about 3 ms: the change must fall into a later step.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    ASSERT_NE(db.FireQuery("ALTER TABLE dbo." + table + " ADD name varchar(20)", error, 0), nullptr)
+        << error;
+    const std::string altered = db.GetCatalogueStamp();
+    EXPECT_NE(altered, created);
+    ASSERT_NE(db.FireQuery("DROP TABLE dbo." + table, error, 0), nullptr) << error;
+    const std::string dropped = db.GetCatalogueStamp();
+    EXPECT_NE(dropped, altered);
+    EXPECT_NE(dropped, created);
 }
 
 TEST(SqlServerFreeTds, AServerThatNeverAnswersIsGivenUpAfterTheLoginTimeout) {
