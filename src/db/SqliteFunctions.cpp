@@ -241,15 +241,24 @@ template <int Which> void fnRounding(sqlite3_context* ctx, int argc, sqlite3_val
     sqlite3_result_double(ctx, r);
 }
 
+// The generator of one session's RAND(). It is seeded from the system's entropy only when RAND()
+// first runs without a seed: most sessions never call it, and asking for entropy on every
+// connection costs about as much as reading a small catalogue.
 struct RandState {
-    std::mt19937_64 engine{std::random_device{}()};
+    std::optional<std::mt19937_64> engine;
+
+    std::mt19937_64& get() {
+        if (!engine)
+            engine.emplace(std::random_device{}());
+        return *engine;
+    }
 };
 
 void fnRand(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     auto* state = static_cast<RandState*>(sqlite3_user_data(ctx));
     if (argc > 0 && sqlite3_value_type(argv[0]) != SQLITE_NULL)
-        state->engine.seed(static_cast<std::uint64_t>(sqlite3_value_int64(argv[0])));
-    sqlite3_result_double(ctx, std::uniform_real_distribution<double>(0.0, 1.0)(state->engine));
+        state->engine.emplace(static_cast<std::uint64_t>(sqlite3_value_int64(argv[0])));
+    sqlite3_result_double(ctx, std::uniform_real_distribution<double>(0.0, 1.0)(state->get()));
 }
 
 // ---- statistical aggregates --------------------------------------------------------------

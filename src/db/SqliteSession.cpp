@@ -9,8 +9,10 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <cstring>
 #include <sqlite3.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <utility>
 
@@ -28,10 +30,26 @@ bool equalsNoCase(const std::string& a, const std::string& b) {
     });
 }
 
-std::string lower(std::string s) {
-    for (char& c : s)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return s;
+// ASCII letters in lower case, every other byte as it is.
+unsigned char lowerAscii(unsigned char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<unsigned char>(c - 'A' + 'a') : c;
+}
+
+// The byte order of the two texts in lower case (as comparing lower-cased copies would give).
+int compareNoCase(std::string_view a, std::string_view b) {
+    const std::size_t n = std::min(a.size(), b.size());
+    for (std::size_t i = 0; i < n; ++i) {
+        const unsigned char x = lowerAscii(static_cast<unsigned char>(a[i]));
+        const unsigned char y = lowerAscii(static_cast<unsigned char>(b[i]));
+        if (x != y)
+            return x < y ? -1 : 1;
+    }
+    return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
+}
+
+bool startsWithNoCase(std::string_view text, std::string_view lowerPrefix) {
+    return text.size() >= lowerPrefix.size() &&
+           compareNoCase(text.substr(0, lowerPrefix.size()), lowerPrefix) == 0;
 }
 
 // A file URI for the path: characters that mean something in a URI are percent-encoded.
@@ -134,10 +152,16 @@ void SqliteSession::Open(const std::string& path) {
             std::string(code == SQLITE_INTERRUPT ? sqlite3_errstr(code) : sqlite3_errmsg(db)) +
             ": " + path);
     }
-    // Reading the schema proves that the file is a database.
+    // Reading the schema proves that the file is a database; its size tells Tables() how much
+    // room to make.
     char* err = nullptr;
-    if (sqlite3_exec(db, "SELECT count(*) FROM dbo.sqlite_schema; PRAGMA query_only = 1;", nullptr,
-                     nullptr, &err) != SQLITE_OK) {
+    const auto keepCount = [](void* self, int, char** values, char**) {
+        static_cast<SqliteSession*>(self)->m_schemaRows =
+            values[0] ? std::strtoull(values[0], nullptr, 10) : 0;
+        return 0;
+    };
+    if (sqlite3_exec(db, "SELECT count(*) FROM dbo.sqlite_schema; PRAGMA query_only = 1;",
+                     keepCount, this, &err) != SQLITE_OK) {
         std::string msg = err ? err : sqlite3_errmsg(db);
         sqlite3_free(err);
         throw DbError(msg + ": " + path);
@@ -200,34 +224,32 @@ std::vector<DbSession::TableRow> SqliteSession::Tables() {
                            -1, stmt.out(), nullptr) != SQLITE_OK)
         fail();
     // The schema table itself is not listed in itself.
-    std::vector<TableRow> rows{{kSchema, "sqlite_schema", "SYSTEM TABLE"}};
+    std::vector<TableRow> rows;
+    rows.reserve(m_schemaRows + 1);
+    rows.push_back({kSchema, "sqlite_schema", "SYSTEM TABLE"});
     int rc;
     while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
-        std::string type = reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0));
-        const auto* nameText = sqlite3_column_text(stmt.get(), 1);
-        std::string name = nameText ? reinterpret_cast<const char*>(nameText) : "";
-        if (lower(name).starts_with("sqlite_"))
-            type = "SYSTEM TABLE";
-        else
-            type = type == "view" ? "VIEW" : "TABLE";
-        rows.push_back({kSchema, std::move(name), std::move(type)});
+        const auto* typeText = reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0));
+        const auto* nameText = reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 1));
+        const std::string_view name =
+            nameText ? std::string_view(
+                           nameText, static_cast<std::size_t>(sqlite3_column_bytes(stmt.get(), 1)))
+                     : std::string_view();
+        const char* type = startsWithNoCase(name, "sqlite_")                ? "SYSTEM TABLE"
+                           : typeText && std::strcmp(typeText, "view") == 0 ? "VIEW"
+                                                                            : "TABLE";
+        rows.push_back({kSchema, std::string(name), type});
     }
     if (rc != SQLITE_DONE)
         fail();
-    // The catalogue order of SQL Server: by type, then by name (case-insensitive first).
-    std::vector<std::pair<std::string, std::size_t>> keys;
-    keys.reserve(rows.size());
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        keys.emplace_back(rows[i].strType + '\n' + lower(rows[i].strName), i);
-    std::sort(keys.begin(), keys.end(), [&rows](const auto& a, const auto& b) {
-        return a.first != b.first ? a.first < b.first
-                                  : rows[a.second].strName < rows[b.second].strName;
+    // The catalogue order of SQL Server: by type, then by name (case-insensitive first). Sorted
+    // in place and compared without copies, since a catalogue may have 100,000 rows.
+    std::sort(rows.begin(), rows.end(), [](const TableRow& a, const TableRow& b) {
+        if (a.strType != b.strType)
+            return a.strType < b.strType;
+        const int c = compareNoCase(a.strName, b.strName);
+        return c != 0 ? c < 0 : a.strName < b.strName;
     });
-    std::vector<TableRow> sorted;
-    sorted.reserve(rows.size());
-    for (const auto& key : keys)
-        sorted.push_back(std::move(rows[key.second]));
-    rows = std::move(sorted);
     return rows;
 }
 

@@ -71,6 +71,9 @@ private:
     sqlite3* m_db = nullptr;
     std::chrono::seconds m_timeout;
     std::chrono::steady_clock::time_point m_deadline;
+    // The rows of the schema table when the file was opened (tables, views, indexes and
+    // triggers): room enough for the catalogue.
+    std::size_t m_schemaRows = 0;
     // Set by Interrupt(); the progress handler then stops every statement.
     std::atomic<bool> m_interrupted{false};
 };
