@@ -2,9 +2,9 @@
 
 // The entry point of the GUI test programs. Everything a result could depend on besides the
 // product is fixed here, so that the tests pass on any machine: the offscreen platform (also
-// for listing the tests without a display), the C locale for Qt and the C library, UTC, and
-// Qt's test locations instead of the user's own settings and data folders. A test that needs
-// another locale sets it itself.
+// for listing the tests without a display), the C locale for Qt and the C library, UTC, Qt's
+// test locations instead of the user's own settings and data folders, and a catalogue cache
+// folder of the run's own. A test that needs another locale sets it itself.
 
 #include <QApplication>
 #include <QLocale>
@@ -26,6 +26,8 @@ inline int RunQtTests(int argc, char** argv, const char* applicationName) {
     // Qt wants a private runtime folder; the user's may be missing (as under CI) or shared.
     QTemporaryDir runtime;
     setenv("XDG_RUNTIME_DIR", runtime.path().toLocal8Bit().constData(), 1);
+    QTemporaryDir catalogues;
+    setenv("MAROVIN_CACHE_DIR", catalogues.path().toLocal8Bit().constData(), 1);
     QStandardPaths::setTestModeEnabled(true);
     QApplication app(argc, argv);
     std::setlocale(LC_ALL, "C.UTF-8");

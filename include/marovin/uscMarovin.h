@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/DbSession.h"
 #include "marovin/platform/PlatformServices.h"
 
 #include <QPoint>
@@ -19,8 +20,9 @@ class QUndoStack;
 class QKeyEvent;
 class QLabel;
 class QLineEdit;
-class QListWidget;
-class QListWidgetItem;
+class QListView;
+class QProgressBar;
+class QToolButton;
 class QPushButton;
 class QTableView;
 class QTreeWidget;
@@ -28,6 +30,7 @@ class QTreeWidgetItem;
 
 namespace marovin {
 
+class CatalogueCache;
 class cDbConnection;
 class DbCancellation;
 class cSQLQuery;
@@ -36,6 +39,8 @@ class dvTablesAndJoins;
 class SelectedItemsModel;
 class SplitterBar;
 class SqlTextView;
+class TableCatalogue;
+class TableListModel;
 
 // The embeddable query builder: a host gives it a database connection and a query, the user
 // places tables in the diagram, joins them, picks the output columns, and the control keeps the
@@ -44,7 +49,8 @@ class SqlTextView;
 //
 // Child views carry object names a host or a test can find them by: "lstTables",
 // "dvTablesAndJoins", "jgSelectedFields", "lvConditions", "lvExpressions", "txtSQLQuery",
-// "txtTableFilter", "lblTableCount", "chkAlsoListSystemTables", "chkAlsoListViews",
+// "txtTableFilter", "lblTableCount", "prgTables", "cmdRefreshTables", "cmdCancelTables",
+// "chkAlsoListSystemTables", "chkAlsoListViews",
 // "chkUniqueRecords", "cmdAddTableToJoiner", "cmdSubQueries", "cmdMoveUp", "cmdMoveDown",
 // "cmdRemoveSelectItem", "cmdAddCondition", "cmdEditCondition", "cmdRemoveCondition",
 // "cmdAddExpression", "cmdEditExpression", "cmdRemoveExpression", "cmdCheckSQLSyntax",
@@ -71,6 +77,20 @@ public:
     // Stores the connection; the table list is filled by the next Refresh.
     void setDatabaseObject(std::shared_ptr<cDbConnection> connection);
     std::shared_ptr<cDbConnection> DatabaseObject() const { return m_db; }
+
+    // The table list is read on a worker thread: the list shows the entries as they arrive (at
+    // once from the catalogue cache when the database has not changed since), the window goes
+    // on answering, and the user may stop the reading. Loading a query that names tables waits
+    // for the list, with a busy indicator and Cancel (a cancelled load keeps the query before).
+    // Where catalogues are kept between sessions (by default the user's cache folder, see
+    // CatalogueCache); nullptr keeps none. Takes effect at the next Refresh.
+    void setCatalogueCache(std::shared_ptr<CatalogueCache> cache);
+    // Reads the table list from the database again, whatever the cache says (F5 in the list).
+    void RefreshTableList();
+    // Stops reading the table list; the entries that arrived stay.
+    void CancelTableList();
+    // Whether the table list is being read.
+    bool blnReadingTableList() const;
 
     // Rebuilds every pane from the current query.
     void Refresh();
@@ -181,6 +201,16 @@ private:
 
     // Table list and diagram (TablesPane.cpp).
     void FillTableList();
+    // Starts reading the connection's catalogue (checking the rows in hand against the database
+    // when they are of the same database).
+    void openCatalogue(bool blnForce);
+    // Before a query with tables is loaded: waits for the catalogue. False when the user
+    // cancelled.
+    bool waitForCatalogue();
+    void onCatalogueRowsAppended(int first);
+    void onCatalogueStateChanged();
+    void updateTableCount();
+    static QString tableEntryOf(const DbSession::TableRow& row);
     // Where a new table's box goes: the next slot of a loaded query (left = 160 n + 50), a free
     // place in view (a table the user placed from the list), or where a dragged entry was let go.
     struct TablePlacement {
@@ -206,7 +236,9 @@ private:
     // The table-list entry naming this table, brackets ignored ("dbo.[Order]" finds
     // "dbo.Order"); empty when there is none.
     QString tableListEntry(const std::string& strName) const;
-    void placeListEntry(QListWidgetItem* item);
+    // Places the entry shown in a row of the list (nothing for -1).
+    void placeListEntry(int row);
+    int currentListRow() const;
     // Shows only the entries containing the search text (ignoring letter case) and the count.
     void applyTableFilter();
     // Down moves from the search field into the list, Enter places the first entry shown.
@@ -345,7 +377,12 @@ private:
     QString m_strLayoutCaption;
 
     // Child views, owned through their Qt parents.
-    QListWidget* m_lstTables = nullptr;
+    QListView* m_lstTables = nullptr;
+    TableListModel* m_tableModel = nullptr;
+    TableCatalogue* m_catalogue = nullptr;
+    QProgressBar* m_prgTables = nullptr;
+    QToolButton* m_cmdRefreshTables = nullptr;
+    QToolButton* m_cmdCancelTables = nullptr;
     QLineEdit* m_txtTableFilter = nullptr;
     QLabel* m_lblTableCount = nullptr;
     dvTablesAndJoins* m_dvTablesAndJoins = nullptr;

@@ -3,6 +3,7 @@
 // and left out with what depends on them.
 
 #include "SelectedItemsModel.h"
+#include "TableCatalogue.h"
 #include "marovin/SqlNames.h"
 #include "marovin/Utilities.h"
 #include "marovin/cDbConnection.h"
@@ -99,6 +100,10 @@ void uscMarovin::LoadQuery() {
                 m_currentSubQuery = std::make_shared<cSQLQuery>();
         }
         FillTableList();
+        // While the list is still being read (an undo during the reading, or after the user
+        // stopped it) a table not listed yet may well exist: nothing is left out then.
+        const bool listIsWhole = m_catalogue->state() != TableCatalogue::State::Reading &&
+                                 m_catalogue->state() != TableCatalogue::State::Cancelled;
         m_blnLoading = true;
         try {
             if (m_query) {
@@ -109,6 +114,8 @@ void uscMarovin::LoadQuery() {
                         AddTableToDiagram(kSubQueryPrefix + table->strName());
                     } else if (!entry.isEmpty()) {
                         AddTableToDiagram(entry.toStdString());
+                    } else if (!listIsWhole) {
+                        AddTableToDiagram(table->strName());
                     } else {
                         missingNames.push_back(table->strName());
                         missingAliases.push_back(table->strAlias());

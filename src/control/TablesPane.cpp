@@ -2,6 +2,8 @@
 // aliases, the join rule, and the removal of a table with what depends on it.
 
 #include "SelectedItemsModel.h"
+#include "TableCatalogue.h"
+#include "TableListModel.h"
 #include "marovin/DbForeignKey.h"
 #include "marovin/SqlNames.h"
 #include "marovin/Utilities.h"
@@ -21,9 +23,12 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
+#include <QListView>
+#include <QLocale>
 #include <QMimeData>
+#include <QProgressBar>
 #include <QTableView>
+#include <QToolButton>
 #include <QTreeWidget>
 
 namespace marovin {
@@ -56,67 +61,138 @@ bool hasItems(const cSQLQuery& query) {
 } // namespace
 
 void uscMarovin::FillTableList() {
-    BusyPointerScope busy(m_services.busyPointer.get());
-    m_lstTables->clear();
+    QStringList entries;
     if (m_currentSubQuery && !Trim(m_currentSubQuery->strName()).empty() &&
         hasItems(*m_currentSubQuery))
-        m_lstTables->addItem(qs(kSubQueryPrefix + m_currentSubQuery->strName()));
+        entries << qs(kSubQueryPrefix + m_currentSubQuery->strName());
+    if (m_db) {
+        m_db->setBlnIncludeViews(m_chkAlsoListViews->isChecked());
+        if (m_chkAlsoListSystemTables->isChecked()) {
+            m_db->setBlnExcludeSystemTables(false);
+            m_db->setBlnExcludeSystemViews(!m_db->blnIncludeViews());
+        } else {
+            m_db->setBlnExcludeSystemTables(true);
+            m_db->setBlnExcludeSystemViews(true);
+        }
+        const std::vector<DbSession::TableRow>& rows = m_catalogue->rows();
+        entries.reserve(entries.size() + static_cast<qsizetype>(rows.size()));
+        for (const DbSession::TableRow& row : rows) {
+            if (m_db->blnListsTableRow(row))
+                entries << tableEntryOf(row);
+        }
+    }
+    // The entry the user was on stays current when the list is filled again.
+    const QString current = m_tableModel->shownEntry(currentListRow());
+    m_tableModel->setEntries(std::move(entries));
+    if (!current.isEmpty()) {
+        if (const int row = m_tableModel->rowOf(current); row >= 0)
+            m_lstTables->setCurrentIndex(m_tableModel->index(row));
+    }
+    updateTableCount();
+}
+
+QString uscMarovin::tableEntryOf(const DbSession::TableRow& row) {
+    QString entry = QString::fromStdString(row.strSchema);
+    entry += QLatin1Char('.');
+    entry += QString::fromStdString(row.strName);
+    return entry;
+}
+
+void uscMarovin::onCatalogueRowsAppended(int first) {
     if (!m_db)
         return;
-    m_db->setBlnIncludeViews(m_chkAlsoListViews->isChecked());
-    if (m_chkAlsoListSystemTables->isChecked()) {
-        m_db->setBlnExcludeSystemTables(false);
-        m_db->setBlnExcludeSystemViews(!m_db->blnIncludeViews());
-    } else {
-        m_db->setBlnExcludeSystemTables(true);
-        m_db->setBlnExcludeSystemViews(true);
+    const std::vector<DbSession::TableRow>& rows = m_catalogue->rows();
+    QStringList entries;
+    entries.reserve(static_cast<qsizetype>(rows.size()) - first);
+    for (std::size_t i = static_cast<std::size_t>(first); i < rows.size(); ++i) {
+        if (m_db->blnListsTableRow(rows[i]))
+            entries << tableEntryOf(rows[i]);
     }
-    for (const std::string& name : Split(m_db->GetListOfTables(), ","))
-        m_lstTables->addItem(qs(name));
-    applyTableFilter();
+    m_tableModel->appendEntries(entries);
+    updateTableCount();
+}
+
+void uscMarovin::onCatalogueStateChanged() {
+    const bool reading = m_catalogue->blnReading();
+    m_prgTables->setVisible(reading);
+    m_cmdCancelTables->setVisible(reading);
+    m_cmdRefreshTables->setVisible(!reading);
+    updateTableCount();
+    if (m_catalogue->state() == TableCatalogue::State::Unchecked &&
+        !m_catalogue->strError().isEmpty())
+        emit statusMessage(tr("The table list could not be read: %1").arg(m_catalogue->strError()));
+}
+
+void uscMarovin::openCatalogue(bool blnForce) {
+    if (m_db)
+        m_catalogue->open(*m_db, blnForce);
+    else
+        m_catalogue->close();
+}
+
+bool uscMarovin::waitForCatalogue() {
+    return m_catalogue->waitUntilCurrent(this, tr("Reading the table list of the database...")) !=
+           TableCatalogue::Outcome::Cancelled;
+}
+
+void uscMarovin::setCatalogueCache(std::shared_ptr<CatalogueCache> cache) {
+    m_catalogue->setCache(std::move(cache));
+}
+
+void uscMarovin::RefreshTableList() {
+    guarded(tr("Tables"), [this] { openCatalogue(true); });
+}
+
+void uscMarovin::CancelTableList() {
+    guarded(tr("Tables"), [this] { m_catalogue->cancel(); });
+}
+
+bool uscMarovin::blnReadingTableList() const {
+    return m_catalogue->blnReading();
 }
 
 void uscMarovin::applyTableFilter() {
-    const QString wanted = m_txtTableFilter->text().trimmed();
-    int shown = 0;
-    m_lstTables->setUpdatesEnabled(false);
-    for (int i = 0; i < m_lstTables->count(); ++i) {
-        QListWidgetItem* item = m_lstTables->item(i);
-        const bool match = wanted.isEmpty() || item->text().contains(wanted, Qt::CaseInsensitive);
-        item->setHidden(!match);
-        // A hidden entry must not stay selected: "Add table" places the selected entry.
-        if (!match && item->isSelected())
-            item->setSelected(false);
-        shown += match ? 1 : 0;
-    }
-    m_lstTables->setUpdatesEnabled(true);
-    const int total = m_lstTables->count();
-    if (!wanted.isEmpty())
-        m_lblTableCount->setText(tr("%1 of %2").arg(shown).arg(total));
+    const QString current = m_tableModel->shownEntry(currentListRow());
+    m_tableModel->setFilter(m_txtTableFilter->text().trimmed());
+    // The entry the user was on stays current while the search shows it; a hidden entry is not
+    // selected, since "Add table" places the selected entry.
+    if (const int row = m_tableModel->rowOf(current); row >= 0 && !current.isEmpty())
+        m_lstTables->setCurrentIndex(m_tableModel->index(row));
+    updateTableCount();
+}
+
+void uscMarovin::updateTableCount() {
+    const int total = m_tableModel->entryCount();
+    const QLocale locale;
+    QString text;
+    if (!m_tableModel->filter().isEmpty())
+        text =
+            tr("%1 of %2").arg(locale.toString(m_tableModel->shownCount()), locale.toString(total));
     else
-        m_lblTableCount->setText(total == 1 ? tr("1 table") : tr("%1 tables").arg(total));
-    m_lblTableCount->setAccessibleName(m_lblTableCount->text());
+        text = total == 1 ? tr("1 table") : tr("%1 tables").arg(locale.toString(total));
+    if (m_catalogue->blnReading())
+        text = tr("%1, reading...").arg(text);
+    else if (m_catalogue->state() == TableCatalogue::State::Cancelled)
+        text = tr("%1, stopped").arg(text);
+    m_lblTableCount->setText(text);
+    m_lblTableCount->setAccessibleName(text);
+}
+
+int uscMarovin::currentListRow() const {
+    const QModelIndex current = m_lstTables->currentIndex();
+    return current.isValid() ? current.row() : -1;
 }
 
 bool uscMarovin::handleTableFilterKey(QKeyEvent* event) {
-    auto firstShown = [this]() -> QListWidgetItem* {
-        for (int i = 0; i < m_lstTables->count(); ++i) {
-            if (!m_lstTables->item(i)->isHidden())
-                return m_lstTables->item(i);
-        }
-        return nullptr;
-    };
     switch (event->key()) {
     case Qt::Key_Down:
-        if (QListWidgetItem* item = firstShown()) {
-            m_lstTables->setCurrentItem(item);
-            item->setSelected(true);
-        }
+        if (m_tableModel->shownCount() > 0)
+            m_lstTables->setCurrentIndex(m_tableModel->index(0));
         m_lstTables->setFocus(Qt::TabFocusReason);
         return true;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-        placeListEntry(firstShown());
+        placeListEntry(m_tableModel->shownCount() > 0 ? 0 : -1);
         return true;
     case Qt::Key_Escape:
         if (m_txtTableFilter->text().isEmpty())
@@ -130,31 +206,24 @@ bool uscMarovin::handleTableFilterKey(QKeyEvent* event) {
 
 void uscMarovin::SelectTable() {
     guarded(tr("Add table"), [this] {
-        for (int i = 0; i < m_lstTables->count(); ++i) {
-            if (m_lstTables->item(i)->isSelected() && !m_lstTables->item(i)->isHidden()) {
-                AddTableToDiagram(m_lstTables->item(i)->text().toStdString(),
-                                  {TablePlacement::InView, {}});
-                EnableButtons();
-                return;
-            }
-        }
+        const QModelIndexList selected = m_lstTables->selectionModel()->selectedIndexes();
+        if (selected.isEmpty())
+            return;
+        AddTableToDiagram(m_tableModel->shownEntry(selected.first().row()).toStdString(),
+                          {TablePlacement::InView, {}});
+        EnableButtons();
     });
 }
 
-void uscMarovin::placeListEntry(QListWidgetItem* item) {
-    if (item == nullptr)
+void uscMarovin::placeListEntry(int row) {
+    if (row < 0 || row >= m_tableModel->shownCount())
         return;
-    m_lstTables->setCurrentItem(item);
-    item->setSelected(true);
+    m_lstTables->setCurrentIndex(m_tableModel->index(row));
     SelectTable();
 }
 
 bool uscMarovin::IsInTableList(const QString& strText) const {
-    for (int i = 0; i < m_lstTables->count(); ++i) {
-        if (m_lstTables->item(i)->text() == strText)
-            return true;
-    }
-    return false;
+    return m_tableModel->contains(strText);
 }
 
 QString uscMarovin::tableListEntry(const std::string& strName) const {
@@ -163,8 +232,9 @@ QString uscMarovin::tableListEntry(const std::string& strName) const {
         return exact;
     // A document may name the table with brackets ("dbo.[Order]") or without them.
     const std::string wanted = UnbracketQualifiedName(strName);
-    for (int i = 0; i < m_lstTables->count(); ++i) {
-        const QString entry = m_lstTables->item(i)->text();
+    if (IsInTableList(qs(wanted)))
+        return qs(wanted);
+    for (const QString& entry : m_tableModel->entries()) {
         if (UnbracketQualifiedName(entry.toStdString()) == wanted)
             return entry;
     }
@@ -220,7 +290,7 @@ void uscMarovin::AddTableToDiagram(const std::string& strTable, TablePlacement p
         isSubQuery = true;
     } else {
         if (m_db)
-            columns = m_db->GetListOfFields(strTable, false);
+            columns = m_catalogue->columns(*m_db, strTable);
         name = strTable;
     }
     const std::vector<std::string> parts = Split(columns, ",");
@@ -491,7 +561,7 @@ void uscMarovin::onAllColumns(const QString& alias) {
         else if (m_db) {
             // The box is named by its alias; the catalogue knows the table by its name.
             const auto table = FindTableByAlias(*m_tables, strAlias);
-            columns = m_db->GetListOfFields(table ? table->strName() : strAlias, false);
+            columns = m_catalogue->columns(*m_db, table ? table->strName() : strAlias);
         }
         for (const std::string& column : Split(columns, ","))
             AddSelectItem(fieldReference(strAlias, column), column, std::string(), false);

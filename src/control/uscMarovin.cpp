@@ -2,6 +2,8 @@
 
 #include "SelectedItemsDelegate.h"
 #include "SelectedItemsModel.h"
+#include "TableCatalogue.h"
+#include "TableListModel.h"
 #include "marovin/ModelError.h"
 #include "marovin/Utilities.h"
 #include "marovin/cDbConnection.h"
@@ -19,11 +21,13 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
+#include <QListView>
 #include <QLocale>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QShortcut>
 #include <QTableView>
+#include <QToolButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -67,6 +71,8 @@ uscMarovin::uscMarovin(QWidget* parent, PlatformServices services)
 }
 
 uscMarovin::~uscMarovin() {
+    // A reading of the table list under way is stopped now rather than waited for at the end.
+    m_catalogue->cancel();
     // The child views outlive this body; they must not call back into a half-destroyed control.
     m_selectedItems->setSortSource(nullptr);
     for (QObject* child : findChildren<QObject*>())
@@ -83,8 +89,15 @@ void uscMarovin::setupViews() {
     setObjectName(QStringLiteral("uscMarovin"));
 
     // Table list and its options.
-    m_lstTables = new QListWidget;
+    m_tableModel = new TableListModel(this);
+    m_catalogue = new TableCatalogue(this);
+    m_catalogue->setCache(std::make_shared<CatalogueCache>());
+    m_lstTables = new QListView;
     m_lstTables->setObjectName(QStringLiteral("lstTables"));
+    m_lstTables->setModel(m_tableModel);
+    // One row height for all, so that 100,000 entries are laid out without measuring each.
+    m_lstTables->setUniformItemSizes(true);
+    m_lstTables->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_lstTables->setSelectionMode(QAbstractItemView::SingleSelection);
     m_lstTables->setDragEnabled(true);
     m_lstTables->setDragDropMode(QAbstractItemView::DragOnly);
@@ -136,10 +149,40 @@ void uscMarovin::setupViews() {
     m_lblTableCount = new QLabel;
     m_lblTableCount->setObjectName(QStringLiteral("lblTableCount"));
     m_lblTableCount->setForegroundRole(QPalette::PlaceholderText);
+    // While the list is read: a running bar and a button that stops the reading; otherwise a
+    // button that reads the list again.
+    m_prgTables = new QProgressBar;
+    m_prgTables->setObjectName(QStringLiteral("prgTables"));
+    m_prgTables->setAccessibleName(tr("Reading the table list"));
+    m_prgTables->setRange(0, 0);
+    m_prgTables->setTextVisible(false);
+    m_prgTables->setMaximumWidth(60);
+    m_prgTables->setMaximumHeight(m_lblTableCount->sizeHint().height());
+    m_prgTables->setVisible(false);
+    m_cmdCancelTables = new QToolButton;
+    m_cmdCancelTables->setObjectName(QStringLiteral("cmdCancelTables"));
+    m_cmdCancelTables->setIcon(makeIcon(IconKind::Remove));
+    m_cmdCancelTables->setAccessibleName(tr("Stop reading the table list"));
+    m_cmdCancelTables->setToolTip(
+        tr("Stop reading the table list; the tables read so far stay (Escape in the list)"));
+    m_cmdCancelTables->setAutoRaise(true);
+    // Keys reach both from the list (F5, Escape); Tab goes from the search to the list.
+    m_cmdCancelTables->setFocusPolicy(Qt::NoFocus);
+    m_cmdCancelTables->setVisible(false);
+    m_cmdRefreshTables = new QToolButton;
+    m_cmdRefreshTables->setObjectName(QStringLiteral("cmdRefreshTables"));
+    m_cmdRefreshTables->setIcon(makeIcon(IconKind::Refresh));
+    m_cmdRefreshTables->setAccessibleName(tr("Read the table list again"));
+    m_cmdRefreshTables->setToolTip(tr("Read the table list from the database again (F5)"));
+    m_cmdRefreshTables->setAutoRaise(true);
+    m_cmdRefreshTables->setFocusPolicy(Qt::NoFocus);
     auto* tablesHeader = new QHBoxLayout;
     tablesHeader->addWidget(paneLabel(tr("&Tables"), m_lstTables));
     tablesHeader->addStretch(1);
     tablesHeader->addWidget(m_lblTableCount);
+    tablesHeader->addWidget(m_prgTables);
+    tablesHeader->addWidget(m_cmdCancelTables);
+    tablesHeader->addWidget(m_cmdRefreshTables);
     tablesLayout->addLayout(tablesHeader);
     tablesLayout->addWidget(m_txtTableFilter);
     tablesLayout->addWidget(m_lstTables, 1);
@@ -381,9 +424,16 @@ void uscMarovin::setupViews() {
         m_txtTableFilter->setFocus(Qt::ShortcutFocusReason);
         m_txtTableFilter->selectAll();
     });
-    connect(m_lstTables, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem* item) {
-        guarded(tr("Add table"), [this, item] { placeListEntry(item); });
+    connect(m_lstTables, &QListView::doubleClicked, this, [this](const QModelIndex& index) {
+        guarded(tr("Add table"), [this, index] { placeListEntry(index.row()); });
     });
+    connect(m_cmdRefreshTables, &QToolButton::clicked, this, [this] { RefreshTableList(); });
+    connect(m_cmdCancelTables, &QToolButton::clicked, this, [this] { CancelTableList(); });
+    connect(m_catalogue, &TableCatalogue::rowsReplaced, this, on([this] { FillTableList(); }));
+    connect(m_catalogue, &TableCatalogue::rowsAppended, this,
+            [this](int first) { guarded(tr("Tables"), [&] { onCatalogueRowsAppended(first); }); });
+    connect(m_catalogue, &TableCatalogue::stateChanged, this,
+            on([this] { onCatalogueStateChanged(); }));
 
     connect(m_dvTablesAndJoins, &dvTablesAndJoins::joinRequest, this,
             [this](const QString& joinText, int* accept) {
@@ -524,7 +574,34 @@ void restoreDocument(const std::shared_ptr<cSQLQuery>& query, const std::string&
 
 } // namespace
 
+namespace {
+
+bool namesTables(const std::shared_ptr<cSQLQuery>& query) {
+    if (!query)
+        return false;
+    for (const auto& table : *query->Tables()) {
+        if (!table->blnIsSubQuery())
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 bool uscMarovin::replaceQuery(std::shared_ptr<cSQLQuery> query) {
+    // The tables of the query are looked up in the whole, current table list; a query without
+    // tables is shown at once while the list fills.
+    try {
+        openCatalogue(false);
+        if (namesTables(query) && !waitForCatalogue()) {
+            emit statusMessage(tr("Loading the query was cancelled; the query before stays."));
+            return false;
+        }
+    } catch (const std::exception& error) {
+        m_services.messageBox->Show(tr("Load query"), QString::fromStdString(error.what()),
+                                    MessageIcon::Critical, MessageButtons::Ok);
+        return false;
+    }
     std::shared_ptr<cSQLQuery> previous = m_query;
     std::string previousDocument;
     std::string newDocument;
@@ -569,7 +646,6 @@ void uscMarovin::refreshPanes() {
     m_selectedItems->clear();
     m_strSQL.clear();
     m_txtSQLQuery->setStrText(std::string());
-    m_lstTables->clear();
     LoadQuery();
     refreshSortViews();
     refreshTicks();
@@ -639,6 +715,14 @@ bool uscMarovin::eventFilter(QObject* watched, QEvent* event) {
         const int key = static_cast<QKeyEvent*>(event)->key();
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {
             SelectTable(); // guarded itself
+            return true;
+        }
+        if (key == Qt::Key_F5) {
+            RefreshTableList(); // guarded itself
+            return true;
+        }
+        if (key == Qt::Key_Escape && blnReadingTableList()) {
+            CancelTableList(); // guarded itself
             return true;
         }
     }

@@ -131,6 +131,15 @@ public:
             painter->drawPolyline(
                 QPolygonF({QPointF(2.5, 8.5), QPointF(6.3, 12.3), QPointF(13.5, 3.5)}));
             break;
+        case IconKind::Refresh: {
+            // Three quarters of a circle, the arrow head at its open end.
+            pen(ink, 1.8);
+            painter->drawArc(QRectF(2.5, 2.5, 11, 11), 90 * 16, 270 * 16);
+            painter->setPen(Qt::NoPen);
+            painter->setBrush(ink);
+            painter->drawPolygon(QPolygonF({QPointF(8, 0.6), QPointF(11.6, 2.5), QPointF(8, 4.4)}));
+            break;
+        }
         case IconKind::Preview: {
             QPainterPath triangle;
             triangle.moveTo(4, 2.5);

@@ -33,6 +33,37 @@ void WriteSqliteFile(const std::string& path, const std::string& statements) {
         throw std::runtime_error("cannot fill " + path + ": " + error);
 }
 
+void WaitForTableList(uscMarovin& control) {
+    if (!QTest::qWaitFor([&control] { return !control.blnReadingTableList(); }, 10000))
+        throw std::runtime_error("the table list was not read within ten seconds");
+}
+
+QStringList TableEntries(uscMarovin& control) {
+    WaitForTableList(control);
+    auto* list = control.findChild<QListView*>("lstTables");
+    QStringList entries;
+    for (int row = 0; row < list->model()->rowCount(); ++row)
+        entries << list->model()->index(row, 0).data().toString();
+    return entries;
+}
+
+QModelIndex TableEntryIndex(uscMarovin& control, const QString& entry) {
+    auto* list = control.findChild<QListView*>("lstTables");
+    const int row = static_cast<int>(TableEntries(control).indexOf(entry));
+    return row < 0 ? QModelIndex() : list->model()->index(row, 0);
+}
+
+void PlaceTable(uscMarovin& control, const QString& entry) {
+    auto* list = control.findChild<QListView*>("lstTables");
+    const QModelIndex index = TableEntryIndex(control, entry);
+    if (!index.isValid())
+        throw std::runtime_error("no table list entry " + entry.toStdString());
+    list->scrollTo(index);
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(index).center());
+    auto* button = control.findChild<QPushButton*>("cmdAddTableToJoiner");
+    QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+}
+
 ControlHarness::ControlHarness(std::shared_ptr<MemorySettingsStore> store,
                                std::shared_ptr<cDbConnection> connection)
     : settings(store ? std::move(store) : std::make_shared<MemorySettingsStore>()),
@@ -53,6 +84,7 @@ ControlHarness::ControlHarness(std::shared_ptr<MemorySettingsStore> store,
         throw std::runtime_error("the control was not shown");
     m_control->setDatabaseObject(db);
     m_control->setSQLQueryObject(query);
+    WaitForTableList(*m_control);
 }
 
 ControlHarness::~ControlHarness() = default;
@@ -61,8 +93,8 @@ void ControlHarness::destroyControl() {
     m_control.reset();
 }
 
-QListWidget* ControlHarness::tableList() const {
-    return m_control->findChild<QListWidget*>("lstTables");
+QListView* ControlHarness::tableList() const {
+    return m_control->findChild<QListView*>("lstTables");
 }
 dvTablesAndJoins* ControlHarness::diagram() const {
     return m_control->findChild<dvTablesAndJoins*>("dvTablesAndJoins");
@@ -114,16 +146,11 @@ void ControlHarness::load(const std::string& xml) {
     query = std::make_shared<cSQLQuery>();
     query->LoadXmlText(xml);
     m_control->setSQLQueryObject(query);
+    WaitForTableList(*m_control);
 }
 
 void ControlHarness::placeTable(const QString& entry) {
-    const auto found = tableList()->findItems(entry, Qt::MatchExactly);
-    if (found.isEmpty())
-        throw std::runtime_error("no table list entry " + entry.toStdString());
-    tableList()->scrollToItem(found.first());
-    QTest::mouseClick(tableList()->viewport(), Qt::LeftButton, {},
-                      tableList()->visualItemRect(found.first()).center());
-    clickButton("cmdAddTableToJoiner");
+    PlaceTable(*m_control, entry);
 }
 
 void ControlHarness::clickButton(const char* name) {

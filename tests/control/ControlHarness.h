@@ -13,7 +13,7 @@
 
 #include <QCheckBox>
 #include <QDialog>
-#include <QListWidget>
+#include <QListView>
 #include <QPushButton>
 #include <QStringList>
 #include <QTableView>
@@ -34,6 +34,15 @@ namespace marovin::test {
 
 // Writes a new SQLite file from SQL statements (an existing file is replaced).
 void WriteSqliteFile(const std::string& path, const std::string& statements);
+
+// Waits until the control has read its table list (at most ten seconds).
+void WaitForTableList(uscMarovin& control);
+// The entries the control's table list shows once it is read, in list order.
+QStringList TableEntries(uscMarovin& control);
+// The list's index of an entry it shows; invalid when it shows no such entry.
+QModelIndex TableEntryIndex(uscMarovin& control, const QString& entry);
+// Selects an entry of the control's table list with a click and clicks "Add table".
+void PlaceTable(uscMarovin& control, const QString& entry);
 
 // A scripted message box that also notes whether the busy pointer was on while each box was
 // shown (the depth of the pointer at that moment).
@@ -89,7 +98,8 @@ public:
     uscMarovin& control() { return *m_control; }
     void destroyControl();
 
-    QListWidget* tableList() const;
+    QListView* tableList() const;
+    QStringList tableEntries() const { return TableEntries(*m_control); }
     dvTablesAndJoins* diagram() const;
     QTableView* grid() const;
     QTreeWidget* conditions() const;

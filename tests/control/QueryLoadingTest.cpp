@@ -1,5 +1,6 @@
 #include "ControlHarness.h"
 
+#include <QRegularExpression>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -126,7 +127,7 @@ TEST(QueryLoadingTest, RefreshWithoutAQueryOrAConnectionLeavesEmptyPanes) {
     h.control().setDatabaseObject(nullptr);
     h.changed = 0;
     h.control().setSQLQueryObject(nullptr);
-    EXPECT_EQ(h.tableList()->count(), 0);
+    EXPECT_EQ(h.tableEntries().size(), 0);
     EXPECT_EQ(h.diagram()->tableAliases().size(), 0);
     EXPECT_EQ(h.control().strSQL(), "");
     EXPECT_EQ(h.changed, 0);
@@ -148,7 +149,7 @@ TEST(QueryLoadingTest, ASubQueryWithItemsIsOfferedAndPlacedAsATable) {
 </SQLQuery>)");
     ASSERT_NE(h.query->SubQuery(), nullptr);
     EXPECT_TRUE(h.box->shown().empty());
-    EXPECT_EQ(h.tableList()->item(0)->text(), "Sub query: Big");
+    EXPECT_EQ(h.tableEntries().value(0), "Sub query: Big");
     EXPECT_EQ(h.diagram()->tableColumns("Big"), QStringList{"Total"});
     ASSERT_EQ(h.query->Tables()->Count(), 1);
     EXPECT_TRUE(h.query->Tables()->Item(1)->blnIsSubQuery());
@@ -180,7 +181,7 @@ TEST(QueryLoadingTest, ASubQueryWithoutItemsIsNotOffered) {
     </SQLQuery>
   </SUB_QUERY>
 </SQLQuery>)");
-    ASSERT_GT(h.tableList()->count(), 0);
-    EXPECT_EQ(h.tableList()->findItems("Sub query: ", Qt::MatchStartsWith).size(), 0);
-    EXPECT_EQ(h.tableList()->item(0)->text().left(4), "dbo.");
+    ASSERT_GT(h.tableEntries().size(), 0);
+    EXPECT_TRUE(h.tableEntries().filter(QRegularExpression("^Sub query: ")).isEmpty());
+    EXPECT_EQ(h.tableEntries().value(0).left(4), "dbo.");
 }

@@ -37,14 +37,7 @@ void click(QWidget* widget) {
 
 // Places a table in the nested editor the way a user does: select the entry, click "Add table".
 void placeIn(uscMarovin* editor, const QString& entry) {
-    auto* list = editor->findChild<QListWidget*>("lstTables");
-    const auto found = list->findItems(entry, Qt::MatchExactly);
-    if (found.isEmpty())
-        throw std::runtime_error("no table list entry " + entry.toStdString());
-    list->scrollToItem(found.first());
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
-                      list->visualItemRect(found.first()).center());
-    click(editor->findChild<QPushButton*>("cmdAddTableToJoiner"));
+    PlaceTable(*editor, entry);
 }
 
 // Double-clicks a column of a box in the nested editor's diagram.
@@ -103,9 +96,7 @@ TEST(SubQueryTest, ANewSubQueryIsNamedVirtualTableInANestedEditorOnTheSameConnec
         uscMarovin* editor = nestedEditor(dialog);
         ASSERT_NE(editor, nullptr);
         nestedButtonShown = editor->findChild<QPushButton*>("cmdSubQueries")->isVisible();
-        auto* list = editor->findChild<QListWidget*>("lstTables");
-        for (int i = 0; i < list->count(); ++i)
-            nestedEntries << list->item(i)->text();
+        nestedEntries = TableEntries(*editor);
         nestedSql = QString::fromStdString(editor->strSQL());
         EXPECT_EQ(editor->DatabaseObject(), h.db);
         EXPECT_NE(editor->SQLQueryObject(), nullptr);
@@ -117,9 +108,7 @@ TEST(SubQueryTest, ANewSubQueryIsNamedVirtualTableInANestedEditorOnTheSameConnec
     EXPECT_EQ(name, "VirtualTable");
     EXPECT_TRUE(okEnabled);
     EXPECT_FALSE(nestedButtonShown);
-    QStringList outerEntries;
-    for (int i = 0; i < h.tableList()->count(); ++i)
-        outerEntries << h.tableList()->item(i)->text();
+    const QStringList outerEntries = h.tableEntries();
     EXPECT_EQ(nestedEntries, outerEntries);
     EXPECT_TRUE(nestedEntries.contains("dbo.Orders"));
     EXPECT_EQ(nestedSql, "");
@@ -177,9 +166,9 @@ TEST(SubQueryTest, OkHandsBackTheEditedQueryWhichTheTableListOffersByName) {
     defineRecent(h);
     EXPECT_TRUE(h.box->shown().empty()); // OK after edits asks nothing
     EXPECT_EQ(h.changed, 1);
-    ASSERT_GT(h.tableList()->count(), 1);
-    EXPECT_EQ(h.tableList()->item(0)->text(), "Sub query: Recent");
-    EXPECT_EQ(h.tableList()->item(1)->text().left(4), "dbo.");
+    ASSERT_GT(h.tableEntries().size(), 1);
+    EXPECT_EQ(h.tableEntries().value(0), "Sub query: Recent");
+    EXPECT_EQ(h.tableEntries().value(1).left(4), "dbo.");
 
     const std::shared_ptr<cSQLQuery> sub = h.query->SubQuery();
     ASSERT_NE(sub, nullptr);
@@ -239,7 +228,7 @@ TEST(SubQueryTest, CancelAfterEditsAsksAndNoKeepsTheDialogWhileYesLeavesTheSubQu
     // The caller's sub-query is the same object with the same content.
     EXPECT_EQ(h.query->SubQuery(), sub);
     EXPECT_EQ(sub->ToXmlText(false), document);
-    EXPECT_EQ(h.tableList()->item(0)->text(), "Sub query: Recent");
+    EXPECT_EQ(h.tableEntries().value(0), "Sub query: Recent");
     // The click republishes the query even when nothing was taken.
     EXPECT_EQ(h.changed, 1);
 }
@@ -266,8 +255,8 @@ TEST(SubQueryTest, OkAfterAnotherEditReplacesTheSubQueryAndLeavesTheOldObjectUnt
     EXPECT_EQ(edited->strName(), "Freights");
     EXPECT_EQ(edited->SelectedItems()->Count(), 3);
     EXPECT_EQ(old->ToXmlText(false), oldDocument);
-    EXPECT_EQ(h.tableList()->item(0)->text(), "Sub query: Freights");
-    EXPECT_TRUE(h.tableList()->findItems("Sub query: Recent", Qt::MatchExactly).isEmpty());
+    EXPECT_EQ(h.tableEntries().value(0), "Sub query: Freights");
+    EXPECT_FALSE(h.tableEntries().contains("Sub query: Recent"));
 }
 
 TEST(SubQueryTest, TheSubQueryIsPlacedJoinedAndWrittenIndentedIntoFrom) {

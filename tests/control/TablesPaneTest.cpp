@@ -17,11 +17,8 @@ using namespace marovin::test;
 
 namespace {
 
-QStringList listEntries(QListWidget* list) {
-    QStringList entries;
-    for (int i = 0; i < list->count(); ++i)
-        entries << list->item(i)->text();
-    return entries;
+QStringList listEntries(ControlHarness& h) {
+    return h.tableEntries();
 }
 
 } // namespace
@@ -96,28 +93,27 @@ TEST(TablesPaneTest, RepeatedTablesGetNumberedAliasesAndBoxesSideBySide) {
 
 TEST(TablesPaneTest, TablesArePlacedByEnterDoubleClickAndDragFromTheList) {
     ControlHarness h;
-    QListWidget* list = h.tableList();
-    auto* customers = list->findItems("dbo.Customers", Qt::MatchExactly).value(0);
-    ASSERT_NE(customers, nullptr);
+    QListView* list = h.tableList();
+    const QModelIndex customers = TableEntryIndex(h.control(), "dbo.Customers");
+    ASSERT_TRUE(customers.isValid());
     list->setFocus();
-    list->setCurrentItem(customers);
+    list->setCurrentIndex(customers);
     QTest::keyClick(list, Qt::Key_Return);
     EXPECT_EQ(h.diagram()->tableAliases(), QStringList{"Customers"});
 
-    auto* shippers = list->findItems("dbo.Shippers", Qt::MatchExactly).value(0);
-    ASSERT_NE(shippers, nullptr);
-    list->scrollToItem(shippers);
-    const QPoint onShippers = list->visualItemRect(shippers).center();
+    const QModelIndex shippers = TableEntryIndex(h.control(), "dbo.Shippers");
+    ASSERT_TRUE(shippers.isValid());
+    list->scrollTo(shippers);
+    const QPoint onShippers = list->visualRect(shippers).center();
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, onShippers);
     QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, onShippers);
     EXPECT_EQ(h.diagram()->tableAliases(), (QStringList{"Customers", "Shippers"}));
 
     // Dropping a dragged list entry onto the diagram places that entry, whichever is selected.
-    auto* employees = list->findItems("dbo.Employees", Qt::MatchExactly).value(0);
-    ASSERT_NE(employees, nullptr);
-    list->setCurrentItem(customers);
-    std::unique_ptr<QMimeData> mime(
-        list->model()->mimeData({list->model()->index(list->row(employees), 0)}));
+    const QModelIndex employees = TableEntryIndex(h.control(), "dbo.Employees");
+    ASSERT_TRUE(employees.isValid());
+    list->setCurrentIndex(customers);
+    std::unique_ptr<QMimeData> mime(list->model()->mimeData({employees}));
     QWidget* target = h.diagram()->view()->viewport();
     const QPoint at(target->width() / 2, target->height() / 2);
     QDragEnterEvent enter(at, Qt::CopyAction, mime.get(), Qt::LeftButton, {});
@@ -139,18 +135,17 @@ TEST(TablesPaneTest, TablesArePlacedByEnterDoubleClickAndDragFromTheList) {
 
 TEST(TablesPaneTest, ViewsAreListedOnlyWhileTheBoxIsTicked) {
     ControlHarness h;
-    QListWidget* list = h.tableList();
     // Views listed, system tables not: system tables and system views are both left out.
     EXPECT_TRUE(h.control().DatabaseObject()->blnIncludeViews());
     EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemTables());
     EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemViews());
-    EXPECT_TRUE(listEntries(list).contains("dbo.Current Product List"));
-    EXPECT_TRUE(listEntries(list).contains("dbo.Orders"));
+    EXPECT_TRUE(listEntries(h).contains("dbo.Current Product List"));
+    EXPECT_TRUE(listEntries(h).contains("dbo.Orders"));
     QCheckBox* views = h.checkBox("chkAlsoListViews");
     QTest::mouseClick(views, Qt::LeftButton, {}, QPoint(5, views->height() / 2));
     EXPECT_FALSE(views->isChecked());
-    EXPECT_FALSE(listEntries(list).contains("dbo.Current Product List"));
-    EXPECT_TRUE(listEntries(list).contains("dbo.Orders"));
+    EXPECT_FALSE(listEntries(h).contains("dbo.Current Product List"));
+    EXPECT_TRUE(listEntries(h).contains("dbo.Orders"));
     EXPECT_FALSE(h.control().DatabaseObject()->blnIncludeViews());
     EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemViews());
 
@@ -484,15 +479,10 @@ TEST(TablesPaneTest, TheSearchFieldFiltersTheListAndPlacesWhatItShows) {
     auto* count = h.control().findChild<QLabel*>("lblTableCount");
     ASSERT_NE(search, nullptr);
     ASSERT_NE(count, nullptr);
-    const int total = h.tableList()->count();
+    const int total = static_cast<int>(h.tableEntries().size());
     EXPECT_EQ(count->text(), QString("%1 tables").arg(total));
     auto shown = [&h] {
-        QStringList entries;
-        for (int i = 0; i < h.tableList()->count(); ++i) {
-            if (!h.tableList()->item(i)->isHidden())
-                entries << h.tableList()->item(i)->text();
-        }
-        return entries;
+        return h.tableEntries();
     };
 
     // Ctrl+F reaches the field from anywhere in the control; typing filters, ignoring case.
@@ -513,7 +503,7 @@ TEST(TablesPaneTest, TheSearchFieldFiltersTheListAndPlacesWhatItShows) {
     EXPECT_TRUE(h.diagram()->hasTable("Territories"));
 
     // A selection the filter hides is not placed by the button.
-    h.tableList()->setCurrentItem(h.tableList()->findItems("dbo.Territories", Qt::MatchExactly)[0]);
+    h.tableList()->setCurrentIndex(TableEntryIndex(h.control(), "dbo.Territories"));
     search->setFocus();
     QTest::keyClicks(search, "x");
     const int placed = h.diagram()->tableAliases().size();

@@ -1,5 +1,6 @@
 #include "ControlHarness.h"
 
+#include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -24,15 +25,20 @@ TEST(uscMarovinTest, PropertiesStoreTheHostsObjects) {
     ControlHarness h;
     EXPECT_EQ(h.control().DatabaseObject(), h.db);
     EXPECT_EQ(h.control().SQLQueryObject(), h.query);
-    auto other = SampleConnection();
+    QTemporaryDir dir;
+    const std::string path = (dir.path() + "/other.sqlite").toStdString();
+    WriteSqliteFile(path, "CREATE TABLE Only (x INTEGER);");
+    auto other = std::make_shared<cDbConnection>();
+    other->setStrProvider(cDbConnection::kProviderSqlite);
+    other->setStrDatabase(path);
+    const QStringList sampleEntries = h.tableEntries();
+    ASSERT_GT(sampleEntries.size(), 10);
     h.control().setDatabaseObject(other);
     EXPECT_EQ(h.control().DatabaseObject(), other);
     // Setting the connection alone does not refill the list; Refresh does.
-    h.tableList()->clear();
-    h.control().setDatabaseObject(h.db);
-    EXPECT_EQ(h.tableList()->count(), 0);
+    EXPECT_EQ(h.tableEntries(), sampleEntries);
     h.control().Refresh();
-    EXPECT_GT(h.tableList()->count(), 10);
+    EXPECT_EQ(h.tableEntries(), QStringList{"dbo.Only"});
 }
 
 TEST(uscMarovinTest, RefreshRebuildsThePanesFromTheQuery) {

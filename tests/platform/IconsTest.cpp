@@ -28,7 +28,8 @@ int inkedPixels(const QImage& image) {
 TEST(IconsTest, EveryPictureIsDrawnAtAnySizeAndGreysOutWhenDisabled) {
     const IconKind kinds[] = {IconKind::Add,      IconKind::Edit,        IconKind::Remove,
                               IconKind::MoveUp,   IconKind::MoveDown,    IconKind::Table,
-                              IconKind::SubQuery, IconKind::CheckSyntax, IconKind::Preview};
+                              IconKind::SubQuery, IconKind::CheckSyntax, IconKind::Preview,
+                              IconKind::Refresh};
     for (IconKind kind : kinds) {
         const QIcon icon = makeIcon(kind);
         const QImage small = icon.pixmap(QSize(16, 16)).toImage();

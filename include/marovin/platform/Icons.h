@@ -18,6 +18,7 @@ enum class IconKind {
     SubQuery,    // a table inside brackets
     CheckSyntax, // a tick
     Preview,     // a triangle pointing right
+    Refresh,     // a circular arrow
 };
 
 QIcon makeIcon(IconKind kind);

@@ -1,0 +1,117 @@
+#pragma once
+
+#include "marovin/CatalogueCache.h"
+#include "marovin/DbSession.h"
+#include "marovin/cDbConnection.h"
+
+#include <QObject>
+#include <QString>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+class QWidget;
+
+namespace marovin {
+
+// The catalogue of the control's database, read off the user-interface thread. Opening a
+// connection shows what is known at once (the rows in hand, or the cache on disk) and then, on a
+// worker thread, checks it against the database's stamp and lists the tables again when the
+// database changed, handing the rows over as they arrive. The rows are every table and view of
+// the database; the table list applies its options to them. Column lists are fetched once per
+// table and connection and kept (in memory and in the cache file).
+class TableCatalogue : public QObject {
+    Q_OBJECT
+public:
+    enum class State {
+        Empty,     // no connection opened
+        Reading,   // the worker runs; rows may be those of the cache
+        Current,   // the rows are the database's catalogue, checked or listed since opened
+        Unchecked, // the database could not be reached: the rows are the cache's, if any
+        Cancelled, // the user stopped the reading; the rows are what arrived
+    };
+
+    explicit TableCatalogue(QObject* parent = nullptr);
+    // Stops the worker and waits for it.
+    ~TableCatalogue() override;
+
+    // Where catalogues are kept between sessions; nullptr keeps none.
+    void setCache(std::shared_ptr<CatalogueCache> cache) { m_cache = std::move(cache); }
+    const std::shared_ptr<CatalogueCache>& cache() const { return m_cache; }
+
+    // Starts on the connection's catalogue. The same connection as before keeps its rows and is
+    // only checked again; blnForce lists the tables again whatever the stamp says.
+    void open(const cDbConnection& connection, bool blnForce);
+    // Forgets the connection and its rows.
+    void close();
+    // Stops the worker; the rows that arrived stay.
+    void cancel();
+
+    State state() const { return m_state; }
+    bool blnReading() const { return m_state == State::Reading; }
+    // Whether the rows in hand are the whole catalogue (of the database or of its cache).
+    bool blnComplete() const { return m_blnComplete; }
+    // Whether the rows came from the cache and have not been confirmed yet.
+    bool blnFromCache() const { return m_blnFromCache; }
+    const std::vector<DbSession::TableRow>& rows() const { return m_rows; }
+    // Why the last reading failed; empty when it did not.
+    const QString& strError() const { return m_strError; }
+
+    enum class Outcome { Current, Failed, Cancelled };
+    // Waits, with the event loop running and a busy indicator with Cancel, until the reading
+    // under way has ended, and says how the catalogue stands then.
+    Outcome waitUntilCurrent(QWidget* parent, const QString& strText);
+
+    // The columns of a table-list entry as connection.GetListOfFields(entry, false) answers
+    // them, asked of the database once per table while the connection is the one opened.
+    std::string columns(const cDbConnection& connection, const std::string& strEntry);
+
+signals:
+    // The rows in hand were replaced (the cache was read, or a new listing replaced it).
+    void rowsReplaced();
+    // Rows were added at the end, from position first on.
+    void rowsAppended(int first);
+    // The state changed (reading started or ended).
+    void stateChanged();
+
+private:
+    struct Shared;
+    struct Event;
+    void startWorker(bool blnForce, bool blnReadCache);
+    void drain();
+    void apply(Event& event);
+    void setState(State state);
+
+    std::shared_ptr<CatalogueCache> m_cache;
+    std::unique_ptr<cDbConnection> m_connection;
+    std::string m_strKey;
+    std::vector<DbSession::TableRow> m_rows;
+    // Column lists of this connection, by table-list entry.
+    std::unordered_map<std::string, std::string> m_columns;
+    // Column lists the cache had; trusted once the stamp confirmed the cache.
+    std::unordered_map<std::string, std::string> m_cachedColumns;
+    bool m_blnComplete = false;
+    bool m_blnFromCache = false;
+    bool m_blnListing = false; // the worker is listing afresh, not only checking
+    State m_state = State::Empty;
+    QString m_strError;
+    // The stamp the rows were listed under, and when.
+    std::string m_strStamp;
+    std::int64_t m_lngListedAt = 0;
+    // A new listing replacing rows already shown gathers here until it is whole.
+    std::vector<DbSession::TableRow> m_pending;
+    bool m_blnReplacing = false;
+    std::shared_ptr<Shared> m_shared;
+    // The workers, the current one last; earlier ones were stopped and may not have returned.
+    struct Worker {
+        std::thread thread;
+        std::shared_ptr<Shared> shared;
+    };
+    std::vector<Worker> m_workers;
+    void reapWorkers();
+};
+
+} // namespace marovin
