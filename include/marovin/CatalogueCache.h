@@ -26,10 +26,11 @@ struct Catalogue {
     std::unordered_map<std::string, std::string> columns;
 };
 
-// Catalogues kept on disk, one file per connection (provider, server and database; an SQLite
-// database by the absolute path of its file), so that a large catalogue can be shown at once
-// the next time and only checked against the database. Never throws: a file that is missing,
-// unreadable, damaged or of another connection reads as no catalogue.
+// Catalogues kept on disk, one file per connection (provider, server, database and login; an
+// SQLite database by the absolute path of its file, links resolved), so that a large catalogue
+// can be shown at once the next time and only checked against the database. Never throws: a
+// file that is missing, unreadable, damaged or of another connection reads as no catalogue.
+// Files are readable by their owner only; the format is described in src/db/README.md.
 class CatalogueCache {
 public:
     // Seconds a catalogue stays usable when the database has no stamp to check it against.

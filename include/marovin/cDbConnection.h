@@ -89,16 +89,20 @@ public:
     // Every table and view of the database (all types, before the list options are applied), in
     // catalogue order, handed to batch in parts as the driver delivers them. False with the
     // reason in strError when the database cannot be reached or the listing fails; a cancelled
-    // listing answers false with kCancelledText. Parts already handed over stay handed over.
+    // listing answers false with kCancelledText, also while SQLite is still reading the schema
+    // of a large file. Parts already handed over stay handed over; an exception from batch ends
+    // the listing as a failure with its text.
     bool ListTables(const std::function<void(std::vector<DbSession::TableRow>&&)>& batch,
                     std::string& strError, DbCancellation* cancellation) const;
     // Whether the table list shows a catalogue row under the current options (user tables,
     // views, system tables, system views).
     bool blnListsTableRow(const DbSession::TableRow& row) const;
     // A short text that changes whenever the database's tables, views or columns change, read
-    // without listing them: for SQLite the schema cookie of the file header (and the state of a
-    // write-ahead log beside it), for SQL Server the newest modify_date and the number of rows of
+    // without listing them: for SQLite the schema cookie of the file header and a hash of the
+    // rest of its first page (and the size and time of a write-ahead log beside it), read with
+    // plain file I/O; for SQL Server the newest modify_date and the number of rows of
     // sys.objects. Empty when the database cannot tell (other ODBC sources) or cannot be reached.
+    // Read it before listing, so that a change during the listing shows as a stale stamp.
     std::string GetCatalogueStamp() const;
     // The declared foreign keys in which the table takes part, its tables written as the table
     // list writes them ("dbo.Orders"): first the table's own keys, ordered by name, referenced
