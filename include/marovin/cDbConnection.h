@@ -94,6 +94,14 @@ public:
     // the listing as a failure with its text.
     bool ListTables(const std::function<void(std::vector<DbSession::TableRow>&&)>& batch,
                     std::string& strError, DbCancellation* cancellation) const;
+    // The same, and a listing that succeeds hands the session it used to keepSession, still
+    // open (with an SQLite file's schema read, which is most of the cost of opening one).
+    bool ListTables(const std::function<void(std::vector<DbSession::TableRow>&&)>& batch,
+                    std::string& strError, DbCancellation* cancellation,
+                    std::unique_ptr<DbSession>* keepSession) const;
+    // GetListOfFields on a session the caller keeps open; "" when it fails.
+    static std::string GetListOfFields(DbSession& session, const std::string& strTableName,
+                                       bool blnIncludeTableName);
     // Whether the table list shows a catalogue row under the current options (user tables,
     // views, system tables, system views).
     bool blnListsTableRow(const DbSession::TableRow& row) const;
@@ -115,6 +123,9 @@ public:
     std::vector<DbForeignKey> GetForeignKeys(const std::string& strTableName) const;
     // An open connection, or nullptr when none could be opened.
     std::unique_ptr<DbSession> GetConnection() const;
+    // The same, stoppable from another thread while it opens (an SQLite file's schema is read
+    // then); nullptr when it was cancelled.
+    std::unique_ptr<DbSession> GetConnection(DbCancellation* cancellation) const;
     std::string CheckSQLSyntax(const std::string& strSQLQuery) const;
     std::shared_ptr<cRecordset> FireQuery(const std::string& strSQLQuery, std::string& strErrorMsg,
                                           std::int32_t lngMaxNrRecords) const;

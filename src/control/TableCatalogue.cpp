@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
 
 namespace marovin {
 
@@ -40,11 +41,13 @@ struct TableCatalogue::Event {
         Listed,         // the listing is complete
         Failed,         // the database could not be read; text says why
         Cancelled,
+        SessionReady, // an open session for column lists
     } kind;
     std::vector<DbSession::TableRow> rows;
     std::unordered_map<std::string, std::string> columns;
     std::string text; // the stamp, or the error
     std::int64_t lngListedAt = 0;
+    std::unique_ptr<DbSession> session;
 };
 
 // One reading: shared by the worker and the control, so that either may go first.
@@ -53,6 +56,9 @@ struct TableCatalogue::Shared {
     std::condition_variable finishedChanged;
     std::vector<Event> events; // guarded by mutex
     bool finished = false;     // guarded by mutex
+    // Whether the catalogue's state is known (checked, listed, failed); the worker may go on
+    // opening a session for column lists. Guarded by mutex.
+    bool decided = false;
     std::atomic<bool> stop{false};
     DbCancellation cancellation;
 
@@ -97,6 +103,7 @@ void TableCatalogue::open(const cDbConnection& connection, bool blnForce) {
         m_shared->stopNow();
     if (!sameDatabase) {
         m_strKey = key;
+        m_session.reset();
         m_rows.clear();
         m_columns.clear();
         m_cachedColumns.clear();
@@ -116,6 +123,7 @@ void TableCatalogue::close() {
     if (m_shared)
         m_shared->stopNow();
     m_shared.reset();
+    m_session.reset();
     m_connection.reset();
     m_strKey.clear();
     m_rows.clear();
@@ -174,7 +182,13 @@ void TableCatalogue::startWorker(bool blnForce, bool blnReadCache) {
     std::thread thread([=] {
         auto finish = [&shared] {
             std::lock_guard lock(shared->mutex);
+            shared->decided = true;
             shared->finished = true;
+            shared->finishedChanged.notify_all();
+        };
+        auto decide = [&shared] {
+            std::lock_guard lock(shared->mutex);
+            shared->decided = true;
             shared->finishedChanged.notify_all();
         };
         std::optional<Catalogue> known;
@@ -182,37 +196,44 @@ void TableCatalogue::startWorker(bool blnForce, bool blnReadCache) {
             known = cache->Load(connection);
             if (known) {
                 Event event{Event::CacheRead, std::move(known->tables), std::move(known->columns),
-                            known->strStamp, known->lngListedAt};
+                            known->strStamp,  known->lngListedAt,       nullptr};
                 post(std::move(event));
             }
         } else if (haveRows) {
             known = Catalogue{knownStamp, knownListedAt, {}, {}};
         }
         if (shared->stop) {
-            post(Event{Event::Cancelled, {}, {}, {}, 0});
+            post(Event{Event::Cancelled, {}, {}, {}, 0, nullptr});
             finish();
             return;
         }
         const std::string stamp = connection.GetCatalogueStamp();
         if (!blnForce && known && CatalogueCache::IsCurrent(*known, stamp, secondsNow())) {
-            post(Event{Event::Confirmed, {}, {}, stamp, 0});
+            post(Event{Event::Confirmed, {}, {}, stamp, 0, nullptr});
+            decide();
+            // Column lists are read on a session kept open: with SQLite, opening one reads the
+            // whole schema, which takes seconds for a large catalogue.
+            std::unique_ptr<DbSession> session = connection.GetConnection(&shared->cancellation);
+            if (session)
+                post(Event{Event::SessionReady, {}, {}, {}, 0, std::move(session)});
             finish();
             return;
         }
-        post(Event{Event::ListingStarted, {}, {}, {}, 0});
+        post(Event{Event::ListingStarted, {}, {}, {}, 0, nullptr});
         Catalogue listed;
         listed.strStamp = stamp;
         listed.lngListedAt = secondsNow();
         std::string error;
+        std::unique_ptr<DbSession> session;
         const bool ok = connection.ListTables(
             [&](std::vector<DbSession::TableRow>&& rows) {
                 listed.tables.insert(listed.tables.end(), rows.begin(), rows.end());
-                post(Event{Event::Batch, std::move(rows), {}, {}, 0});
+                post(Event{Event::Batch, std::move(rows), {}, {}, 0, nullptr});
             },
-            error, &shared->cancellation);
+            error, &shared->cancellation, &session);
         if (!ok) {
-            post(shared->stop ? Event{Event::Cancelled, {}, {}, {}, 0}
-                              : Event{Event::Failed, {}, {}, error, 0});
+            post(shared->stop ? Event{Event::Cancelled, {}, {}, {}, 0, nullptr}
+                              : Event{Event::Failed, {}, {}, error, 0, nullptr});
             finish();
             return;
         }
@@ -220,7 +241,10 @@ void TableCatalogue::startWorker(bool blnForce, bool blnReadCache) {
         // new file.
         if (cache)
             cache->Save(connection, listed);
-        post(Event{Event::Listed, {}, {}, stamp, listed.lngListedAt});
+        post(Event{Event::Listed, {}, {}, stamp, listed.lngListedAt, nullptr});
+        decide();
+        if (session)
+            post(Event{Event::SessionReady, {}, {}, {}, 0, std::move(session)});
         finish();
     });
     m_workers.push_back(Worker{std::move(thread), shared});
@@ -235,8 +259,8 @@ void TableCatalogue::drain() {
         events.swap(m_shared->events);
     }
     for (Event& event : events) {
-        // A reading the user stopped hands over nothing more.
-        if (m_state != State::Reading)
+        // A reading that was stopped hands over nothing more.
+        if (m_shared->stop)
             break;
         apply(event);
     }
@@ -311,6 +335,9 @@ void TableCatalogue::apply(Event& event) {
             m_blnComplete = false;
         setState(State::Unchecked);
         break;
+    case Event::SessionReady:
+        m_session = std::move(event.session);
+        break;
     case Event::Cancelled:
         m_blnListing = false;
         m_pending.clear();
@@ -335,7 +362,7 @@ TableCatalogue::Outcome TableCatalogue::waitUntilCurrent(QWidget* parent, const 
             [shared] {
                 std::unique_lock lock(shared->mutex);
                 shared->finishedChanged.wait(
-                    lock, [&shared] { return shared->finished || shared->stop; });
+                    lock, [&shared] { return shared->decided || shared->stop; });
             },
             [shared] { shared->stopNow(); });
         drain();
@@ -352,12 +379,41 @@ TableCatalogue::Outcome TableCatalogue::waitUntilCurrent(QWidget* parent, const 
     }
 }
 
-std::string TableCatalogue::columns(const cDbConnection& connection, const std::string& strEntry) {
+std::string TableCatalogue::columns(QWidget* parent, const cDbConnection& connection,
+                                    const std::string& strEntry) {
     if (!m_connection || keyOf(connection, m_cache.get()) != m_strKey)
         return connection.GetListOfFields(strEntry, false);
     if (const auto it = m_columns.find(strEntry); it != m_columns.end())
         return it->second;
-    std::string columns = connection.GetListOfFields(strEntry, false);
+    // A session for column lists is on its way: waiting for it costs less than opening another.
+    if (!m_session && m_shared && !m_shared->stop) {
+        const std::shared_ptr<Shared> shared = m_shared;
+        bool running = false;
+        {
+            std::lock_guard lock(shared->mutex);
+            running = !shared->finished;
+        }
+        if (running &&
+            !RunInBackground(
+                parent, tr("Reading the columns of %1...").arg(QString::fromStdString(strEntry)),
+                [shared] {
+                    std::unique_lock lock(shared->mutex);
+                    shared->finishedChanged.wait(
+                        lock, [&shared] { return shared->finished || shared->stop; });
+                },
+                [shared] { shared->stopNow(); }))
+            throw std::runtime_error("Reading the columns of " + strEntry + " was cancelled.");
+        drain();
+    }
+    std::string columns;
+    if (m_session) {
+        columns = cDbConnection::GetListOfFields(*m_session, strEntry, false);
+        // A session that failed (a dropped server connection) is not asked again.
+        if (columns.empty())
+            m_session.reset();
+    }
+    if (columns.empty())
+        columns = connection.GetListOfFields(strEntry, false);
     // An empty answer may be a failure to connect: it is asked again next time.
     if (columns.empty())
         return columns;

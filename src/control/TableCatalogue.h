@@ -67,7 +67,10 @@ public:
 
     // The columns of a table-list entry as connection.GetListOfFields(entry, false) answers
     // them, asked of the database once per table while the connection is the one opened.
-    std::string columns(const cDbConnection& connection, const std::string& strEntry);
+    // A session for them is opened on the worker once the catalogue is read; a request that
+    // comes before waits for it (busy indicator over parent); a cancelled wait throws.
+    std::string columns(QWidget* parent, const cDbConnection& connection,
+                        const std::string& strEntry);
 
 signals:
     // The rows in hand were replaced (the cache was read, or a new listing replaced it).
@@ -105,6 +108,8 @@ private:
     std::vector<DbSession::TableRow> m_pending;
     bool m_blnReplacing = false;
     std::shared_ptr<Shared> m_shared;
+    // An open session for column lists, handed over by the worker.
+    std::unique_ptr<DbSession> m_session;
     // The workers, the current one last; earlier ones were stopped and may not have returned.
     struct Worker {
         std::thread thread;

@@ -290,7 +290,7 @@ void uscMarovin::AddTableToDiagram(const std::string& strTable, TablePlacement p
         isSubQuery = true;
     } else {
         if (m_db)
-            columns = m_catalogue->columns(*m_db, strTable);
+            columns = m_catalogue->columns(this, *m_db, strTable);
         name = strTable;
     }
     const std::vector<std::string> parts = Split(columns, ",");
@@ -561,7 +561,7 @@ void uscMarovin::onAllColumns(const QString& alias) {
         else if (m_db) {
             // The box is named by its alias; the catalogue knows the table by its name.
             const auto table = FindTableByAlias(*m_tables, strAlias);
-            columns = m_catalogue->columns(*m_db, table ? table->strName() : strAlias);
+            columns = m_catalogue->columns(this, *m_db, table ? table->strName() : strAlias);
         }
         for (const std::string& column : Split(columns, ","))
             AddSelectItem(fieldReference(strAlias, column), column, std::string(), false);

@@ -294,6 +294,18 @@ std::unique_ptr<DbSession> cDbConnection::GetConnection() const {
     return nullptr;
 }
 
+std::unique_ptr<DbSession> cDbConnection::GetConnection(DbCancellation* cancellation) const {
+    std::unique_ptr<DbSession> conn;
+    {
+        std::optional<DbCancellationScope> scope;
+        if (!openForCall(*this, cancellation, conn, scope))
+            return nullptr;
+    }
+    if (isCancelled(cancellation))
+        return nullptr;
+    return conn;
+}
+
 bool cDbConnection::blnListsTableRow(const DbSession::TableRow& row) const {
     const std::string& type = row.strType;
     return (m_blnIncludeUserTables && equalsUpper(type, "TABLE")) ||
@@ -323,6 +335,12 @@ std::string cDbConnection::GetListOfTables() const {
 
 bool cDbConnection::ListTables(const std::function<void(std::vector<DbSession::TableRow>&&)>& batch,
                                std::string& strError, DbCancellation* cancellation) const {
+    return ListTables(batch, strError, cancellation, nullptr);
+}
+
+bool cDbConnection::ListTables(const std::function<void(std::vector<DbSession::TableRow>&&)>& batch,
+                               std::string& strError, DbCancellation* cancellation,
+                               std::unique_ptr<DbSession>* keepSession) const {
     try {
         strError.clear();
         std::unique_ptr<DbSession> conn;
@@ -345,6 +363,10 @@ bool cDbConnection::ListTables(const std::function<void(std::vector<DbSession::T
                     throw DbError(kCancelledText);
                 batch(std::move(part));
             });
+            if (keepSession) {
+                scope.reset();
+                *keepSession = std::move(conn);
+            }
             return true;
         } catch (const std::exception& e) {
             strError = isCancelled(cancellation) ? kCancelledText : e.what();
@@ -401,12 +423,21 @@ std::vector<DbForeignKey> cDbConnection::GetForeignKeys(const std::string& strTa
 
 std::string cDbConnection::GetListOfFields(const std::string& strTableName,
                                            bool blnIncludeTableName) const {
-    std::string prefix = blnIncludeTableName ? strTableName + "." : std::string();
-    std::string list;
     try {
         auto conn = GetConnection();
         if (!conn)
             return {};
+        return GetListOfFields(*conn, strTableName, blnIncludeTableName);
+    } catch (...) {
+        return {};
+    }
+}
+
+std::string cDbConnection::GetListOfFields(DbSession& session, const std::string& strTableName,
+                                           bool blnIncludeTableName) {
+    std::string prefix = blnIncludeTableName ? strTableName + "." : std::string();
+    std::string list;
+    try {
         std::vector<std::string> parts = split(strTableName, '.');
         std::string schema, table;
         if (parts.size() >= 2) {
@@ -415,7 +446,7 @@ std::string cDbConnection::GetListOfFields(const std::string& strTableName,
         } else {
             table = trimBlanks(strTableName);
         }
-        for (const std::string& column : conn->Columns(schema, table)) {
+        for (const std::string& column : session.Columns(schema, table)) {
             if (!list.empty())
                 list += ",";
             list += prefix;

@@ -220,9 +220,11 @@ TEST_F(LargeCatalogue, CancellingTheWaitOfALoadKeepsTheQueryBefore) {
     const std::string path = (m_cacheDir.path() + "/larger.sqlite").toStdString();
     writeViews(path, 2 * kViews);
     auto catalogueCache = cache();
-    ASSERT_TRUE(catalogueCache->Save(
-        *connection(path),
-        Catalogue{connection(path)->GetCatalogueStamp(), 1, {{"dbo", "base", "TABLE"}}, {}}));
+    ASSERT_TRUE(
+        catalogueCache->Save(*connection(path), Catalogue{connection(path)->GetCatalogueStamp(),
+                                                          1,
+                                                          {{"dbo", "base", "TABLE"}},
+                                                          {{"dbo.base", "a,b"}}}));
     auto c = control(catalogueCache, path);
     auto before = queryOf(R"(<SQLQuery>
   <TABLES_USED><TABLE><NAME>dbo.base</NAME><ALIAS>base</ALIAS></TABLE></TABLES_USED>
