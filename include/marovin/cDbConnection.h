@@ -121,6 +121,9 @@ public:
     // unqualified name) are accepted too. Empty when the database cannot be reached, the table
     // is unknown or the driver cannot tell.
     std::vector<DbForeignKey> GetForeignKeys(const std::string& strTableName) const;
+    // GetForeignKeys on a session the caller keeps open.
+    static std::vector<DbForeignKey> GetForeignKeys(DbSession& session,
+                                                    const std::string& strTableName);
     // An open connection, or nullptr when none could be opened.
     std::unique_ptr<DbSession> GetConnection() const;
     // The same, stoppable from another thread while it opens (an SQLite file's schema is read

@@ -85,7 +85,8 @@ public:
     // Where catalogues are kept between sessions (by default the user's cache folder, see
     // CatalogueCache); nullptr keeps none. Takes effect at the next Refresh.
     void setCatalogueCache(std::shared_ptr<CatalogueCache> cache);
-    // Reads the table list from the database again, whatever the cache says (F5 in the list).
+    // Reads the table list from the database again, whatever the cache says (Ctrl+R in the
+    // list).
     void RefreshTableList();
     // Stops reading the table list; the entries that arrived stay.
     void CancelTableList();
@@ -381,6 +382,7 @@ private:
     TableListModel* m_tableModel = nullptr;
     TableCatalogue* m_catalogue = nullptr;
     QProgressBar* m_prgTables = nullptr;
+    QLabel* m_lblTablesHint = nullptr; // Owned by the list's viewport.
     QToolButton* m_cmdRefreshTables = nullptr;
     QToolButton* m_cmdCancelTables = nullptr;
     QLineEdit* m_txtTableFilter = nullptr;

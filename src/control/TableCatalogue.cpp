@@ -361,8 +361,8 @@ TableCatalogue::Outcome TableCatalogue::waitUntilCurrent(QWidget* parent, const 
             parent, strText,
             [shared] {
                 std::unique_lock lock(shared->mutex);
-                shared->finishedChanged.wait(
-                    lock, [&shared] { return shared->decided || shared->stop; });
+                shared->finishedChanged.wait(lock,
+                                             [&shared] { return shared->decided || shared->stop; });
             },
             [shared] { shared->stopNow(); });
         drain();
@@ -379,32 +379,49 @@ TableCatalogue::Outcome TableCatalogue::waitUntilCurrent(QWidget* parent, const 
     }
 }
 
+bool TableCatalogue::waitForSession(QWidget* parent, const std::string& strEntry) {
+    // A session is on its way: waiting for it costs less than opening another.
+    if (m_session || !m_shared || m_shared->stop)
+        return true;
+    const std::shared_ptr<Shared> shared = m_shared;
+    {
+        std::lock_guard lock(shared->mutex);
+        if (shared->finished)
+            return true;
+    }
+    const bool ran = RunInBackground(
+        parent, tr("Reading the columns of %1...").arg(QString::fromStdString(strEntry)),
+        [shared] {
+            std::unique_lock lock(shared->mutex);
+            shared->finishedChanged.wait(lock,
+                                         [&shared] { return shared->finished || shared->stop; });
+        },
+        [shared] { shared->stopNow(); });
+    drain();
+    return ran;
+}
+
+std::vector<DbForeignKey> TableCatalogue::foreignKeys(QWidget* parent,
+                                                      const cDbConnection& connection,
+                                                      const std::string& strEntry) {
+    if (!m_connection || keyOf(connection, m_cache.get()) != m_strKey)
+        return connection.GetForeignKeys(strEntry);
+    // A cancelled wait joins nothing.
+    if (!waitForSession(parent, strEntry))
+        return {};
+    if (!m_session)
+        return connection.GetForeignKeys(strEntry);
+    return cDbConnection::GetForeignKeys(*m_session, strEntry);
+}
+
 std::string TableCatalogue::columns(QWidget* parent, const cDbConnection& connection,
                                     const std::string& strEntry) {
     if (!m_connection || keyOf(connection, m_cache.get()) != m_strKey)
         return connection.GetListOfFields(strEntry, false);
     if (const auto it = m_columns.find(strEntry); it != m_columns.end())
         return it->second;
-    // A session for column lists is on its way: waiting for it costs less than opening another.
-    if (!m_session && m_shared && !m_shared->stop) {
-        const std::shared_ptr<Shared> shared = m_shared;
-        bool running = false;
-        {
-            std::lock_guard lock(shared->mutex);
-            running = !shared->finished;
-        }
-        if (running &&
-            !RunInBackground(
-                parent, tr("Reading the columns of %1...").arg(QString::fromStdString(strEntry)),
-                [shared] {
-                    std::unique_lock lock(shared->mutex);
-                    shared->finishedChanged.wait(
-                        lock, [&shared] { return shared->finished || shared->stop; });
-                },
-                [shared] { shared->stopNow(); }))
-            throw std::runtime_error("Reading the columns of " + strEntry + " was cancelled.");
-        drain();
-    }
+    if (!waitForSession(parent, strEntry))
+        throw std::runtime_error("Reading the columns of " + strEntry + " was cancelled.");
     std::string columns;
     if (m_session) {
         columns = cDbConnection::GetListOfFields(*m_session, strEntry, false);

@@ -71,6 +71,10 @@ public:
     // comes before waits for it (busy indicator over parent); a cancelled wait throws.
     std::string columns(QWidget* parent, const cDbConnection& connection,
                         const std::string& strEntry);
+    // The declared foreign keys of a table-list entry, as connection.GetForeignKeys answers
+    // them, read on the same session.
+    std::vector<DbForeignKey> foreignKeys(QWidget* parent, const cDbConnection& connection,
+                                          const std::string& strEntry);
 
 signals:
     // The rows in hand were replaced (the cache was read, or a new listing replaced it).
@@ -117,6 +121,8 @@ private:
     };
     std::vector<Worker> m_workers;
     void reapWorkers();
+    // Waits for the session the worker is opening, if it is; false when the user cancelled.
+    bool waitForSession(QWidget* parent, const std::string& strEntry);
 };
 
 } // namespace marovin

@@ -176,6 +176,19 @@ void uscMarovin::updateTableCount() {
         text = tr("%1, stopped").arg(text);
     m_lblTableCount->setText(text);
     m_lblTableCount->setAccessibleName(text);
+    // What the empty list says depends on why it is empty.
+    QString hint;
+    if (m_catalogue->blnReading())
+        hint = tr("Reading the tables of the database...");
+    else if (!m_tableModel->filter().isEmpty() && total > 0)
+        hint = tr("No table name contains \"%1\"").arg(m_tableModel->filter());
+    else if (m_catalogue->state() == TableCatalogue::State::Unchecked)
+        hint = tr("The tables could not be read; Ctrl+R tries again");
+    else if (m_db)
+        hint = tr("The database has no tables to list");
+    else
+        hint = tr("Connect to a database to list its tables");
+    m_lblTablesHint->setText(hint);
 }
 
 int uscMarovin::currentListRow() const {
@@ -387,7 +400,7 @@ void uscMarovin::joinAlongForeignKeys(const std::string& strAlias, const std::st
     // The joins are one edit with the placing: the diagram's join signals publish nothing.
     m_blnLoading = true;
     try {
-        for (const DbForeignKey& key : m_db->GetForeignKeys(strName)) {
+        for (const DbForeignKey& key : m_catalogue->foreignKeys(this, *m_db, strName)) {
             const bool referencing = UnbracketQualifiedName(key.strTable) == newName;
             const bool referenced = UnbracketQualifiedName(key.strReferencedTable) == newName;
             if (referencing && referenced)

@@ -107,7 +107,7 @@ void uscMarovin::setupViews() {
     m_lstTables->setAccessibleName(tr("Tables"));
     m_lstTables->setToolTip(
         tr("Double-click a table, or drag it onto the diagram, to add it to the query"));
-    installEmptyHint(m_lstTables, tr("Connect to a database to list its tables"));
+    m_lblTablesHint = installEmptyHint(m_lstTables, tr("Connect to a database to list its tables"));
     m_chkAlsoListViews = new QCheckBox(tr("Also list views"));
     m_chkAlsoListViews->setObjectName(QStringLiteral("chkAlsoListViews"));
     m_chkAlsoListViews->setChecked(true);
@@ -166,14 +166,15 @@ void uscMarovin::setupViews() {
     m_cmdCancelTables->setToolTip(
         tr("Stop reading the table list; the tables read so far stay (Escape in the list)"));
     m_cmdCancelTables->setAutoRaise(true);
-    // Keys reach both from the list (F5, Escape); Tab goes from the search to the list.
+    // Keys reach both from the list (Ctrl+R, Escape); Tab goes from the search to the list.
     m_cmdCancelTables->setFocusPolicy(Qt::NoFocus);
     m_cmdCancelTables->setVisible(false);
     m_cmdRefreshTables = new QToolButton;
     m_cmdRefreshTables->setObjectName(QStringLiteral("cmdRefreshTables"));
     m_cmdRefreshTables->setIcon(makeIcon(IconKind::Refresh));
     m_cmdRefreshTables->setAccessibleName(tr("Read the table list again"));
-    m_cmdRefreshTables->setToolTip(tr("Read the table list from the database again (F5)"));
+    m_cmdRefreshTables->setToolTip(
+        tr("Read the table list from the database again (Ctrl+R in the list)"));
     m_cmdRefreshTables->setAutoRaise(true);
     m_cmdRefreshTables->setFocusPolicy(Qt::NoFocus);
     auto* tablesHeader = new QHBoxLayout;
@@ -717,7 +718,8 @@ bool uscMarovin::eventFilter(QObject* watched, QEvent* event) {
             SelectTable(); // guarded itself
             return true;
         }
-        if (key == Qt::Key_F5) {
+        if (key == Qt::Key_R &&
+            static_cast<QKeyEvent*>(event)->modifiers() == Qt::ControlModifier) {
             RefreshTableList(); // guarded itself
             return true;
         }

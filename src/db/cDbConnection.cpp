@@ -421,6 +421,19 @@ std::vector<DbForeignKey> cDbConnection::GetForeignKeys(const std::string& strTa
     }
 }
 
+std::vector<DbForeignKey> cDbConnection::GetForeignKeys(DbSession& session,
+                                                        const std::string& strTableName) {
+    try {
+        std::string schema, table;
+        splitTableName(strTableName, schema, table);
+        if (table.empty())
+            return {};
+        return session.ForeignKeys(schema, table);
+    } catch (...) {
+        return {};
+    }
+}
+
 std::string cDbConnection::GetListOfFields(const std::string& strTableName,
                                            bool blnIncludeTableName) const {
     try {

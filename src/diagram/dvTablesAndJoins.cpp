@@ -126,6 +126,10 @@ void dvTablesAndJoins::insertBox(TableBoxItem* item, const QPointF& pos) {
     item->setViewFocused(m_view->hasFocus());
     m_scene->addItem(item);
     m_boxes.append(item);
+    // The hint of the empty diagram goes with the first box: the whole viewport is drawn again,
+    // not only the box's part of it. (The same when the last box goes.)
+    if (m_boxes.size() == 1)
+        m_view->viewport()->update();
     raiseBox(item);
     if (!m_view->isVisible())
         m_unfitted.append(item);
@@ -678,6 +682,8 @@ void dvTablesAndJoins::deleteBoxItem(TableBoxItem* b) {
     const QRectF was = b->mapRectToScene(b->bodyRect());
     m_boxes.removeOne(b);
     delete b;
+    if (m_boxes.isEmpty())
+        m_view->viewport()->update();
     // Lines that went around the box may take the short way now.
     for (JoinLineItem* join : m_joins) {
         if (join->sceneBoundingRect().intersects(was))

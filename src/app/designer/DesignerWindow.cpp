@@ -135,6 +135,12 @@ void DesignerWindow::createMenus() {
     arrangeAction->setObjectName(QStringLiteral("actionArrangeTables"));
     arrangeAction->setStatusTip(
         tr("Lay the tables out along their joins (Ctrl+Shift+A in the diagram)"));
+    QAction* refreshTablesAction =
+        view->addAction(tr("&Refresh Table List"), this, [this] { m_control->RefreshTableList(); });
+    refreshTablesAction->setObjectName(QStringLiteral("actionRefreshTables"));
+    refreshTablesAction->setStatusTip(
+        tr("Read the tables and views of the database again, whatever the cache holds (Ctrl+R "
+           "in the table list)"));
     view->addSeparator();
     QMenu* colours = view->addMenu(tr("&Colours"));
     auto* colourGroup = new QActionGroup(this);
@@ -244,6 +250,12 @@ void DesignerWindow::loadQueryAfterConnecting() {
 }
 
 bool DesignerWindow::ProbeConnection(const cDbConnection& connection, QString& strError) {
+    // An SQLite file whose header reads as a database is usable; opening it would read its
+    // whole schema first, which takes seconds for a catalogue of 100,000 tables.
+    if (QString::fromStdString(connection.strProvider())
+                .compare(cDbConnection::kProviderSqlite, Qt::CaseInsensitive) == 0 &&
+        !connection.GetCatalogueStamp().empty())
+        return true;
     if (connection.GetConnection())
         return true;
     strError = QString::fromStdString(cDbConnection::LastConnectionError());
