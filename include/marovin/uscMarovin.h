@@ -211,7 +211,6 @@ private:
     void onCatalogueRowsAppended(int first);
     void onCatalogueStateChanged();
     void updateTableCount();
-    static QString tableEntryOf(const DbSession::TableRow& row);
     // Where a new table's box goes: the next slot of a loaded query (left = 160 n + 50), a free
     // place in view (a table the user placed from the list), or where a dragged entry was let go.
     struct TablePlacement {

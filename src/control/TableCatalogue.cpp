@@ -43,7 +43,7 @@ struct TableCatalogue::Event {
         Cancelled,
         SessionReady, // an open session for column lists
     } kind;
-    std::vector<DbSession::TableRow> rows;
+    Rows rows;
     std::unordered_map<std::string, std::string> columns;
     std::string text; // the stamp, or the error
     std::int64_t lngListedAt = 0;
@@ -71,6 +71,39 @@ struct TableCatalogue::Shared {
         finishedChanged.notify_all();
     }
 };
+
+TableCatalogue::Rows TableCatalogue::Rows::prepared(std::vector<DbSession::TableRow> rows) {
+    Rows result;
+    result.entries.reserve(static_cast<qsizetype>(rows.size()));
+    result.folded.reserve(rows.size());
+    for (const DbSession::TableRow& row : rows) {
+        QString entry = QString::fromStdString(row.strSchema);
+        entry += QLatin1Char('.');
+        entry += QString::fromStdString(row.strName);
+        result.folded.push_back(entry.toCaseFolded());
+        result.entries.push_back(std::move(entry));
+    }
+    result.rows = std::move(rows);
+    return result;
+}
+
+void TableCatalogue::Rows::append(Rows&& more) {
+    if (rows.empty()) {
+        *this = std::move(more);
+        return;
+    }
+    rows.insert(rows.end(), std::make_move_iterator(more.rows.begin()),
+                std::make_move_iterator(more.rows.end()));
+    entries.append(std::move(more.entries));
+    folded.insert(folded.end(), std::make_move_iterator(more.folded.begin()),
+                  std::make_move_iterator(more.folded.end()));
+}
+
+void TableCatalogue::Rows::clear() {
+    rows.clear();
+    entries.clear();
+    folded.clear();
+}
 
 TableCatalogue::TableCatalogue(QObject* parent) : QObject(parent) {}
 
@@ -195,8 +228,9 @@ void TableCatalogue::startWorker(bool blnForce, bool blnReadCache) {
         if (blnReadCache && cache) {
             known = cache->Load(connection);
             if (known) {
-                Event event{Event::CacheRead, std::move(known->tables), std::move(known->columns),
-                            known->strStamp,  known->lngListedAt,       nullptr};
+                Event event{Event::CacheRead,          Rows::prepared(std::move(known->tables)),
+                            std::move(known->columns), known->strStamp,
+                            known->lngListedAt,        nullptr};
                 post(std::move(event));
             }
         } else if (haveRows) {
@@ -228,7 +262,7 @@ void TableCatalogue::startWorker(bool blnForce, bool blnReadCache) {
         const bool ok = connection.ListTables(
             [&](std::vector<DbSession::TableRow>&& rows) {
                 listed.tables.insert(listed.tables.end(), rows.begin(), rows.end());
-                post(Event{Event::Batch, std::move(rows), {}, {}, 0, nullptr});
+                post(Event{Event::Batch, Rows::prepared(std::move(rows)), {}, {}, 0, nullptr});
             },
             error, &shared->cancellation, &session);
         if (!ok) {
@@ -298,12 +332,10 @@ void TableCatalogue::apply(Event& event) {
         break;
     case Event::Batch:
         if (m_blnReplacing) {
-            m_pending.insert(m_pending.end(), std::make_move_iterator(event.rows.begin()),
-                             std::make_move_iterator(event.rows.end()));
+            m_pending.append(std::move(event.rows));
         } else {
             const int first = static_cast<int>(m_rows.size());
-            m_rows.insert(m_rows.end(), std::make_move_iterator(event.rows.begin()),
-                          std::make_move_iterator(event.rows.end()));
+            m_rows.append(std::move(event.rows));
             emit rowsAppended(first);
         }
         break;

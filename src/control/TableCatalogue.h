@@ -6,6 +6,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -56,7 +57,11 @@ public:
     bool blnComplete() const { return m_blnComplete; }
     // Whether the rows came from the cache and have not been confirmed yet.
     bool blnFromCache() const { return m_blnFromCache; }
-    const std::vector<DbSession::TableRow>& rows() const { return m_rows; }
+    const std::vector<DbSession::TableRow>& rows() const { return m_rows.rows; }
+    // Each row's table-list entry ("schema.name") and its case-folded form, made on the worker
+    // so that showing 100,000 of them costs the user-interface thread little.
+    const QStringList& entries() const { return m_rows.entries; }
+    const std::vector<QString>& foldedEntries() const { return m_rows.folded; }
     // Why the last reading failed; empty when it did not.
     const QString& strError() const { return m_strError; }
 
@@ -85,6 +90,17 @@ signals:
     void stateChanged();
 
 private:
+    struct Rows {
+        std::vector<DbSession::TableRow> rows;
+        QStringList entries;
+        std::vector<QString> folded;
+
+        static Rows prepared(std::vector<DbSession::TableRow> rows);
+        void append(Rows&& more);
+        void clear();
+        bool empty() const { return rows.empty(); }
+        std::size_t size() const { return rows.size(); }
+    };
     struct Shared;
     struct Event;
     void startWorker(bool blnForce, bool blnReadCache);
@@ -95,7 +111,7 @@ private:
     std::shared_ptr<CatalogueCache> m_cache;
     std::unique_ptr<cDbConnection> m_connection;
     std::string m_strKey;
-    std::vector<DbSession::TableRow> m_rows;
+    Rows m_rows;
     // Column lists of this connection, by table-list entry.
     std::unordered_map<std::string, std::string> m_columns;
     // Column lists the cache had; trusted once the stamp confirmed the cache.
@@ -109,7 +125,7 @@ private:
     std::string m_strStamp;
     std::int64_t m_lngListedAt = 0;
     // A new listing replacing rows already shown gathers here until it is whole.
-    std::vector<DbSession::TableRow> m_pending;
+    Rows m_pending;
     bool m_blnReplacing = false;
     std::shared_ptr<Shared> m_shared;
     // An open session for column lists, handed over by the worker.

@@ -7,51 +7,53 @@ namespace marovin {
 
 TableListModel::TableListModel(QObject* parent) : QAbstractListModel(parent) {}
 
-void TableListModel::setEntries(QStringList entries) {
+void TableListModel::setEntries(QStringList entries, std::vector<QString> folded) {
     beginResetModel();
     m_entries = std::move(entries);
-    m_folded.clear();
+    m_folded = std::move(folded);
+    if (m_folded.size() != static_cast<std::size_t>(m_entries.size())) {
+        m_folded.clear();
+        m_folded.reserve(static_cast<std::size_t>(m_entries.size()));
+        for (const QString& entry : std::as_const(m_entries))
+            m_folded.push_back(entry.toCaseFolded());
+    }
     m_index.clear();
+    m_blnIndexed = false;
     m_shown.clear();
-    m_rowOfEntry.clear();
-    indexFrom(0);
+    m_rowOfEntry.assign(m_folded.size(), -1);
+    showFrom(0);
     endResetModel();
 }
 
-void TableListModel::appendEntries(const QStringList& entries) {
+void TableListModel::appendEntries(const QStringList& entries, const std::vector<QString>& folded) {
     if (entries.isEmpty())
         return;
     const int first = entryCount();
     m_entries.append(entries);
+    for (qsizetype i = 0; i < entries.size(); ++i)
+        m_folded.push_back(folded.size() == static_cast<std::size_t>(entries.size())
+                               ? folded[static_cast<std::size_t>(i)]
+                               : entries[i].toCaseFolded());
+    m_rowOfEntry.resize(m_folded.size(), -1);
     // The rows of the new entries the search shows come after every row shown so far.
     int newRows = 0;
-    for (int i = first; i < entryCount(); ++i) {
-        m_folded.push_back(m_entries.at(i).toCaseFolded());
+    for (int i = first; i < entryCount(); ++i)
         newRows += matches(i) ? 1 : 0;
-    }
-    m_index.reserve(entryCount());
-    m_rowOfEntry.resize(m_entries.size(), -1);
     if (newRows > 0)
         beginInsertRows(QModelIndex(), shownCount(), shownCount() + newRows - 1);
-    for (int i = first; i < entryCount(); ++i) {
-        addToIndex(i);
-        if (matches(i)) {
-            m_rowOfEntry[static_cast<std::size_t>(i)] = shownCount();
-            m_shown.push_back(i);
+    showFrom(first);
+    if (m_blnIndexed) {
+        for (int i = first; i < entryCount(); ++i) {
+            if (!m_index.contains(m_entries.at(i)))
+                m_index.insert(m_entries.at(i), i);
         }
     }
     if (newRows > 0)
         endInsertRows();
 }
 
-void TableListModel::indexFrom(int firstEntry) {
-    m_folded.reserve(m_entries.size());
-    m_index.reserve(entryCount());
-    m_rowOfEntry.assign(m_entries.size(), -1);
-    m_shown.reserve(m_entries.size());
+void TableListModel::showFrom(int firstEntry) {
     for (int i = firstEntry; i < entryCount(); ++i) {
-        m_folded.push_back(m_entries.at(i).toCaseFolded());
-        addToIndex(i);
         if (matches(i)) {
             m_rowOfEntry[static_cast<std::size_t>(i)] = shownCount();
             m_shown.push_back(i);
@@ -59,10 +61,21 @@ void TableListModel::indexFrom(int firstEntry) {
     }
 }
 
-void TableListModel::addToIndex(int entryIndex) {
+void TableListModel::ensureIndex() const {
+    if (m_blnIndexed)
+        return;
+    m_index.reserve(entryCount());
     // A name listed twice is found at its first place.
-    if (!m_index.contains(m_entries.at(entryIndex)))
-        m_index.insert(m_entries.at(entryIndex), entryIndex);
+    for (int i = 0; i < entryCount(); ++i) {
+        if (!m_index.contains(m_entries.at(i)))
+            m_index.insert(m_entries.at(i), i);
+    }
+    m_blnIndexed = true;
+}
+
+bool TableListModel::contains(const QString& strEntry) const {
+    ensureIndex();
+    return m_index.contains(strEntry);
 }
 
 bool TableListModel::matches(int entryIndex) const {
@@ -111,6 +124,7 @@ QString TableListModel::shownEntry(int row) const {
 }
 
 int TableListModel::rowOf(const QString& strEntry) const {
+    ensureIndex();
     const auto it = m_index.constFind(strEntry);
     if (it == m_index.cend())
         return -1;

@@ -17,10 +17,11 @@ class TableListModel : public QAbstractListModel {
 public:
     explicit TableListModel(QObject* parent = nullptr);
 
-    // Replaces every entry (the search stays).
-    void setEntries(QStringList entries);
+    // Replaces every entry (the search stays); folded holds each entry's case-folded form when
+    // the caller has it already (else it is empty).
+    void setEntries(QStringList entries, std::vector<QString> folded = {});
     // Adds entries at the end of the list.
-    void appendEntries(const QStringList& entries);
+    void appendEntries(const QStringList& entries, const std::vector<QString>& folded = {});
     void clear() { setEntries({}); }
 
     // Shows only the entries containing the text, ignoring letter case; empty shows all.
@@ -34,7 +35,7 @@ public:
     QString shownEntry(int row) const;
     // The row showing the entry, or -1 when it is hidden or not in the list.
     int rowOf(const QString& strEntry) const;
-    bool contains(const QString& strEntry) const { return m_index.contains(strEntry); }
+    bool contains(const QString& strEntry) const;
     const QStringList& entries() const { return m_entries; }
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -43,13 +44,15 @@ public:
 
 private:
     bool matches(int entryIndex) const;
-    void indexFrom(int firstEntry);
-    void addToIndex(int entryIndex);
+    void showFrom(int firstEntry);
+    // The index of names is made when first asked for, not with every list.
+    void ensureIndex() const;
 
     QStringList m_entries;
     std::vector<QString> m_folded;
     // The list position of each entry (the first, should a name come twice).
-    QHash<QString, int> m_index;
+    mutable QHash<QString, int> m_index;
+    mutable bool m_blnIndexed = false;
     // Entry positions in row order.
     std::vector<int> m_shown;
     // Row of each entry, -1 when hidden; kept in step with m_shown.

@@ -62,9 +62,12 @@ bool hasItems(const cSQLQuery& query) {
 
 void uscMarovin::FillTableList() {
     QStringList entries;
+    std::vector<QString> folded;
     if (m_currentSubQuery && !Trim(m_currentSubQuery->strName()).empty() &&
-        hasItems(*m_currentSubQuery))
+        hasItems(*m_currentSubQuery)) {
         entries << qs(kSubQueryPrefix + m_currentSubQuery->strName());
+        folded.push_back(entries.back().toCaseFolded());
+    }
     if (m_db) {
         m_db->setBlnIncludeViews(m_chkAlsoListViews->isChecked());
         if (m_chkAlsoListSystemTables->isChecked()) {
@@ -74,16 +77,23 @@ void uscMarovin::FillTableList() {
             m_db->setBlnExcludeSystemTables(true);
             m_db->setBlnExcludeSystemViews(true);
         }
+        // The entries and their folded forms were made on the worker; they are shared, not
+        // copied, here.
         const std::vector<DbSession::TableRow>& rows = m_catalogue->rows();
+        const QStringList& catalogueEntries = m_catalogue->entries();
+        const std::vector<QString>& catalogueFolded = m_catalogue->foldedEntries();
         entries.reserve(entries.size() + static_cast<qsizetype>(rows.size()));
-        for (const DbSession::TableRow& row : rows) {
-            if (m_db->blnListsTableRow(row))
-                entries << tableEntryOf(row);
+        folded.reserve(folded.size() + rows.size());
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            if (m_db->blnListsTableRow(rows[i])) {
+                entries << catalogueEntries[static_cast<qsizetype>(i)];
+                folded.push_back(catalogueFolded[i]);
+            }
         }
     }
     // The entry the user was on stays current when the list is filled again.
     const QString current = m_tableModel->shownEntry(currentListRow());
-    m_tableModel->setEntries(std::move(entries));
+    m_tableModel->setEntries(std::move(entries), std::move(folded));
     if (!current.isEmpty()) {
         if (const int row = m_tableModel->rowOf(current); row >= 0)
             m_lstTables->setCurrentIndex(m_tableModel->index(row));
@@ -91,24 +101,19 @@ void uscMarovin::FillTableList() {
     updateTableCount();
 }
 
-QString uscMarovin::tableEntryOf(const DbSession::TableRow& row) {
-    QString entry = QString::fromStdString(row.strSchema);
-    entry += QLatin1Char('.');
-    entry += QString::fromStdString(row.strName);
-    return entry;
-}
-
 void uscMarovin::onCatalogueRowsAppended(int first) {
     if (!m_db)
         return;
     const std::vector<DbSession::TableRow>& rows = m_catalogue->rows();
     QStringList entries;
-    entries.reserve(static_cast<qsizetype>(rows.size()) - first);
+    std::vector<QString> folded;
     for (std::size_t i = static_cast<std::size_t>(first); i < rows.size(); ++i) {
-        if (m_db->blnListsTableRow(rows[i]))
-            entries << tableEntryOf(rows[i]);
+        if (m_db->blnListsTableRow(rows[i])) {
+            entries << m_catalogue->entries()[static_cast<qsizetype>(i)];
+            folded.push_back(m_catalogue->foldedEntries()[i]);
+        }
     }
-    m_tableModel->appendEntries(entries);
+    m_tableModel->appendEntries(entries, folded);
     updateTableCount();
 }
 
