@@ -187,6 +187,8 @@ void uscMarovin::updateTableCount() {
         hint = tr("Reading the tables of the database...");
     else if (!m_tableModel->filter().isEmpty() && total > 0)
         hint = tr("No table name contains \"%1\"").arg(m_tableModel->filter());
+    else if (m_catalogue->state() == TableCatalogue::State::Cancelled)
+        hint = tr("The reading was stopped; Ctrl+R reads the list again");
     else if (m_catalogue->state() == TableCatalogue::State::Unchecked)
         hint = tr("The tables could not be read; Ctrl+R tries again");
     else if (m_db)
