@@ -23,16 +23,20 @@ public:
         std::string strType; // "TABLE", "VIEW", "SYSTEM TABLE", "SYSTEM VIEW", or another
     };
 
+    // The rows of one part of a streamed catalogue.
+    static constexpr std::size_t kTableBatch = 1000;
+
     virtual ~DbSession() = default;
     DbSession(const DbSession&) = delete;
     DbSession& operator=(const DbSession&) = delete;
 
     // The tables and views of the database in the source's catalogue order.
     virtual std::vector<TableRow> Tables() = 0;
-    // The same rows, in the same order, handed to batch in parts as the source delivers them,
-    // so that a caller can show a long catalogue while it is still being read. This default
-    // hands over Tables() in one part; a source that reads rows one by one overrides it.
-    // Raises DbError as Tables() does; parts already handed over stay handed over.
+    // The same rows, in the same order, handed to batch in parts (of kTableBatch rows where the
+    // source reads them one by one) as the source delivers them, so that a caller can show a
+    // long catalogue while it is still being read and no one part has to hold all of it. This
+    // default hands over Tables() in one part. Raises DbError as Tables() does; parts already
+    // handed over stay handed over. An empty catalogue is one empty part.
     virtual void Tables(const std::function<void(std::vector<TableRow>&&)>& batch) {
         batch(Tables());
     }

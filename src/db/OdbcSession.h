@@ -25,7 +25,6 @@ public:
     // SQLTables, the rows handed over in parts of kTableBatch as SQLFetch delivers them (the
     // driver's order is the catalogue order).
     void Tables(const std::function<void(std::vector<TableRow>&&)>& batch) override;
-    static constexpr std::size_t kTableBatch = 1000;
     std::vector<std::string> Columns(const std::string& schema, const std::string& table) override;
     // SQLForeignKeys, asked once with the table as the foreign-key table and once as the
     // primary-key table.

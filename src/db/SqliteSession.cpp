@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <sqlite3.h>
@@ -215,6 +216,19 @@ void SqliteSession::Interrupt() {
 }
 
 std::vector<DbSession::TableRow> SqliteSession::Tables() {
+    std::vector<TableRow> rows;
+    Tables([&rows](std::vector<TableRow>&& part) {
+        if (rows.empty()) {
+            rows = std::move(part);
+            return;
+        }
+        rows.insert(rows.end(), std::make_move_iterator(part.begin()),
+                    std::make_move_iterator(part.end()));
+    });
+    return rows;
+}
+
+void SqliteSession::Tables(const std::function<void(std::vector<TableRow>&&)>& batch) {
     sqlite3* db = handle();
     startClock();
     Statement stmt;
@@ -223,10 +237,25 @@ std::vector<DbSession::TableRow> SqliteSession::Tables() {
                            "WHERE type IN ('table', 'view')",
                            -1, stmt.out(), nullptr) != SQLITE_OK)
         fail();
+    // Types in the catalogue order of SQL Server.
+    static constexpr const char* kTypes[] = {"SYSTEM TABLE", "TABLE", "VIEW"};
+    struct Entry {
+        std::size_t offset; // of the name in names
+        std::uint32_t length;
+        std::uint32_t type; // index into kTypes
+    };
+    // The names one after the other (and below the same in lower case at the same places, so
+    // that the sort compares plain bytes).
+    std::string names;
+    std::vector<Entry> entries;
+    entries.reserve(m_schemaRows + 1);
+    names.reserve(16 * (m_schemaRows + 1));
+    const auto add = [&](std::string_view name, std::uint32_t type) {
+        entries.push_back({names.size(), static_cast<std::uint32_t>(name.size()), type});
+        names.append(name);
+    };
     // The schema table itself is not listed in itself.
-    std::vector<TableRow> rows;
-    rows.reserve(m_schemaRows + 1);
-    rows.push_back({kSchema, "sqlite_schema", "SYSTEM TABLE"});
+    add("sqlite_schema", 0);
     int rc;
     while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
         const auto* typeText = reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0));
@@ -235,22 +264,46 @@ std::vector<DbSession::TableRow> SqliteSession::Tables() {
             nameText ? std::string_view(
                            nameText, static_cast<std::size_t>(sqlite3_column_bytes(stmt.get(), 1)))
                      : std::string_view();
-        const char* type = startsWithNoCase(name, "sqlite_")                ? "SYSTEM TABLE"
-                           : typeText && std::strcmp(typeText, "view") == 0 ? "VIEW"
-                                                                            : "TABLE";
-        rows.push_back({kSchema, std::string(name), type});
+        add(name, startsWithNoCase(name, "sqlite_")                ? 0
+                  : typeText && std::strcmp(typeText, "view") == 0 ? 2
+                                                                   : 1);
     }
     if (rc != SQLITE_DONE)
         fail();
-    // The catalogue order of SQL Server: by type, then by name (case-insensitive first). Sorted
-    // in place and compared without copies, since a catalogue may have 100,000 rows.
-    std::sort(rows.begin(), rows.end(), [](const TableRow& a, const TableRow& b) {
-        if (a.strType != b.strType)
-            return a.strType < b.strType;
-        const int c = compareNoCase(a.strName, b.strName);
-        return c != 0 ? c < 0 : a.strName < b.strName;
+    // Done with the statement: the file is not kept locked while the parts are handed over.
+    stmt.out();
+
+    // The catalogue order of SQL Server: by type, then by name (case-insensitive first).
+    std::string lowered = names;
+    for (char& c : lowered)
+        c = static_cast<char>(lowerAscii(static_cast<unsigned char>(c)));
+    const auto nameOf = [&names](const Entry& e) {
+        return std::string_view(names).substr(e.offset, e.length);
+    };
+    const auto lowerNameOf = [&lowered](const Entry& e) {
+        return std::string_view(lowered).substr(e.offset, e.length);
+    };
+    std::sort(entries.begin(), entries.end(), [&](const Entry& a, const Entry& b) {
+        if (a.type != b.type)
+            return a.type < b.type;
+        const int c = lowerNameOf(a).compare(lowerNameOf(b));
+        return c != 0 ? c < 0 : nameOf(a) < nameOf(b);
     });
-    return rows;
+
+    std::vector<TableRow> part;
+    part.reserve(std::min(entries.size(), kTableBatch));
+    bool handedOver = false;
+    for (const Entry& e : entries) {
+        part.emplace_back(kSchema, std::string(nameOf(e)), kTypes[e.type]);
+        if (part.size() == kTableBatch) {
+            batch(std::move(part));
+            handedOver = true;
+            part.clear();
+            part.reserve(kTableBatch);
+        }
+    }
+    if (!part.empty() || !handedOver)
+        batch(std::move(part));
 }
 
 std::vector<std::string> SqliteSession::Columns(const std::string& schema,

@@ -32,8 +32,11 @@ public:
     // interrupted; the session is then of no further use.
     void Open(const std::string& path);
 
-    using DbSession::Tables;
     std::vector<TableRow> Tables() override;
+    // The whole schema is read and sorted into the catalogue order first (compactly: the names
+    // in one text), then handed over in parts of kTableBatch rows, so that a catalogue of
+    // 100,000 tables never stands as one vector of rows here.
+    void Tables(const std::function<void(std::vector<TableRow>&&)>& batch) override;
     std::vector<std::string> Columns(const std::string& schema, const std::string& table) override;
     // Keys as PRAGMA foreign_key_list declares them, found for every table of the file; a key
     // without a referenced column list is given the referenced table's primary key columns.

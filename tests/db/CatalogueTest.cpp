@@ -152,7 +152,7 @@ TEST_F(CatalogueListing, HandsOverEveryRowOfTheCatalogueInTheSessionsOrder) {
     const Listing listing = listTables(db);
     ASSERT_TRUE(listing.ok) << listing.error;
     EXPECT_EQ(listing.error, "");
-    // SQLite reads the whole schema and sorts it before anything is handed over: one part.
+    // Fewer rows than make a part: one part.
     ASSERT_EQ(listing.parts.size(), 1u);
     const Rows rows = listing.rows();
 
@@ -360,10 +360,27 @@ TEST_F(LargeSchema, AnInterruptStopsSQLiteInTheMiddleOfTheSchemaRead) {
     EXPECT_TRUE(message.starts_with("interrupted")) << message;
 }
 
-TEST_F(LargeSchema, WithoutACancelTheWholeCatalogueComes) {
-    const Listing listing = listTables(sqliteConnection(path));
+TEST_F(LargeSchema, WithoutACancelTheWholeCatalogueComesInPartsOfAThousandRows) {
+    const cDbConnection db = sqliteConnection(path);
+    const Listing listing = listTables(db);
     ASSERT_TRUE(listing.ok) << listing.error;
     const Rows rows = listing.rows();
+    ASSERT_EQ(listing.parts.size(), (rows.size() + 999) / 1000);
+    for (std::size_t i = 0; i + 1 < listing.parts.size(); ++i)
+        EXPECT_EQ(listing.parts[i].size(), 1000u) << "part " << i;
+    // In the catalogue order: by type, then by name without regard to case.
+    EXPECT_EQ(rowText(rows.front()), "dbo|sqlite_schema|SYSTEM TABLE");
+    EXPECT_EQ(rowText(rows.back()), "dbo|Products Above Average Price|VIEW");
+    const auto first = std::find_if(
+        rows.begin(), rows.end(), [](const TableRow& r) { return r.strName == "ExtraView000001"; });
+    ASSERT_GT(first - rows.begin(), 0);
+    ASSERT_LT(first - rows.begin() + 50000, static_cast<std::ptrdiff_t>(rows.size()));
+    EXPECT_EQ(rowText(first[-1]), "dbo|Customer and Suppliers by City|VIEW");
+    EXPECT_EQ(rowText(first[49999]), "dbo|ExtraView050000|VIEW");
+    EXPECT_EQ(rowText(first[50000]), "dbo|Order Details Extended|VIEW");
+    auto session = db.GetConnection();
+    ASSERT_NE(session, nullptr);
+    EXPECT_EQ(rowTexts(rows), rowTexts(session->Tables()));
     EXPECT_EQ(std::count_if(rows.begin(), rows.end(),
                             [](const TableRow& r) { return r.strType == "VIEW"; }),
               50000 + std::stol(test::querySqlite(path, "SELECT count(*) FROM sqlite_schema "
