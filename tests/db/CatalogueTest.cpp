@@ -298,6 +298,61 @@ TEST_F(CatalogueListing, ACancellationBeforeTheCallStopsItBeforeAnyRow) {
     EXPECT_FALSE(again.rows().empty());
 }
 
+TEST_F(CatalogueListing, ASuccessfulListingCanLeaveItsSessionOpenForColumnsAndKeys) {
+    const cDbConnection db = sqliteConnection(sampleWithExtras(dir.file("n.sqlite")));
+    std::unique_ptr<DbSession> session;
+    std::string error;
+    std::size_t rows = 0;
+    ASSERT_TRUE(
+        db.ListTables([&rows](Rows&& part) { rows += part.size(); }, error, nullptr, &session))
+        << error;
+    EXPECT_GT(rows, 20u);
+    ASSERT_NE(session, nullptr);
+    // The kept session answers as the services that open their own do.
+    EXPECT_EQ(cDbConnection::GetListOfFields(*session, "dbo.Territories", true),
+              db.GetListOfFields("dbo.Territories", true));
+    EXPECT_NE(db.GetListOfFields("dbo.Territories", true), "");
+    EXPECT_EQ(test::keyTexts(cDbConnection::GetForeignKeys(*session, "dbo.Territories")),
+              test::keyTexts(db.GetForeignKeys("dbo.Territories")));
+    EXPECT_FALSE(db.GetForeignKeys("dbo.Territories").empty());
+    EXPECT_EQ(cDbConnection::GetListOfFields(*session, "dbo.Nope", false), "");
+    EXPECT_TRUE(cDbConnection::GetForeignKeys(*session, "").empty());
+    // Closed under it: empty answers, no exceptions.
+    session->Close();
+    EXPECT_EQ(cDbConnection::GetListOfFields(*session, "dbo.Territories", false), "");
+    EXPECT_TRUE(cDbConnection::GetForeignKeys(*session, "dbo.Territories").empty());
+
+    // A listing that fails or is cancelled leaves none.
+    std::unique_ptr<DbSession> none;
+    EXPECT_FALSE(sqliteConnection(dir.file("missing.sqlite"))
+                     .ListTables([](Rows&&) {}, error, nullptr, &none));
+    EXPECT_EQ(none, nullptr);
+    DbCancellation cancellation;
+    cancellation.Cancel();
+    EXPECT_FALSE(db.ListTables([](Rows&&) {}, error, &cancellation, &none));
+    EXPECT_EQ(error, kCancelledText);
+    EXPECT_EQ(none, nullptr);
+}
+
+TEST_F(CatalogueListing, AConnectionOpenedWithACancellationIsNoneOnceCancelled) {
+    const cDbConnection db = sqliteConnection(sampleWithExtras(dir.file("n.sqlite")));
+    DbCancellation fresh;
+    auto session = db.GetConnection(&fresh);
+    ASSERT_NE(session, nullptr);
+    EXPECT_FALSE(session->Tables().empty());
+    // Cancelling after the open does not reach the session handed over.
+    fresh.Cancel();
+    EXPECT_FALSE(session->Tables().empty());
+
+    DbCancellation cancelled;
+    cancelled.Cancel();
+    EXPECT_EQ(db.GetConnection(&cancelled), nullptr);
+    DbCancellation unused;
+    EXPECT_EQ(sqliteConnection(dir.file("missing.sqlite")).GetConnection(&unused), nullptr);
+    EXPECT_NE(cDbConnection::LastConnectionError().find("unable to open database file"),
+              std::string::npos);
+}
+
 // A catalogue of 50,000 views, whose schema SQLite needs about a second to read when it
 // attaches the file (and far longer with the sanitizers).
 class LargeSchema : public ::testing::Test {
