@@ -293,7 +293,7 @@ CatalogueCache::CatalogueCache(std::string strDirectory) {
         m_strDirectory = environment(kDirectoryEnvironmentVariable);
         if (!m_strDirectory.empty())
             return;
-        // The base directory specification asks for relative paths to be ignored.
+        // A relative XDG_CACHE_HOME is ignored, as the freedesktop.org base directory rules ask.
         const std::string xdg = environment("XDG_CACHE_HOME");
         if (!xdg.empty() && xdg.front() == '/') {
             m_strDirectory = xdg + "/marovin/catalogues";
