@@ -1,6 +1,8 @@
 // The catalogue of a database with many real tables: ListTables against SQLite alone reading
 // the same schema, the catalogue stamp, and the on-disk catalogue cache (save and load).
 
+#include "BenchData.h"
+
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <cstring>
@@ -20,87 +22,10 @@ using marovin::CatalogueCache;
 using marovin::cDbConnection;
 using marovin::DbSession;
 
-void exec(sqlite3* db, const std::string& sql) {
-    char* err = nullptr;
-    if (sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &err) != SQLITE_OK) {
-        std::string message = err ? err : sqlite3_errmsg(db);
-        sqlite3_free(err);
-        throw std::runtime_error(message);
-    }
-}
-
 std::string tableName(std::int64_t i) {
     char name[32];
     std::snprintf(name, sizeof name, "T%06lld", static_cast<long long>(i));
     return name;
-}
-
-// The number of rows of the file's schema table (read in full), or -1 when it is no readable
-// database.
-std::int64_t schemaRows(const std::string& path) {
-    sqlite3* db = nullptr;
-    std::int64_t rows = -1;
-    sqlite3_stmt* stmt = nullptr;
-    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
-        sqlite3_prepare_v2(db, "SELECT count(*) FROM sqlite_schema", -1, &stmt, nullptr) ==
-            SQLITE_OK &&
-        sqlite3_step(stmt) == SQLITE_ROW)
-        rows = sqlite3_column_int64(stmt, 0);
-    sqlite3_finalize(stmt);
-    sqlite3_close(db);
-    return rows;
-}
-
-// A database of n tables "T000001" ... (id INTEGER PRIMARY KEY, name TEXT, amount REAL), kept in
-// bench-data. SQLite scans its whole schema table after each CREATE TABLE, so making n tables
-// costs n²/2 row visits: 100,000 tables take 20 to 25 minutes on the 2-core machine, once. The
-// file is made under a name of this process's own and checked before it takes its place, so
-// that two runs making it at once cannot leave a broken file behind.
-std::string tablesFile(std::int64_t n) {
-    std::filesystem::create_directories(MAROVIN_BENCH_DATA_DIR);
-    const std::string path =
-        std::string(MAROVIN_BENCH_DATA_DIR) + "/tables-" + std::to_string(n) + ".sqlite";
-    // A file in place was checked when it was made; its header tells it is still a database.
-    char header[16] = {};
-    if (std::FILE* f = std::fopen(path.c_str(), "rb")) {
-        const std::size_t got = std::fread(header, 1, sizeof header, f);
-        std::fclose(f);
-        if (got == sizeof header && std::memcmp(header, "SQLite format 3", 16) == 0)
-            return path;
-    }
-    if (n >= 10000)
-        std::fprintf(stderr, "Making %s: %lld tables in one transaction (minutes for 100,000)...\n",
-                     path.c_str(), static_cast<long long>(n));
-    const std::string partial = path + ".partial-" + std::to_string(::getpid());
-    std::filesystem::remove(partial);
-    sqlite3* db = nullptr;
-    if (sqlite3_open(partial.c_str(), &db) != SQLITE_OK) {
-        sqlite3_close(db);
-        throw std::runtime_error("cannot create " + partial);
-    }
-    try {
-        // The schema table stays in memory while it grows; nothing is written before the end.
-        exec(db, "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; "
-                 "PRAGMA cache_size = -1048576; BEGIN");
-        for (std::int64_t i = 1; i <= n; ++i) {
-            exec(db, "CREATE TABLE \"" + tableName(i) +
-                         "\" (id INTEGER PRIMARY KEY, name TEXT, amount REAL)");
-            if (n >= 10000 && i % 10000 == 0)
-                std::fprintf(stderr, "  %lld tables\n", static_cast<long long>(i));
-        }
-        exec(db, "COMMIT");
-    } catch (...) {
-        sqlite3_close(db);
-        std::filesystem::remove(partial);
-        throw;
-    }
-    sqlite3_close(db);
-    if (schemaRows(partial) != n) {
-        std::filesystem::remove(partial);
-        throw std::runtime_error("the tables of " + partial + " did not all arrive");
-    }
-    std::filesystem::rename(partial, path);
-    return path;
 }
 
 cDbConnection sqlite(const std::string& path) {
@@ -141,7 +66,7 @@ std::int64_t rawSchemaQuery(const std::string& path) {
 }
 
 void BM_ListTables(benchmark::State& state) {
-    const cDbConnection db = sqlite(tablesFile(state.range(0)));
+    const cDbConnection db = sqlite(marovin::bench::TablesDatabase(state.range(0)));
     std::int64_t rows = 0;
     for (auto _ : state)
         rows = listTables(db);
@@ -151,7 +76,7 @@ BENCHMARK(BM_ListTables)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ListTables)->Arg(100000)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 void BM_RawSchemaQuery(benchmark::State& state) {
-    const std::string path = tablesFile(state.range(0));
+    const std::string path = marovin::bench::TablesDatabase(state.range(0));
     std::int64_t rows = 0;
     for (auto _ : state)
         rows = rawSchemaQuery(path);
@@ -169,7 +94,7 @@ double threadSeconds() {
 
 // Both in the same iteration, so that the ratio compares like with like on a shared machine.
 void BM_ListTablesOverRawSchemaQuery(benchmark::State& state) {
-    const std::string path = tablesFile(state.range(0));
+    const std::string path = marovin::bench::TablesDatabase(state.range(0));
     const cDbConnection db = sqlite(path);
     double rawSeconds = 0, listSeconds = 0;
     for (auto _ : state) {
@@ -194,7 +119,7 @@ BENCHMARK(BM_ListTablesOverRawSchemaQuery)
 
 // The stamp of the 100,000-table file: its header and first page, never its schema.
 void BM_CatalogueStamp(benchmark::State& state) {
-    const cDbConnection db = sqlite(tablesFile(100000));
+    const cDbConnection db = sqlite(marovin::bench::TablesDatabase(100000));
     std::string stamp;
     for (auto _ : state) {
         stamp = db.GetCatalogueStamp();
