@@ -3,6 +3,7 @@
 #include "marovin/DbCancellation.h"
 #include "marovin/platform/BackgroundWork.h"
 
+#include <QElapsedTimer>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -13,6 +14,9 @@
 namespace marovin {
 
 namespace {
+
+// How long one turn of the event loop may spend taking over rows.
+constexpr qint64 kDrainBudgetMs = 8;
 
 std::int64_t secondsNow() {
     return std::chrono::duration_cast<std::chrono::seconds>(
@@ -174,7 +178,7 @@ void TableCatalogue::cancel() {
     if (m_state != State::Reading || !m_shared)
         return;
     m_shared->stopNow();
-    drain();
+    drain(true);
     if (m_state == State::Reading) {
         m_pending.clear();
         m_blnListing = false;
@@ -284,7 +288,7 @@ void TableCatalogue::startWorker(bool blnForce, bool blnReadCache) {
     m_workers.push_back(Worker{std::move(thread), shared});
 }
 
-void TableCatalogue::drain() {
+void TableCatalogue::drain(bool blnAll) {
     if (!m_shared)
         return;
     std::vector<Event> events;
@@ -292,11 +296,26 @@ void TableCatalogue::drain() {
         std::lock_guard lock(m_shared->mutex);
         events.swap(m_shared->events);
     }
-    for (Event& event : events) {
+    // Rows that arrive in many parts are taken a few milliseconds' worth at a time, so that the
+    // window answers in between; the rest waits for the next turn of the event loop.
+    QElapsedTimer budget;
+    budget.start();
+    for (std::size_t i = 0; i < events.size(); ++i) {
         // A reading that was stopped hands over nothing more.
         if (m_shared->stop)
-            break;
-        apply(event);
+            return;
+        apply(events[i]);
+        if (!blnAll && i + 1 < events.size() && budget.elapsed() >= kDrainBudgetMs) {
+            {
+                std::lock_guard lock(m_shared->mutex);
+                m_shared->events.insert(m_shared->events.begin(),
+                                        std::make_move_iterator(events.begin() + i + 1),
+                                        std::make_move_iterator(events.end()));
+            }
+            QMetaObject::invokeMethod(
+                this, [this] { drain(); }, Qt::QueuedConnection);
+            return;
+        }
     }
 }
 
@@ -397,7 +416,7 @@ TableCatalogue::Outcome TableCatalogue::waitUntilCurrent(QWidget* parent, const 
                                              [&shared] { return shared->decided || shared->stop; });
             },
             [shared] { shared->stopNow(); });
-        drain();
+        drain(true);
         if (!ran)
             cancel();
     }
@@ -429,7 +448,7 @@ bool TableCatalogue::waitForSession(QWidget* parent, const std::string& strEntry
                                          [&shared] { return shared->finished || shared->stop; });
         },
         [shared] { shared->stopNow(); });
-    drain();
+    drain(true);
     return ran;
 }
 

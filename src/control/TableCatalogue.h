@@ -104,7 +104,9 @@ private:
     struct Shared;
     struct Event;
     void startWorker(bool blnForce, bool blnReadCache);
-    void drain();
+    // Applies what the worker handed over; all of it, or as much as fits one short turn of
+    // the event loop (the rest follows in the next turns).
+    void drain(bool blnAll = false);
     void apply(Event& event);
     void setState(State state);
 
