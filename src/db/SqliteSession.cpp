@@ -294,7 +294,7 @@ void SqliteSession::Tables(const std::function<void(std::vector<TableRow>&&)>& b
     part.reserve(std::min(entries.size(), kTableBatch));
     bool handedOver = false;
     for (const Entry& e : entries) {
-        part.emplace_back(kSchema, std::string(nameOf(e)), kTypes[e.type]);
+        part.push_back(TableRow{kSchema, std::string(nameOf(e)), kTypes[e.type]});
         if (part.size() == kTableBatch) {
             batch(std::move(part));
             handedOver = true;
