@@ -138,6 +138,7 @@ void TableCatalogue::open(const cDbConnection& connection, bool blnForce) {
         return; // the reading under way answers for this opening too
     if (m_shared)
         m_shared->stopNow();
+    m_appendedFrom = -1;
     if (!sameDatabase) {
         m_strKey = key;
         m_session.reset();
@@ -160,6 +161,7 @@ void TableCatalogue::close() {
     if (m_shared)
         m_shared->stopNow();
     m_shared.reset();
+    m_appendedFrom = -1;
     m_session.reset();
     m_connection.reset();
     m_strKey.clear();
@@ -301,11 +303,14 @@ void TableCatalogue::drain(bool blnAll) {
     QElapsedTimer budget;
     budget.start();
     for (std::size_t i = 0; i < events.size(); ++i) {
-        // A reading that was stopped hands over nothing more.
-        if (m_shared->stop)
+        // A reading that was stopped hands over nothing more; what it handed over stays.
+        if (m_shared->stop) {
+            announceAppended();
             return;
+        }
         apply(events[i]);
         if (!blnAll && i + 1 < events.size() && budget.elapsed() >= kDrainBudgetMs) {
+            announceAppended();
             {
                 std::lock_guard lock(m_shared->mutex);
                 m_shared->events.insert(m_shared->events.begin(),
@@ -317,9 +322,20 @@ void TableCatalogue::drain(bool blnAll) {
             return;
         }
     }
+    announceAppended();
+}
+
+void TableCatalogue::announceAppended() {
+    if (m_appendedFrom < 0)
+        return;
+    const int first = m_appendedFrom;
+    m_appendedFrom = -1;
+    emit rowsAppended(first);
 }
 
 void TableCatalogue::apply(Event& event) {
+    if (event.kind != Event::Batch)
+        announceAppended();
     switch (event.kind) {
     case Event::CacheRead:
         m_rows = std::move(event.rows);
@@ -353,9 +369,11 @@ void TableCatalogue::apply(Event& event) {
         if (m_blnReplacing) {
             m_pending.append(std::move(event.rows));
         } else {
-            const int first = static_cast<int>(m_rows.size());
+            // Parts taken over in one turn are announced together: the list view pays for
+            // every announcement in proportion to the rows it shows.
+            if (m_appendedFrom < 0)
+                m_appendedFrom = static_cast<int>(m_rows.size());
             m_rows.append(std::move(event.rows));
-            emit rowsAppended(first);
         }
         break;
     case Event::Listed: {

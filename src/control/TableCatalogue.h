@@ -108,6 +108,8 @@ private:
     // the event loop (the rest follows in the next turns).
     void drain(bool blnAll = false);
     void apply(Event& event);
+    // Raises rowsAppended once for the parts taken over since the last time.
+    void announceAppended();
     void setState(State state);
 
     std::shared_ptr<CatalogueCache> m_cache;
@@ -129,6 +131,8 @@ private:
     // A new listing replacing rows already shown gathers here until it is whole.
     Rows m_pending;
     bool m_blnReplacing = false;
+    // The first row taken over and not yet announced, or -1.
+    int m_appendedFrom = -1;
     std::shared_ptr<Shared> m_shared;
     // An open session for column lists, handed over by the worker.
     std::unique_ptr<DbSession> m_session;
