@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,15 +31,24 @@ public:
     DbSession(const DbSession&) = delete;
     DbSession& operator=(const DbSession&) = delete;
 
-    // The tables and views of the database in the source's catalogue order.
-    virtual std::vector<TableRow> Tables() = 0;
-    // The same rows, in the same order, handed to batch in parts (of kTableBatch rows where the
-    // source reads them one by one) as the source delivers them, so that a caller can show a
-    // long catalogue while it is still being read and no one part has to hold all of it. This
-    // default hands over Tables() in one part. Raises DbError as Tables() does; parts already
-    // handed over stay handed over. An empty catalogue is one empty part.
-    virtual void Tables(const std::function<void(std::vector<TableRow>&&)>& batch) {
-        batch(Tables());
+    // The tables and views of the database, in the source's catalogue order, handed to batch in
+    // parts (of kTableBatch rows) as the source delivers them, so that a caller can show a long
+    // catalogue while it is still being read and no one part has to hold all of it. Raises
+    // DbError on failure; parts already handed over stay handed over. An empty catalogue is one
+    // empty part.
+    virtual void Tables(const std::function<void(std::vector<TableRow>&&)>& batch) = 0;
+    // The same rows gathered into one list.
+    std::vector<TableRow> Tables() {
+        std::vector<TableRow> rows;
+        Tables([&rows](std::vector<TableRow>&& part) {
+            if (rows.empty()) {
+                rows = std::move(part);
+                return;
+            }
+            rows.insert(rows.end(), std::make_move_iterator(part.begin()),
+                        std::make_move_iterator(part.end()));
+        });
+        return rows;
     }
     // Column names of the tables matching schema and name (an empty restriction means any),
     // in the source's order.

@@ -1,5 +1,6 @@
 #include "marovin/CatalogueCache.h"
 
+#include "Fnv1a.h"
 #include "Providers.h"
 #include "marovin/cDbConnection.h"
 
@@ -88,23 +89,6 @@ bool unescape(std::string_view text, std::string& out) {
         }
     }
     return true;
-}
-
-std::uint64_t fnv1a(std::string_view text) {
-    std::uint64_t h = 14695981039346656037ULL;
-    for (unsigned char c : text) {
-        h ^= c;
-        h *= 1099511628211ULL;
-    }
-    return h;
-}
-
-std::string hex64(std::uint64_t value) {
-    static const char kHex[] = "0123456789abcdef";
-    std::string out(16, '0');
-    for (int i = 15; i >= 0; --i, value >>= 4)
-        out[static_cast<std::size_t>(i)] = kHex[value & 15];
-    return out;
 }
 
 // The absolute path of an SQLite file with ".", ".." and symbolic links resolved as far as the

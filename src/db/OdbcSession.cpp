@@ -254,19 +254,6 @@ std::string OdbcSession::searchPattern(const std::string& value) const {
     return out;
 }
 
-std::vector<DbSession::TableRow> OdbcSession::Tables() {
-    std::vector<TableRow> rows;
-    Tables([&rows](std::vector<TableRow>&& part) {
-        if (rows.empty()) {
-            rows = std::move(part);
-            return;
-        }
-        rows.insert(rows.end(), std::make_move_iterator(part.begin()),
-                    std::make_move_iterator(part.end()));
-    });
-    return rows;
-}
-
 void OdbcSession::Tables(const std::function<void(std::vector<TableRow>&&)>& batch) {
     Stmt stmt(*this);
     stmt.check(SQLTables(stmt.get(), nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0), "SQLTables");

@@ -21,7 +21,7 @@ public:
                 std::int32_t commandTimeout);
     ~OdbcSession() override;
 
-    std::vector<TableRow> Tables() override;
+    using DbSession::Tables;
     // SQLTables, the rows handed over in parts of kTableBatch as SQLFetch delivers them (the
     // driver's order is the catalogue order).
     void Tables(const std::function<void(std::vector<TableRow>&&)>& batch) override;

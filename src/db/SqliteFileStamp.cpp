@@ -1,5 +1,7 @@
 #include "SqliteFileStamp.h"
 
+#include "Fnv1a.h"
+
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -54,24 +56,6 @@ public:
 private:
     int m_fd;
 };
-
-// FNV-1a, 64 bits.
-std::uint64_t fnv1a(const unsigned char* p, std::size_t n) {
-    std::uint64_t h = 14695981039346656037ULL;
-    for (std::size_t i = 0; i < n; ++i) {
-        h ^= p[i];
-        h *= 1099511628211ULL;
-    }
-    return h;
-}
-
-std::string hex64(std::uint64_t value) {
-    static const char kHex[] = "0123456789abcdef";
-    std::string out(16, '0');
-    for (int i = 15; i >= 0; --i, value >>= 4)
-        out[static_cast<std::size_t>(i)] = kHex[value & 15];
-    return out;
-}
 
 } // namespace
 

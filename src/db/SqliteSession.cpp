@@ -215,19 +215,6 @@ void SqliteSession::Interrupt() {
         sqlite3_interrupt(m_db);
 }
 
-std::vector<DbSession::TableRow> SqliteSession::Tables() {
-    std::vector<TableRow> rows;
-    Tables([&rows](std::vector<TableRow>&& part) {
-        if (rows.empty()) {
-            rows = std::move(part);
-            return;
-        }
-        rows.insert(rows.end(), std::make_move_iterator(part.begin()),
-                    std::make_move_iterator(part.end()));
-    });
-    return rows;
-}
-
 void SqliteSession::Tables(const std::function<void(std::vector<TableRow>&&)>& batch) {
     sqlite3* db = handle();
     startClock();

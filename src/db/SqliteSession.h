@@ -32,7 +32,7 @@ public:
     // interrupted; the session is then of no further use.
     void Open(const std::string& path);
 
-    std::vector<TableRow> Tables() override;
+    using DbSession::Tables;
     // The whole schema is read and sorted into the catalogue order first (compactly: the names
     // in one text), then handed over in parts of kTableBatch rows, so that a catalogue of
     // 100,000 tables never stands as one vector of rows here.
