@@ -22,7 +22,7 @@ function(marovin_add_library name)
   add_library(${name} STATIC ${ARG_SOURCES})
   marovin_apply_defaults(${name})
   target_include_directories(${name}
-    PUBLIC ${PROJECT_SOURCE_DIR}/include
+    PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/include
     PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC_LIBS} PRIVATE ${ARG_PRIVATE_LIBS})
 endfunction()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "marovin/DbSession.h"
+#include "marovin/MarovinExport.h"
 
 #include <cstdint>
 #include <optional>
@@ -15,7 +16,7 @@ class cDbConnection;
 // What is kept of one database's catalogue: when and in which state it was read, every table and
 // view it listed (all types, in catalogue order, before the list options are applied) and the
 // column lists of the tables whose columns were asked for so far.
-struct Catalogue {
+struct MAROVIN_EXPORT Catalogue {
     // cDbConnection::GetCatalogueStamp() when the tables were listed; empty when the database
     // could not tell.
     std::string strStamp;
@@ -31,7 +32,7 @@ struct Catalogue {
 // can be shown at once the next time and only checked against the database. Never throws: a
 // file that is missing, unreadable, damaged or of another connection reads as no catalogue.
 // Files are readable by their owner only; the format is described in src/db/README.md.
-class CatalogueCache {
+class MAROVIN_EXPORT CatalogueCache {
 public:
     // Seconds a catalogue stays usable when the database has no stamp to check it against.
     static constexpr std::int64_t kDefaultMaxAge = 600;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <atomic>
 #include <mutex>
 
@@ -15,7 +17,7 @@ inline constexpr const char* kCancelledText = "The statement was cancelled.";
 // (and any it would start later), and the call returns as the service's failure. Cancelling
 // before the call has opened its session stops it as soon as it has. Thread-safe; one
 // cancellation serves one call at a time.
-class DbCancellation {
+class MAROVIN_EXPORT DbCancellation {
 public:
     DbCancellation() = default;
     DbCancellation(const DbCancellation&) = delete;
@@ -36,7 +38,7 @@ private:
 };
 
 // Attaches a session for the scope of a call (nothing without a cancellation).
-class DbCancellationScope {
+class MAROVIN_EXPORT DbCancellationScope {
 public:
     DbCancellationScope(DbCancellation* cancellation, DbSession* session)
         : m_cancellation(cancellation) {

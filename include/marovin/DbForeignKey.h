@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <string>
 #include <vector>
 
@@ -7,7 +9,7 @@ namespace marovin {
 
 // One declared foreign key: the referencing table's columns and the referenced table's
 // columns, pair by pair in key order.
-struct DbForeignKey {
+struct MAROVIN_EXPORT DbForeignKey {
     std::string strName;  // the constraint's name; may be empty (SQLite)
     std::string strTable; // referencing table, "schema.name" as GetListOfTables writes it
     std::vector<std::string> colColumns;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "marovin/DbForeignKey.h"
+#include "marovin/MarovinExport.h"
 
 #include <cstdint>
 #include <functional>
@@ -16,7 +17,7 @@ class cRecordset;
 // One open connection to a database, as handed out by cDbConnection::GetConnection. It is
 // closed when destroyed. Every operation raises DbError with the driver's description on
 // failure.
-class DbSession {
+class MAROVIN_EXPORT DbSession {
 public:
     struct TableRow {
         std::string strSchema;

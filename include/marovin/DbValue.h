@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <cstdint>
 #include <span>
 #include <string>
@@ -14,7 +16,7 @@ enum class DbValueKind : std::uint8_t { Null, Integer, Real, Text, Blob };
 
 // One typed cell of a result set, 24 bytes: texts and blobs of up to 16 bytes are kept inside
 // the value itself, longer ones in a heap block of their own.
-class DbValue {
+class MAROVIN_EXPORT DbValue {
 public:
     using Blob = std::vector<unsigned char>;
 

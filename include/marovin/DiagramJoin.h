@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <QString>
 
 namespace marovin {
@@ -11,7 +13,7 @@ enum class JoinType { Inner, Left, Right, Full };
 
 // One join line of the tables-and-joins diagram: a column of one box joined to a column of
 // another box.
-struct DiagramJoin {
+struct MAROVIN_EXPORT DiagramJoin {
     QString strLeftAlias;
     QString strLeftColumn;
     QString strRightAlias;
@@ -30,14 +32,14 @@ struct DiagramJoin {
 };
 
 // "Inner Join", "Left Join", "Right Join" or "Full Join".
-QString joinTypeName(JoinType type);
+MAROVIN_EXPORT QString joinTypeName(JoinType type);
 
 // The type that keeps the same rows when the two sides of a join are exchanged: Left Join and
 // Right Join swap, Inner Join and Full Join stay.
-JoinType mirroredJoinType(JoinType type);
+MAROVIN_EXPORT JoinType mirroredJoinType(JoinType type);
 
 // Reads one of the four display names (exact, case-sensitive). Returns false for any other text
 // and leaves *type untouched.
-bool joinTypeFromName(const QString& name, JoinType* type);
+MAROVIN_EXPORT bool joinTypeFromName(const QString& name, JoinType* type);
 
 } // namespace marovin

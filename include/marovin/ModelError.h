@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <stdexcept>
 #include <string>
 
@@ -7,7 +9,7 @@ namespace marovin {
 
 // The one error type of the query model: a missing position or key, a duplicate key, a text that
 // is no boolean, a sub-query table without its query, an unreadable document.
-class ModelError : public std::runtime_error {
+class MAROVIN_EXPORT ModelError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };

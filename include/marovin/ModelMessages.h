@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <memory>
 #include <string>
 
@@ -7,7 +9,7 @@ namespace marovin {
 
 // The query model shows one message of its own (a refused sort entry). It goes through this
 // sink, which a user interface replaces; without one the text goes to standard error.
-class iModelMessageSink {
+class MAROVIN_EXPORT iModelMessageSink {
 public:
     virtual ~iModelMessageSink() = default;
     // A critical-error message with only an OK button.
@@ -15,8 +17,8 @@ public:
 };
 
 // Installs the sink for the whole process; nullptr restores the standard-error default.
-void SetModelMessageSink(std::shared_ptr<iModelMessageSink> sink);
+MAROVIN_EXPORT void SetModelMessageSink(std::shared_ptr<iModelMessageSink> sink);
 // Shows the text through the installed sink.
-void ShowModelCritical(const std::string& strText);
+MAROVIN_EXPORT void ShowModelCritical(const std::string& strText);
 
 } // namespace marovin

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <QList>
 #include <QString>
 
@@ -12,7 +14,7 @@ namespace marovin {
 //
 // with single line feeds between the lines and no trailing line feed. The caption is the text
 // shown in the box; hosts send the column name again.
-struct TableDefinition {
+struct MAROVIN_EXPORT TableDefinition {
     struct Column {
         QString strName;
         QString strCaption;

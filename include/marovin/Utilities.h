@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,24 +24,25 @@ inline constexpr std::string_view kAggregationFunctions =
 inline constexpr std::string_view kNewlineToken = "{newline}";
 
 // The nine aggregation names, in list order.
-const std::vector<std::string>& AggregationFunctionNames();
+MAROVIN_EXPORT const std::vector<std::string>& AggregationFunctionNames();
 
 // target = target + separator + piece, or piece when target is empty (an empty piece still adds
 // the separator after a non-empty target).
-void AppendWithSeparator(std::string& target, std::string_view piece, std::string_view separator);
+MAROVIN_EXPORT void AppendWithSeparator(std::string& target, std::string_view piece,
+                                        std::string_view separator);
 // Every line prefixed with count spaces; a blank text gives "".
-std::string IndentLines(std::string_view text, int count);
+MAROVIN_EXPORT std::string IndentLines(std::string_view text, int count);
 // Replaces a doubled separator by a single one until none is left. The separator is not empty.
-std::string CollapseRepeatedSeparator(std::string text, std::string_view separator);
+MAROVIN_EXPORT std::string CollapseRepeatedSeparator(std::string text, std::string_view separator);
 // True when the expression, without spaces and in upper case, holds an aggregation name
 // directly followed by "(".
-bool ContainsAggregateFunction(std::string_view expression);
+MAROVIN_EXPORT bool ContainsAggregateFunction(std::string_view expression);
 // Trims, splits at ".", puts "[" "]" around each piece holding a blank (unless already so).
-std::string QuoteIdentifier(std::string_view name);
+MAROVIN_EXPORT std::string QuoteIdentifier(std::string_view name);
 // Removes every "[" and "]".
-std::string StripBrackets(std::string_view text);
+MAROVIN_EXPORT std::string StripBrackets(std::string_view text);
 // The last dot-separated piece of the name ("" for an empty name).
-std::string LastNamePart(std::string_view name);
+MAROVIN_EXPORT std::string LastNamePart(std::string_view name);
 // True when the collection has an entry under the key; never throws.
 template <class Collection>
 bool IsInCollection(const Collection& collection, const std::string& key) {
@@ -51,29 +54,31 @@ bool IsInCollection(const Collection& collection, const std::string& key) {
     }
 }
 // The first table whose alias (as read) equals the alias exactly, or nullptr.
-std::shared_ptr<cTable> FindTableByAlias(const cTables& tables, std::string_view alias);
+MAROVIN_EXPORT std::shared_ptr<cTable> FindTableByAlias(const cTables& tables,
+                                                        std::string_view alias);
 // The aliases of the selected items, then the names of the calculated items, joined with ",".
-std::string ListOutputNames(const cSQLQuery& query);
-long MaxOf(long a, long b);
+MAROVIN_EXPORT std::string ListOutputNames(const cSQLQuery& query);
+MAROVIN_EXPORT long MaxOf(long a, long b);
 
 // The locale's decimal separator, used by ParseDecimal ("." until set).
-const std::string& DecimalSeparator();
-void SetDecimalSeparator(std::string separator);
+MAROVIN_EXPORT const std::string& DecimalSeparator();
+MAROVIN_EXPORT void SetDecimalSeparator(std::string separator);
 // Reads a number that may use "." or "," as its decimal mark. A missing value gives the default;
 // text that is no number gives 0.
-double ParseDecimal(const std::optional<std::string>& value, double defaultValue);
+MAROVIN_EXPORT double ParseDecimal(const std::optional<std::string>& value, double defaultValue);
 
 // Small text helpers with the semantics the system relies on.
 // Removes leading and trailing blanks (spaces only).
-std::string Trim(std::string_view text);
+MAROVIN_EXPORT std::string Trim(std::string_view text);
 // Splits at every occurrence of the separator; an empty text gives no parts at all.
-std::vector<std::string> Split(std::string_view text, std::string_view separator);
-std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to);
-std::string ToUpperAscii(std::string_view text);
+MAROVIN_EXPORT std::vector<std::string> Split(std::string_view text, std::string_view separator);
+MAROVIN_EXPORT std::string ReplaceAll(std::string_view text, std::string_view from,
+                                      std::string_view to);
+MAROVIN_EXPORT std::string ToUpperAscii(std::string_view text);
 // "True" / "False".
-std::string BoolToText(bool value);
+MAROVIN_EXPORT std::string BoolToText(bool value);
 // Reads "True"/"False" in any letter case, or a number (non-zero is true); blanks around are
 // ignored. Throws ModelError for anything else.
-bool TextToBool(std::string_view text);
+MAROVIN_EXPORT bool TextToBool(std::string_view text);
 
 } // namespace marovin

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <string>
 
 namespace marovin {
 
 // A named expression of the SELECT list (a model variable, to the user).
-class cCalculatedItem {
+class MAROVIN_EXPORT cCalculatedItem {
 public:
     const std::string& strComputation() const { return m_strComputation; }
     void setStrComputation(const std::string& value) { m_strComputation = value; }

@@ -3,6 +3,7 @@
 #include "marovin/DbCancellation.h"
 #include "marovin/DbForeignKey.h"
 #include "marovin/DbSession.h"
+#include "marovin/MarovinExport.h"
 #include "marovin/cRecordset.h"
 
 #include <cstdint>
@@ -26,7 +27,7 @@ namespace marovin {
 //    or strServer names a DSN; strDatabase, strUserName and strPassword are added when set.
 //  - "SQLite": an SQLite file (strDatabase is its path), opened read-only and attached as the
 //    schema "dbo".
-class cDbConnection {
+class MAROVIN_EXPORT cDbConnection {
 public:
     static constexpr const char* kProviderSqlServer = "SQLServer";
     static constexpr const char* kProviderOdbc = "ODBC";

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <string>
 
 namespace marovin {
 
 // A fixed filter: one condition of WHERE or HAVING that can be switched off.
-class cFilter {
+class MAROVIN_EXPORT cFilter {
 public:
     const std::string& strCondition() const { return m_strCondition; }
     void setStrCondition(const std::string& value) { m_strCondition = value; }

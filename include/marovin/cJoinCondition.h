@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <memory>
 #include <string>
 
@@ -8,7 +10,7 @@ namespace marovin {
 class cTable;
 
 // A join between two tables of the same query.
-class cJoinCondition {
+class MAROVIN_EXPORT cJoinCondition {
 public:
     const std::string& strCondition() const { return m_strCondition; }
     void setStrCondition(const std::string& value) { m_strCondition = value; }

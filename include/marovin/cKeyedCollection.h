@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/ModelError.h"
 
 #include <memory>
@@ -11,7 +12,7 @@ namespace marovin {
 
 // Folds a key for comparison without regard to letter case (ASCII, Latin-1, Latin Extended-A,
 // Greek and Cyrillic letters of UTF-8 text).
-std::string FoldKey(const std::string& key);
+MAROVIN_EXPORT std::string FoldKey(const std::string& key);
 
 // An insertion-ordered list of shared items in which any entry may carry a unique key; keys are
 // compared without regard to letter case. Positions count from 1. The six collections of the

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <string>
 
 namespace marovin {
 
 // One ORDER BY entry: an output name and the sort direction text written after it.
-class cOrderByItem {
+class MAROVIN_EXPORT cOrderByItem {
 public:
     const std::string& strSortOrder() const { return m_strSortOrder; }
     void setStrSortOrder(const std::string& value) { m_strSortOrder = value; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "marovin/DbValue.h"
+#include "marovin/MarovinExport.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -17,7 +18,7 @@ class RecordsetBuilder;
 // Rows and columns are also reachable by position (from 0) for grid models. The rows are kept
 // packed (a kind tag per cell and then only the bytes its value needs), so a row takes about the
 // room of its values written out; values are handed out as DbValue copies.
-class cRecordset {
+class MAROVIN_EXPORT cRecordset {
 public:
     struct Column {
         std::string strName;

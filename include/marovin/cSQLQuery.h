@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/cCalculatedItems.h"
 #include "marovin/cFilters.h"
 #include "marovin/cJoinConditions.h"
@@ -17,7 +18,7 @@ namespace marovin {
 // One SELECT statement: its tables, selected fields, calculated items, joins, fixed filters and
 // sort order. It renders itself as T-SQL clause by clause (CR LF line breaks) and converts itself
 // to and from its XML document. Nothing is cached: every text is rendered anew when read.
-class cSQLQuery {
+class MAROVIN_EXPORT cSQLQuery {
 public:
     cSQLQuery();
 

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <string>
 
 namespace marovin {
 
 // One selected field of the SELECT list.
-class cSelectedItem {
+class MAROVIN_EXPORT cSelectedItem {
 public:
     // The stored alias, or the default alias when the stored one is empty or blank.
     std::string strAlias() const;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <memory>
 #include <string>
 
@@ -8,7 +10,7 @@ namespace marovin {
 class cSQLQuery;
 
 // A database table or view of the FROM clause, or a sub-query used as a table.
-class cTable {
+class MAROVIN_EXPORT cTable {
 public:
     std::shared_ptr<cSQLQuery> SubQuery() const { return m_SubQuery; }
     void setSubQuery(std::shared_ptr<cSQLQuery> query) { m_SubQuery = std::move(query); }

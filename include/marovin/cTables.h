@@ -1,11 +1,12 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/cKeyedCollection.h"
 #include "marovin/cTable.h"
 
 namespace marovin {
 
 // The keyed collection of cTable items.
-class cTables : public cKeyedCollection<cTable> {};
+class MAROVIN_EXPORT cTables : public cKeyedCollection<cTable> {};
 
 } // namespace marovin

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
@@ -9,7 +11,7 @@ namespace marovin {
 
 // An element of a query document. It keeps its whole document alive, so a host may keep the
 // element after the query that produced it is gone.
-class cXmlElement {
+class MAROVIN_EXPORT cXmlElement {
 public:
     cXmlElement() = default;
     cXmlElement(std::shared_ptr<pugi::xml_document> document, pugi::xml_node node)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <QList>
 #include <QPainterPath>
 #include <QPoint>
@@ -81,7 +83,7 @@ class TableBoxItem;
 // Join lines run as a curve between the facing sides of their boxes; where that curve would
 // cross another box they go around the boxes instead, and they follow boxes moved into or out
 // of their way.
-class dvTablesAndJoins : public QWidget {
+class MAROVIN_EXPORT dvTablesAndJoins : public QWidget {
     Q_OBJECT
 public:
     // AddTable's left and top are multiplied by kPositionScale, its width and height by

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/PlatformServices.h"
 
 #include <QDialog>
@@ -34,7 +35,7 @@ class SqlEditor;
 // "chkIsActive", "cmdAddToCondition", "cmdAppendToCondition", "cmdBuildExpression",
 // "cmdClearCondition", "OKButton", "CancelButton", and the labels "lblField", "lblOperator",
 // "lblValue", "lblCondition".
-class frmConditionBuilder : public QDialog {
+class MAROVIN_EXPORT frmConditionBuilder : public QDialog {
     Q_OBJECT
 public:
     // The key under which the dialog's last size is remembered (section "DialogSizes").

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/PlatformServices.h"
 
 #include <QDialog>
@@ -36,7 +37,7 @@ class SqlEditor;
 // "cboParameters", "cmdInsertParameter", ten "cmdDigit" buttons (captions 0 to 9, in that
 // order), "cmdBrackets", "cmdLeft", "cmdRight", "cmdNewLine", "cmdClear", "OKButton",
 // "CancelButton".
-class frmExpressionBuilder : public QDialog {
+class MAROVIN_EXPORT frmExpressionBuilder : public QDialog {
     Q_OBJECT
 public:
     // The key under which the dialog's last size is remembered (section "DialogSizes").

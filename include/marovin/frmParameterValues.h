@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/PlatformServices.h"
 
 #include <QDialog>
@@ -24,7 +25,7 @@ namespace marovin {
 //
 // Controls: ten rows of "lblParameter" and "txtValue" (a control array: findChildren returns
 // them in row order), "OKButton", "CancelButton".
-class frmParameterValues : public QDialog {
+class MAROVIN_EXPORT frmParameterValues : public QDialog {
     Q_OBJECT
 public:
     static constexpr int kRows = 10;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/PlatformServices.h"
 
 #include <QDialog>
@@ -19,7 +20,7 @@ class cSQLQuery;
 // What the sub-query dialog needs of the query editor it hosts. The control creates the editor
 // (a second query builder) and hands it over with these accessors, so that the dialogs do not
 // depend on the control.
-struct SubQueryEditor {
+struct MAROVIN_EXPORT SubQueryEditor {
     // The editor's widget; the dialog places it in its layout and takes it as a child.
     QWidget* widget = nullptr;
     // Give the editor its connection, its query (which loads the panes) and put it in
@@ -40,7 +41,7 @@ struct SubQueryEditor {
 //
 // Controls (object names): "txtName" with its label "lblName", the hosted editor, "cmdOk",
 // "cmdCancel".
-class frmSubQuery : public QDialog {
+class MAROVIN_EXPORT frmSubQuery : public QDialog {
     Q_OBJECT
 public:
     // The key under which the dialog's last size is remembered (section "DialogSizes").

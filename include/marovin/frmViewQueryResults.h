@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/PlatformServices.h"
 
 #include <QDialog>
@@ -38,7 +39,7 @@ class RecordsetModel;
 // "lblSearchText" and "cmdSearch"; "cmdPrint" (copy everything), "cmdCopySelection",
 // "cmdExport", "cmdClose"; the number of rows shown "lblRecordCount". Ctrl+C in the grid copies
 // the selected cells when more than one is selected, else everything. Escape closes.
-class frmViewQueryResults : public QDialog {
+class MAROVIN_EXPORT frmViewQueryResults : public QDialog {
     Q_OBJECT
 public:
     // The window title, also the caption of the connection and fetch messages.

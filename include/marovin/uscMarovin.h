@@ -1,6 +1,7 @@
 #pragma once
 
 #include "marovin/DbSession.h"
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/PlatformServices.h"
 
 #include <QPoint>
@@ -55,7 +56,7 @@ class TableListModel;
 // "cmdRemoveSelectItem", "cmdAddCondition", "cmdEditCondition", "cmdRemoveCondition",
 // "cmdAddExpression", "cmdEditExpression", "cmdRemoveExpression", "cmdCheckSQLSyntax",
 // "cmdFireQuery"; the splitter bars "imgSplit0" to "imgSplit4" and the drag indicator "picSplit".
-class uscMarovin : public QWidget {
+class MAROVIN_EXPORT uscMarovin : public QWidget {
     Q_OBJECT
 public:
     // Services left empty take their Qt defaults (message boxes modal to this control, the

@@ -5,12 +5,13 @@
 
 #include <exception>
 #include <iostream>
+#include <marovin/Version.h>
 #include <string>
 #include <vector>
 
 namespace {
 
-constexpr const char* kVersion = "0.1.0";
+constexpr const char* kVersion = MAROVIN_VERSION_STRING;
 
 constexpr const char* kUsage =
     "usage: marovin <command> [options]\n"

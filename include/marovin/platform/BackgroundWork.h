@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <QString>
 #include <functional>
 
@@ -18,7 +20,8 @@ inline constexpr int kBusyIndicatorDelayMs = 300;
 // cancelled. An exception of the work is thrown again here, on the calling thread.
 //
 // The work must not touch widgets; give it its own copies of what it reads.
-bool RunInBackground(QWidget* parent, const QString& strText, const std::function<void()>& work,
-                     const std::function<void()>& cancel);
+MAROVIN_EXPORT bool RunInBackground(QWidget* parent, const QString& strText,
+                                    const std::function<void()>& work,
+                                    const std::function<void()>& cancel);
 
 } // namespace marovin

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/iBusyPointer.h"
 
 namespace marovin {
 
 // Counts how often the busy pointer was shown and how deep it is nested now; tests check that
 // every Begin is matched by an End.
-class CountingBusyPointer : public iBusyPointer {
+class MAROVIN_EXPORT CountingBusyPointer : public iBusyPointer {
 public:
     void Begin() override {
         ++m_lngDepth;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <QIcon>
 
 namespace marovin {
@@ -21,6 +23,6 @@ enum class IconKind {
     Refresh,     // a circular arrow
 };
 
-QIcon makeIcon(IconKind kind);
+MAROVIN_EXPORT QIcon makeIcon(IconKind kind);
 
 } // namespace marovin

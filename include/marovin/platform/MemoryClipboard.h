@@ -1,11 +1,12 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/iClipboard.h"
 
 namespace marovin {
 
 // A clipboard of one text held in memory, for tests and headless hosts.
-class MemoryClipboard : public iClipboard {
+class MAROVIN_EXPORT MemoryClipboard : public iClipboard {
 public:
     void Clear() override {
         m_strText.clear();

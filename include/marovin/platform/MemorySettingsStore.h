@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/iSettingsStore.h"
 
 #include <QMap>
@@ -7,7 +8,7 @@
 namespace marovin {
 
 // Settings held in memory for one run; tests read and preset them directly.
-class MemorySettingsStore : public iSettingsStore {
+class MAROVIN_EXPORT MemorySettingsStore : public iSettingsStore {
 public:
     QString GetSetting(const QString& strSection, const QString& strKey,
                        const QString& strDefault) const override {

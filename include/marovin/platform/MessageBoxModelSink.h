@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/ModelMessages.h"
 #include "marovin/platform/iMessageBox.h"
 
@@ -9,7 +10,7 @@ namespace marovin {
 
 // Routes the query model's own messages to a message box: critical icon, OK only, under the
 // application's name as caption.
-class MessageBoxModelSink : public iModelMessageSink {
+class MAROVIN_EXPORT MessageBoxModelSink : public iModelMessageSink {
 public:
     explicit MessageBoxModelSink(std::shared_ptr<iMessageBox> messageBox)
         : m_messageBox(std::move(messageBox)) {}

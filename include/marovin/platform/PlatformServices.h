@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/iBusyPointer.h"
 #include "marovin/platform/iClipboard.h"
 #include "marovin/platform/iMessageBox.h"
@@ -13,7 +14,7 @@ namespace marovin {
 
 // The services a widget or dialog reaches the platform through. Shared, so a host and the
 // dialogs opened by the control use the same ones.
-struct PlatformServices {
+struct MAROVIN_EXPORT PlatformServices {
     std::shared_ptr<iMessageBox> messageBox;
     std::shared_ptr<iSettingsStore> settings;
     std::shared_ptr<iClipboard> clipboard;

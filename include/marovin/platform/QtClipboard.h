@@ -1,11 +1,12 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/iClipboard.h"
 
 namespace marovin {
 
 // The application's QClipboard.
-class QtClipboard : public iClipboard {
+class MAROVIN_EXPORT QtClipboard : public iClipboard {
 public:
     void Clear() override;
     void SetText(const QString& strText) override;

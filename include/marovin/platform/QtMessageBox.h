@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/iMessageBox.h"
 
 #include <QPointer>
@@ -8,7 +9,7 @@
 namespace marovin {
 
 // Message boxes shown with QMessageBox, modal to the given parent window.
-class QtMessageBox : public iMessageBox {
+class MAROVIN_EXPORT QtMessageBox : public iMessageBox {
 public:
     explicit QtMessageBox(QWidget* parent = nullptr) : m_parent(parent) {}
     // The window the boxes are modal to; may change when the owner is reparented.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/iSettingsStore.h"
 
 #include <QSettings>
@@ -10,7 +11,7 @@ namespace marovin {
 // Settings kept by QSettings. The default store is the user's native store under
 // QCoreApplication::applicationName() (section = group, key = key); a file name gives an INI
 // file instead, which tests and portable hosts use.
-class QtSettingsStore : public iSettingsStore {
+class MAROVIN_EXPORT QtSettingsStore : public iSettingsStore {
 public:
     QtSettingsStore();
     explicit QtSettingsStore(const QString& strIniFile);

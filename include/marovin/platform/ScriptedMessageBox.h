@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
 #include "marovin/platform/iMessageBox.h"
 
 #include <deque>
@@ -9,7 +10,7 @@ namespace marovin {
 
 // A message box without a window: it answers from a script and records every box it was asked
 // to show. Used by tests and by hosts that run the control headless.
-class ScriptedMessageBox : public iMessageBox {
+class MAROVIN_EXPORT ScriptedMessageBox : public iMessageBox {
 public:
     struct Shown {
         QString strCaption;

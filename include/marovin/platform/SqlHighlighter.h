@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <QRegularExpression>
 #include <QSyntaxHighlighter>
 #include <QTextCharFormat>
@@ -9,7 +11,7 @@ namespace marovin {
 // Colours T-SQL: keywords, string literals, numbers, bracketed names, parameter markers
 // "<[" name "]>" and comments. Strings and comments do not span lines (the generated SQL keeps
 // them on one line).
-class SqlHighlighter : public QSyntaxHighlighter {
+class MAROVIN_EXPORT SqlHighlighter : public QSyntaxHighlighter {
     Q_OBJECT
 public:
     // What a stretch of text was coloured as; FormatAt reports it for tests and tools.

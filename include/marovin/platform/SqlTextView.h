@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <QPlainTextEdit>
 #include <string>
 
@@ -9,7 +11,7 @@ class SqlHighlighter;
 
 // The read-only, monospaced display of the generated SQL, coloured by SqlHighlighter. It keeps the
 // text exactly as given (CR LF line breaks) and shows each CR LF as one line break.
-class SqlTextView : public QPlainTextEdit {
+class MAROVIN_EXPORT SqlTextView : public QPlainTextEdit {
     Q_OBJECT
 public:
     explicit SqlTextView(QWidget* parent = nullptr);

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 namespace marovin {
 
 // The busy mouse pointer. Begin and End nest; use BusyPointerScope rather than calling them.
-class iBusyPointer {
+class MAROVIN_EXPORT iBusyPointer {
 public:
     virtual ~iBusyPointer() = default;
     virtual void Begin() = 0;

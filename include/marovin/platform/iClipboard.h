@@ -1,11 +1,13 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <QString>
 
 namespace marovin {
 
 // The system clipboard, as far as the control and the dialogs use it: plain text.
-class iClipboard {
+class MAROVIN_EXPORT iClipboard {
 public:
     virtual ~iClipboard() = default;
     virtual void Clear() = 0;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <QString>
 
 namespace marovin {
@@ -13,7 +15,7 @@ enum class MessageAnswer { Ok, Yes, No, Cancel };
 
 // A modal message box: the control and the dialogs ask and report through it, so a host or a test
 // can put its own answers in place of the user's.
-class iMessageBox {
+class MAROVIN_EXPORT iMessageBox {
 public:
     virtual ~iMessageBox() = default;
     // Shows the text under the caption and returns the button pressed.

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "marovin/MarovinExport.h"
+
 #include <QString>
 
 namespace marovin {
 
 // The per-user settings store: texts by section and key under the host application's name.
-class iSettingsStore {
+class MAROVIN_EXPORT iSettingsStore {
 public:
     virtual ~iSettingsStore() = default;
     // The stored text, or strDefault when there is none.

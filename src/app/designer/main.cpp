@@ -16,6 +16,7 @@
 #include "ParametersDialog.h"
 #include "StderrMessageBox.h"
 #include "marovin/ModelMessages.h"
+#include "marovin/Version.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/platform/MessageBoxModelSink.h"
 #include "marovin/platform/QtMessageBox.h"
@@ -84,7 +85,7 @@ int main(int argc, char** argv) {
         g_defaultHandler = qInstallMessageHandler(scriptMessageHandler);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QString::fromLatin1(DesignerWindow::kCaption));
-    QApplication::setApplicationVersion(QStringLiteral("0.1.0"));
+    QApplication::setApplicationVersion(QStringLiteral(MAROVIN_VERSION_STRING));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("The Marovin visual query designer."));
