@@ -16,15 +16,57 @@ function(marovin_apply_defaults target)
 endfunction()
 
 # marovin_add_library(name SOURCES ... [PUBLIC_LIBS ...] [PRIVATE_LIBS ...])
-# Static libraries; public headers live under include/marovin.
+# The sources are compiled once, into the object library <name>_objects. <name> is a static
+# library of those objects that the tests, benchmarks and fuzz targets link (they may use what
+# the layer keeps private); marovin_add_shared_library bundles the same objects into the shared
+# libraries a host links, which export only what the public headers mark MAROVIN_EXPORT.
 function(marovin_add_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC_LIBS;PRIVATE_LIBS" ${ARGN})
-  add_library(${name} STATIC ${ARG_SOURCES})
+  add_library(${name}_objects OBJECT ${ARG_SOURCES})
+  add_library(${name} STATIC $<TARGET_OBJECTS:${name}_objects>)
+  set_target_properties(${name} PROPERTIES AUTOMOC OFF)
+  foreach(target ${name}_objects ${name})
+    marovin_apply_defaults(${target})
+    target_include_directories(${target}
+      PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/include
+      PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${target} PUBLIC ${ARG_PUBLIC_LIBS} PRIVATE ${ARG_PRIVATE_LIBS})
+  endforeach()
+  set_property(GLOBAL APPEND PROPERTY MAROVIN_LIBRARY_PRIVATE_LIBS_${name} ${ARG_PRIVATE_LIBS})
+endfunction()
+
+# marovin_add_shared_library(name EXPORT_NAME Name OUTPUT_NAME file LAYERS ... [PUBLIC_LIBS ...])
+# One installed shared library (SONAME lib<file>.so.<major>) made of the objects of the given
+# layers; Marovin::<Name> is its alias. PUBLIC_LIBS are what a host's code needs along with it
+# (the other Marovin libraries, Qt, pugixml); the layers' private libraries are linked privately.
+function(marovin_add_shared_library name)
+  cmake_parse_arguments(ARG "" "EXPORT_NAME;OUTPUT_NAME" "LAYERS;PUBLIC_LIBS" ${ARGN})
+  add_library(${name} SHARED)
+  set(private_libs)
+  foreach(layer IN LISTS ARG_LAYERS)
+    target_sources(${name} PRIVATE $<TARGET_OBJECTS:${layer}_objects>)
+    get_property(libs GLOBAL PROPERTY MAROVIN_LIBRARY_PRIVATE_LIBS_${layer})
+    list(APPEND private_libs ${libs})
+  endforeach()
   marovin_apply_defaults(${name})
-  target_include_directories(${name}
-    PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/include
-    PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
-  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC_LIBS} PRIVATE ${ARG_PRIVATE_LIBS})
+  set_target_properties(${name} PROPERTIES
+    AUTOMOC OFF
+    EXPORT_NAME ${ARG_EXPORT_NAME}
+    OUTPUT_NAME ${ARG_OUTPUT_NAME}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    # The libraries find each other beside themselves, whoever loaded the first one.
+    INSTALL_RPATH "$ORIGIN")
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC_LIBS} PRIVATE ${private_libs})
+  if(NOT MAROVIN_SANITIZE)
+    # A symbol the library uses but nobody defines fails the link, not the host's start.
+    target_link_options(${name} PRIVATE LINKER:--no-undefined)
+  endif()
+  add_library(Marovin::${ARG_EXPORT_NAME} ALIAS ${name})
 endfunction()
 
 # marovin_add_executable(name SOURCES ... [LIBS ...])

@@ -5,7 +5,8 @@ set -euo pipefail
 
 packages=(
   cmake g++ make clang libclang-rt-14-dev clang-format
-  qt6-base-dev libgl-dev
+  qt6-base-dev libgl-dev qt6-tools-dev
+  doxygen dpkg-dev fakeroot groff-base
   libpugixml-dev libgtest-dev libgmock-dev libbenchmark-dev
   libsqlite3-dev sqlite3
   unixodbc unixodbc-dev tdsodbc odbc-postgresql libsqliteodbc

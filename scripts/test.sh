@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds and runs every test: the normal build, then the same tests built with
-# AddressSanitizer and UndefinedBehaviorSanitizer, then a short run of the fuzz targets.
+# Builds and runs every test: the normal build, its install, packages, example host and API
+# reference, then the same tests built with AddressSanitizer and UndefinedBehaviorSanitizer,
+# then a short run of the fuzz targets.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
@@ -32,6 +33,10 @@ echo "== build and test"
 cmake -S . -B build -G "Unix Makefiles" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$jobs"
 run_ctest build "$logs/plain" --timeout 300
+
+echo "== install, Debian packages, example host, API reference"
+"$root/scripts/check-install.sh" build
+cmake --build build --target api-docs
 
 echo "== build and test with AddressSanitizer and UndefinedBehaviorSanitizer"
 cmake -S . -B build-asan -G "Unix Makefiles" -DCMAKE_BUILD_TYPE=Debug -DMAROVIN_SANITIZE=ON \

@@ -7,8 +7,8 @@
 
 namespace marovin {
 
-// One declared foreign key: the referencing table's columns and the referenced table's
-// columns, pair by pair in key order.
+/// One declared foreign key: the referencing table's columns and the referenced table's
+/// columns, pair by pair in key order.
 struct MAROVIN_EXPORT DbForeignKey {
     std::string strName;  // the constraint's name; may be empty (SQLite)
     std::string strTable; // referencing table, "schema.name" as GetListOfTables writes it

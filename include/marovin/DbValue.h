@@ -10,12 +10,12 @@
 
 namespace marovin {
 
-// The kind of one value of a result set. NULL is a kind of its own, so a NULL never reads as
-// an empty string or a zero.
+/// The kind of one value of a result set. NULL is a kind of its own, so a NULL never reads as
+/// an empty string or a zero.
 enum class DbValueKind : std::uint8_t { Null, Integer, Real, Text, Blob };
 
-// One typed cell of a result set, 24 bytes: texts and blobs of up to 16 bytes are kept inside
-// the value itself, longer ones in a heap block of their own.
+/// One typed cell of a result set, 24 bytes: texts and blobs of up to 16 bytes are kept inside
+/// the value itself, longer ones in a heap block of their own.
 class MAROVIN_EXPORT DbValue {
 public:
     using Blob = std::vector<unsigned char>;
@@ -31,7 +31,7 @@ public:
     explicit DbValue(const Blob& bytes) {
         assign(DbValueKind::Blob, reinterpret_cast<const char*>(bytes.data()), bytes.size());
     }
-    // Bytes of a blob, read from a buffer.
+    /// Bytes of a blob, read from a buffer.
     static DbValue FromBytes(const void* data, std::size_t size) {
         DbValue v;
         v.assign(DbValueKind::Blob, static_cast<const char*>(data), size);
@@ -59,8 +59,8 @@ public:
     DbValueKind Kind() const { return m_kind; }
     bool IsNull() const { return m_kind == DbValueKind::Null; }
 
-    // The value in its own kind; asking a value for another kind than its own gives the zero
-    // value of that kind (0, 0.0, "" or no bytes).
+    /// The value in its own kind; asking a value for another kind than its own gives the zero
+    /// value of that kind (0, 0.0, "" or no bytes).
     std::int64_t AsInteger() const { return m_kind == DbValueKind::Integer ? m_data.integer : 0; }
     double AsReal() const { return m_kind == DbValueKind::Real ? m_data.real : 0.0; }
     std::string_view AsText() const {
@@ -72,11 +72,11 @@ public:
         return {reinterpret_cast<const unsigned char*>(bytes()), m_size};
     }
 
-    // Display text: "" for NULL, integers in decimal, reals in the shortest form that reads
-    // back to the same number, text as is, blobs as "0x" and upper-case hex digits.
+    /// Display text: "" for NULL, integers in decimal, reals in the shortest form that reads
+    /// back to the same number, text as is, blobs as "0x" and upper-case hex digits.
     std::string ToString() const;
 
-    // Heap bytes held beyond the value itself.
+    /// Heap bytes held beyond the value itself.
     std::size_t HeapBytes() const { return isLong() ? m_size : 0; }
 
     bool operator==(const DbValue& other) const;

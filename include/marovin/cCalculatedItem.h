@@ -6,7 +6,7 @@
 
 namespace marovin {
 
-// A named expression of the SELECT list (a model variable, to the user).
+/// A named expression of the SELECT list (a model variable, to the user).
 class MAROVIN_EXPORT cCalculatedItem {
 public:
     const std::string& strComputation() const { return m_strComputation; }
@@ -15,7 +15,7 @@ public:
     const std::string& strName() const { return m_strName; }
     void setStrName(const std::string& value) { m_strName = value; }
 
-    // "computation AS name", or the bare computation when the name is blank.
+    /// "computation AS name", or the bare computation when the name is blank.
     std::string strFullName() const;
 
 private:

@@ -6,7 +6,7 @@
 
 namespace marovin {
 
-// The keyed collection of cCalculatedItem items.
+/// The keyed collection of cCalculatedItem items.
 class MAROVIN_EXPORT cCalculatedItems : public cKeyedCollection<cCalculatedItem> {};
 
 } // namespace marovin

@@ -6,7 +6,7 @@
 
 namespace marovin {
 
-// A fixed filter: one condition of WHERE or HAVING that can be switched off.
+/// A fixed filter: one condition of WHERE or HAVING that can be switched off.
 class MAROVIN_EXPORT cFilter {
 public:
     const std::string& strCondition() const { return m_strCondition; }

@@ -6,7 +6,7 @@
 
 namespace marovin {
 
-// The keyed collection of cFilter items.
+/// The keyed collection of cFilter items.
 class MAROVIN_EXPORT cFilters : public cKeyedCollection<cFilter> {};
 
 } // namespace marovin

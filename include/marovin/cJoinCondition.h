@@ -9,7 +9,7 @@ namespace marovin {
 
 class cTable;
 
-// A join between two tables of the same query.
+/// A join between two tables of the same query.
 class MAROVIN_EXPORT cJoinCondition {
 public:
     const std::string& strCondition() const { return m_strCondition; }

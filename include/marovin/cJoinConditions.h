@@ -6,7 +6,7 @@
 
 namespace marovin {
 
-// The keyed collection of cJoinCondition items.
+/// The keyed collection of cJoinCondition items.
 class MAROVIN_EXPORT cJoinConditions : public cKeyedCollection<cJoinCondition> {};
 
 } // namespace marovin

@@ -10,20 +10,20 @@
 
 namespace marovin {
 
-// Folds a key for comparison without regard to letter case (ASCII, Latin-1, Latin Extended-A,
-// Greek and Cyrillic letters of UTF-8 text).
+/// Folds a key for comparison without regard to letter case (ASCII, Latin-1, Latin Extended-A,
+/// Greek and Cyrillic letters of UTF-8 text).
 MAROVIN_EXPORT std::string FoldKey(const std::string& key);
 
-// An insertion-ordered list of shared items in which any entry may carry a unique key; keys are
-// compared without regard to letter case. Positions count from 1. The six collections of the
-// query model derive from it and hold only items of their own kind.
+/// An insertion-ordered list of shared items in which any entry may carry a unique key; keys are
+/// compared without regard to letter case. Positions count from 1. The six collections of the
+/// query model derive from it and hold only items of their own kind.
 template <class T> class cKeyedCollection {
 public:
     using ItemPtr = std::shared_ptr<T>;
     using const_iterator = typename std::vector<ItemPtr>::const_iterator;
 
-    // Creates a new item, appends it, and stores it under sKey when sKey is not empty.
-    // Throws ModelError when the key is already present (nothing is added then).
+    /// Creates a new item, appends it, and stores it under sKey when sKey is not empty.
+    /// Throws ModelError when the key is already present (nothing is added then).
     ItemPtr Add(const std::string& sKey = {}) {
         auto item = std::make_shared<T>();
         if (!sKey.empty()) {
@@ -37,9 +37,9 @@ public:
         return item;
     }
 
-    // The item at a position (from 1). Throws ModelError when the position is out of range.
+    /// The item at a position (from 1). Throws ModelError when the position is out of range.
     ItemPtr Item(long index) const { return m_items[checkedPosition(index)]; }
-    // The item stored under a key. Throws ModelError when no entry has the key.
+    /// The item stored under a key. Throws ModelError when no entry has the key.
     ItemPtr Item(const std::string& key) const {
         auto it = m_byKey.find(FoldKey(key));
         if (it == m_byKey.end())
@@ -48,7 +48,7 @@ public:
     }
     long Count() const { return static_cast<long>(m_items.size()); }
 
-    // Removes an entry; later entries move up one position. Throws ModelError when missing.
+    /// Removes an entry; later entries move up one position. Throws ModelError when missing.
     void Remove(long index) { erase(checkedPosition(index)); }
     void Remove(const std::string& key) {
         auto it = m_byKey.find(FoldKey(key));
@@ -62,8 +62,8 @@ public:
         }
     }
 
-    // Removes every entry for which remove(item) is true, in one pass; the others keep their
-    // order. The predicate sees every entry before any is dropped.
+    /// Removes every entry for which remove(item) is true, in one pass; the others keep their
+    /// order. The predicate sees every entry before any is dropped.
     template <class Predicate> void RemoveIf(Predicate remove) {
         std::vector<char> drop(m_items.size());
         for (size_t i = 0; i < m_items.size(); ++i)
@@ -85,9 +85,9 @@ public:
         m_keys.resize(kept);
     }
 
-    // The items in insertion order (a snapshot).
+    /// The items in insertion order (a snapshot).
     std::vector<ItemPtr> NewEnum() const { return m_items; }
-    // Drops every entry.
+    /// Drops every entry.
     void Clear() {
         m_items.clear();
         m_keys.clear();
@@ -95,7 +95,7 @@ public:
     }
 
     bool HasKey(const std::string& key) const { return m_byKey.count(FoldKey(key)) != 0; }
-    // The key an entry was stored under (empty when it has none).
+    /// The key an entry was stored under (empty when it has none).
     const std::string& KeyAt(long index) const { return m_keys[checkedPosition(index)]; }
 
     const_iterator begin() const { return m_items.begin(); }

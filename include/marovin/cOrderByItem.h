@@ -6,7 +6,7 @@
 
 namespace marovin {
 
-// One ORDER BY entry: an output name and the sort direction text written after it.
+/// One ORDER BY entry: an output name and the sort direction text written after it.
 class MAROVIN_EXPORT cOrderByItem {
 public:
     const std::string& strSortOrder() const { return m_strSortOrder; }

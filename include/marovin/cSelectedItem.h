@@ -6,21 +6,21 @@
 
 namespace marovin {
 
-// One selected field of the SELECT list.
+/// One selected field of the SELECT list.
 class MAROVIN_EXPORT cSelectedItem {
 public:
-    // The stored alias, or the default alias when the stored one is empty or blank.
+    /// The stored alias, or the default alias when the stored one is empty or blank.
     std::string strAlias() const;
     void setStrAlias(const std::string& value) { m_strAlias = value; }
 
     const std::string& strName() const { return m_strName; }
-    // Stores the name; an alias that is exactly empty takes the default alias of the new name.
+    /// Stores the name; an alias that is exactly empty takes the default alias of the new name.
     void setStrName(const std::string& value);
 
     const std::string& strAggregationFunction() const { return m_strAggregationFunction; }
     void setStrAggregationFunction(const std::string& value) { m_strAggregationFunction = value; }
 
-    // The field as written in the SELECT list, e.g. "SUM(Orders.Amount) AS Amount".
+    /// The field as written in the SELECT list, e.g. "SUM(Orders.Amount) AS Amount".
     std::string strFullFieldName() const;
 
 private:

@@ -6,7 +6,7 @@
 
 namespace marovin {
 
-// The keyed collection of cSelectedItem items.
+/// The keyed collection of cSelectedItem items.
 class MAROVIN_EXPORT cSelectedItems : public cKeyedCollection<cSelectedItem> {};
 
 } // namespace marovin

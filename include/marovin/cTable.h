@@ -9,7 +9,7 @@ namespace marovin {
 
 class cSQLQuery;
 
-// A database table or view of the FROM clause, or a sub-query used as a table.
+/// A database table or view of the FROM clause, or a sub-query used as a table.
 class MAROVIN_EXPORT cTable {
 public:
     std::shared_ptr<cSQLQuery> SubQuery() const { return m_SubQuery; }
@@ -18,18 +18,18 @@ public:
     bool blnIsSubQuery() const { return m_blnIsSubQuery; }
     void setBlnIsSubQuery(bool value) { m_blnIsSubQuery = value; }
 
-    // The stored alias, or the default alias (last dot-separated part of the name) when the
-    // stored alias is empty or blank.
+    /// The stored alias, or the default alias (last dot-separated part of the name) when the
+    /// stored alias is empty or blank.
     std::string strAlias() const;
     void setStrAlias(const std::string& value) { m_strAlias = value; }
 
     const std::string& strName() const { return m_strName; }
-    // Stores the name; an alias that is exactly empty takes the default alias of the new name.
+    /// Stores the name; an alias that is exactly empty takes the default alias of the new name.
     void setStrName(const std::string& value);
 
-    // The table as written in FROM: the quoted name with " AS " and the quoted alias when they
-    // differ; for a sub-query the parenthesised, indented statement with its alias.
-    // Throws ModelError for a sub-query table whose SubQuery is not set.
+    /// The table as written in FROM: the quoted name with " AS " and the quoted alias when they
+    /// differ; for a sub-query the parenthesised, indented statement with its alias.
+    /// Throws ModelError for a sub-query table whose SubQuery is not set.
     std::string strFullTableName() const;
 
 private:

@@ -6,7 +6,7 @@
 
 namespace marovin {
 
-// The keyed collection of cTable items.
+/// The keyed collection of cTable items.
 class MAROVIN_EXPORT cTables : public cKeyedCollection<cTable> {};
 
 } // namespace marovin

@@ -15,30 +15,30 @@ class QPushButton;
 
 namespace marovin {
 
-// Asks for the values of the query parameters a preview uses: one row per parameter (at most
-// ten), each the parameter's name and a text field. OK is enabled once every row holds a value;
-// it returns the values as SQL literals (numbers bare, anything else in single quotes after
-// every single quote is removed) and remembers the texts as typed for the next time, where they
-// are restored by position.
-//
-// Calling order: create, setColParameters, exec(), read colValues.
-//
-// Controls: ten rows of "lblParameter" and "txtValue" (a control array: findChildren returns
-// them in row order), "OKButton", "CancelButton".
+/// Asks for the values of the query parameters a preview uses: one row per parameter (at most
+/// ten), each the parameter's name and a text field. OK is enabled once every row holds a value;
+/// it returns the values as SQL literals (numbers bare, anything else in single quotes after
+/// every single quote is removed) and remembers the texts as typed for the next time, where they
+/// are restored by position.
+///
+/// Calling order: create, setColParameters, exec(), read colValues.
+///
+/// Controls: ten rows of "lblParameter" and "txtValue" (a control array: findChildren returns
+/// them in row order), "OKButton", "CancelButton".
 class MAROVIN_EXPORT frmParameterValues : public QDialog {
     Q_OBJECT
 public:
     static constexpr int kRows = 10;
-    // The key under which the dialog's last size is remembered (section "DialogSizes").
+    /// The key under which the dialog's last size is remembered (section "DialogSizes").
     static constexpr const char* kSizeKey = "ParameterValues";
 
     explicit frmParameterValues(PlatformServices services, QWidget* parent = nullptr);
     ~frmParameterValues() override;
 
-    // Write-only. The names of the parameters to ask for, in order; rows beyond them are greyed
-    // out. nullptr disables every row and OK. Remembered values fill the rows by position.
+    /// Write-only. The names of the parameters to ask for, in order; rows beyond them are greyed
+    /// out. nullptr disables every row and OK. Remembered values fill the rows by position.
     void setColParameters(std::shared_ptr<std::vector<std::string>> parameters);
-    // Read-only. One SQL literal per parameter after OK; nullptr before OK and after Cancel.
+    /// Read-only. One SQL literal per parameter after OK; nullptr before OK and after Cancel.
     std::shared_ptr<std::vector<std::string>> colValues() const { return m_colValues; }
 
     void done(int result) override;

@@ -516,6 +516,10 @@ void uscMarovin::setBlnBuildSubQuery(bool value) {
     m_cmdSubQueries->setEnabled(false);
 }
 
+bool uscMarovin::subQueriesSwitchedOff() const {
+    return m_cmdSubQueries->isHidden() && !m_cmdSubQueries->isEnabled();
+}
+
 bool uscMarovin::blnAutoJoin() const {
     return m_chkAutoJoin->isChecked();
 }

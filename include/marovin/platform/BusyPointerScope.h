@@ -5,8 +5,8 @@
 
 namespace marovin {
 
-// Shows the busy pointer for the lifetime of the scope; the pointer is restored however the
-// scope is left, an exception included.
+/// Shows the busy pointer for the lifetime of the scope; the pointer is restored however the
+/// scope is left, an exception included.
 class MAROVIN_EXPORT BusyPointerScope {
 public:
     explicit BusyPointerScope(iBusyPointer* pointer) : m_pointer(pointer) {

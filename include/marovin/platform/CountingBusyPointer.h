@@ -5,8 +5,8 @@
 
 namespace marovin {
 
-// Counts how often the busy pointer was shown and how deep it is nested now; tests check that
-// every Begin is matched by an End.
+/// Counts how often the busy pointer was shown and how deep it is nested now; tests check that
+/// every Begin is matched by an End.
 class MAROVIN_EXPORT CountingBusyPointer : public iBusyPointer {
 public:
     void Begin() override {

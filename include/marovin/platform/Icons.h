@@ -6,10 +6,10 @@
 
 namespace marovin {
 
-// The pictures on the query builder's buttons. They are drawn as vector shapes at whatever size
-// and pixel ratio a button asks for, in the colours of the palette the button paints with, so
-// they stay sharp on high-density screens and readable on light and dark palettes alike. A
-// disabled button gets the palette's disabled text colour.
+/// The pictures on the query builder's buttons. They are drawn as vector shapes at whatever size
+/// and pixel ratio a button asks for, in the colours of the palette the button paints with, so
+/// they stay sharp on high-density screens and readable on light and dark palettes alike. A
+/// disabled button gets the palette's disabled text colour.
 enum class IconKind {
     Add,         // a plus sign
     Edit,        // a pencil

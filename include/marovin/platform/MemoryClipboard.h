@@ -5,7 +5,7 @@
 
 namespace marovin {
 
-// A clipboard of one text held in memory, for tests and headless hosts.
+/// A clipboard of one text held in memory, for tests and headless hosts.
 class MAROVIN_EXPORT MemoryClipboard : public iClipboard {
 public:
     void Clear() override {
@@ -14,7 +14,7 @@ public:
     }
     void SetText(const QString& strText) override { m_strText = strText; }
     QString Text() const override { return m_strText; }
-    // How often Clear was called.
+    /// How often Clear was called.
     int lngClears() const { return m_lngClears; }
 
 private:

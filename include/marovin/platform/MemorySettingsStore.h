@@ -7,7 +7,7 @@
 
 namespace marovin {
 
-// Settings held in memory for one run; tests read and preset them directly.
+/// Settings held in memory for one run; tests read and preset them directly.
 class MAROVIN_EXPORT MemorySettingsStore : public iSettingsStore {
 public:
     QString GetSetting(const QString& strSection, const QString& strKey,

@@ -8,8 +8,8 @@
 
 namespace marovin {
 
-// Routes the query model's own messages to a message box: critical icon, OK only, under the
-// application's name as caption.
+/// Routes the query model's own messages to a message box: critical icon, OK only, under the
+/// application's name as caption.
 class MAROVIN_EXPORT MessageBoxModelSink : public iModelMessageSink {
 public:
     explicit MessageBoxModelSink(std::shared_ptr<iMessageBox> messageBox)

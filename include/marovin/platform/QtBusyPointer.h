@@ -5,7 +5,7 @@
 
 namespace marovin {
 
-// The wait cursor as the application's override cursor.
+/// The wait cursor as the application's override cursor.
 class MAROVIN_EXPORT QtBusyPointer : public iBusyPointer {
 public:
     void Begin() override;

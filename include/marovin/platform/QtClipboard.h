@@ -5,7 +5,7 @@
 
 namespace marovin {
 
-// The application's QClipboard.
+/// The application's QClipboard.
 class MAROVIN_EXPORT QtClipboard : public iClipboard {
 public:
     void Clear() override;

@@ -8,9 +8,9 @@
 
 namespace marovin {
 
-// Settings kept by QSettings. The default store is the user's native store under
-// QCoreApplication::applicationName() (section = group, key = key); a file name gives an INI
-// file instead, which tests and portable hosts use.
+/// Settings kept by QSettings. The default store is the user's native store under
+/// QCoreApplication::applicationName() (section = group, key = key); a file name gives an INI
+/// file instead, which tests and portable hosts use.
 class MAROVIN_EXPORT QtSettingsStore : public iSettingsStore {
 public:
     QtSettingsStore();

@@ -8,8 +8,8 @@
 
 namespace marovin {
 
-// A message box without a window: it answers from a script and records every box it was asked
-// to show. Used by tests and by hosts that run the control headless.
+/// A message box without a window: it answers from a script and records every box it was asked
+/// to show. Used by tests and by hosts that run the control headless.
 class MAROVIN_EXPORT ScriptedMessageBox : public iMessageBox {
 public:
     struct Shown {
@@ -21,9 +21,9 @@ public:
         QString strDetails; // empty unless shown with details
     };
 
-    // Queues the answer for the next question (a box with more than an OK button).
+    /// Queues the answer for the next question (a box with more than an OK button).
     void QueueAnswer(MessageAnswer answer) { m_answers.push_back(answer); }
-    // The answer given to a question when the queue is empty (Yes unless set).
+    /// The answer given to a question when the queue is empty (Yes unless set).
     void setDefaultAnswer(MessageAnswer answer) { m_defaultAnswer = answer; }
 
     MessageAnswer Show(const QString& strCaption, const QString& strText, MessageIcon icon,
@@ -33,7 +33,7 @@ public:
                                   MessageButtons buttons) override;
 
     const std::vector<Shown>& shown() const { return m_shown; }
-    // The number of queued answers not used yet.
+    /// The number of queued answers not used yet.
     size_t pendingAnswers() const { return m_answers.size(); }
     void clear() {
         m_shown.clear();

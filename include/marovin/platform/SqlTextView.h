@@ -9,15 +9,15 @@ namespace marovin {
 
 class SqlHighlighter;
 
-// The read-only, monospaced display of the generated SQL, coloured by SqlHighlighter. It keeps the
-// text exactly as given (CR LF line breaks) and shows each CR LF as one line break.
+/// The read-only, monospaced display of the generated SQL, coloured by SqlHighlighter. It keeps the
+/// text exactly as given (CR LF line breaks) and shows each CR LF as one line break.
 class MAROVIN_EXPORT SqlTextView : public QPlainTextEdit {
     Q_OBJECT
 public:
     explicit SqlTextView(QWidget* parent = nullptr);
 
     void setStrText(const std::string& text);
-    // The text as last given, byte for byte.
+    /// The text as last given, byte for byte.
     const std::string& strText() const { return m_strText; }
     SqlHighlighter* highlighter() const { return m_highlighter; }
 

@@ -4,7 +4,7 @@
 
 namespace marovin {
 
-// The busy mouse pointer. Begin and End nest; use BusyPointerScope rather than calling them.
+/// The busy mouse pointer. Begin and End nest; use BusyPointerScope rather than calling them.
 class MAROVIN_EXPORT iBusyPointer {
 public:
     virtual ~iBusyPointer() = default;

@@ -6,7 +6,7 @@
 
 namespace marovin {
 
-// The system clipboard, as far as the control and the dialogs use it: plain text.
+/// The system clipboard, as far as the control and the dialogs use it: plain text.
 class MAROVIN_EXPORT iClipboard {
 public:
     virtual ~iClipboard() = default;

@@ -61,17 +61,20 @@ void printError(const QString& text) {
     std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stderr);
 }
 
-// The sample database: MAROVIN_SAMPLE_DB, else the one the build made, else one beside the
-// program's build tree.
+// The sample database: MAROVIN_SAMPLE_DB, else the one installed with the program, else the one
+// the build made, else one beside the program's build tree.
 QString sampleDatabase() {
     const QString fromEnvironment = qEnvironmentVariable("MAROVIN_SAMPLE_DB");
     if (!fromEnvironment.isEmpty())
         return fromEnvironment;
+    const QDir programDir(QCoreApplication::applicationDirPath());
+    const QString installed = programDir.filePath(QStringLiteral(MAROVIN_INSTALLED_SAMPLE_DB));
+    if (QFileInfo::exists(installed))
+        return QDir::cleanPath(installed);
     const QString built = QStringLiteral(MAROVIN_DEFAULT_SAMPLE_DB);
     if (QFileInfo::exists(built))
         return built;
-    const QString beside =
-        QDir(QCoreApplication::applicationDirPath()).filePath("../../../sample/northwind.sqlite");
+    const QString beside = programDir.filePath("../../../sample/northwind.sqlite");
     return QFileInfo::exists(beside) ? QDir::cleanPath(beside) : built;
 }
 
