@@ -1,8 +1,7 @@
 #include "uscMarovinPlugin.h"
 
+#include "marovin/platform/Icons.h"
 #include "marovin/uscMarovin.h"
-
-#include <QIcon>
 
 namespace marovin {
 
@@ -33,7 +32,7 @@ QString uscMarovinPlugin::includeFile() const {
 }
 
 QIcon uscMarovinPlugin::icon() const {
-    return QIcon::fromTheme(QStringLiteral("x-office-spreadsheet"));
+    return makeIcon(IconKind::Table);
 }
 
 bool uscMarovinPlugin::isContainer() const {
