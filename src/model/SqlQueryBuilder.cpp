@@ -130,7 +130,8 @@ std::string SqlQueryBuilder::kept(size_t fromOffset, size_t toOffset, int depth)
     result.reserve(text.size());
     for (size_t i = 0; i < text.size(); ++i) {
         result += text[i];
-        if (text[i] != '\n')
+        // The model indents after CR LF only.
+        if (text[i] != '\n' || i == 0 || text[i - 1] != '\r')
             continue;
         size_t skipped = 0;
         while (skipped < indent && i + 1 < text.size() && text[i + 1] == ' ') {

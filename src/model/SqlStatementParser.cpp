@@ -243,7 +243,7 @@ void SqlStatementParser::parseSelectItem(SqlSelect& select) {
                  " = ... assigns a variable; the editor only builds queries",
              true);
         m_pos += 2;
-        item.expression = parseExpression();
+        item.expression = parseValue();
         select.items.push_back(std::move(item));
         return;
     }
@@ -251,7 +251,7 @@ void SqlStatementParser::parseSelectItem(SqlSelect& select) {
         // "Alias = expression".
         item.aliasToken = m_pos;
         m_pos += 2;
-        item.expression = parseExpression();
+        item.expression = parseValue();
         select.items.push_back(std::move(item));
         return;
     }
@@ -260,7 +260,7 @@ void SqlStatementParser::parseSelectItem(SqlSelect& select) {
         item.expression.end = m_pos;
         item.expression.conjuncts.push_back({item.expression.first, m_pos, false});
     } else {
-        item.expression = parseExpression();
+        item.expression = parseValue();
     }
     if (acceptWord("AS")) {
         // "AS *" is how the model writes a "*" item without an alias of its own.
@@ -297,7 +297,7 @@ void SqlStatementParser::parseGroupBy(SqlSelect& select) {
             star.end = m_pos;
             select.groupBy.push_back(star);
         } else {
-            select.groupBy.push_back(parseExpression());
+            select.groupBy.push_back(parseValue());
         }
     } while (acceptSymbol(","));
     if (isWord("WITH") &&
@@ -315,7 +315,7 @@ void SqlStatementParser::parseOrderBy(SqlSelect& select) {
     expectWord("BY");
     do {
         SqlSelect::SortItem item;
-        item.expression = parseExpression();
+        item.expression = parseValue();
         if (isWord("ASC") || isWord("DESC"))
             item.directionToken = m_pos++;
         select.orderBy.push_back(std::move(item));
@@ -557,6 +557,18 @@ void SqlStatementParser::parseTableAlias(SqlTableSource& source) {
     } else if (m_tokens.isName(m_pos) && !isStructureWord(m_pos)) {
         source.aliasToken = m_pos++;
     }
+}
+
+SqlExpression SqlStatementParser::parseValue() {
+    SqlExpression expression;
+    std::vector<size_t>* outer = m_windowFunctions;
+    m_windowFunctions = &expression.windowFunctions;
+    expression.first = m_pos;
+    parseAdditive();
+    expression.end = m_pos;
+    expression.conjuncts = {{expression.first, m_pos, false}};
+    m_windowFunctions = outer;
+    return expression;
 }
 
 SqlExpression SqlStatementParser::parseExpression() {

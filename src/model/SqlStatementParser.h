@@ -64,6 +64,9 @@ private:
     // An expression at clause level: its range, its top-level AND operands, its window
     // functions.
     SqlExpression parseExpression();
+    // A value at clause level (an item of SELECT, GROUP BY or ORDER BY): no comparison, AND or
+    // OR at its top.
+    SqlExpression parseValue();
     void parseOr();
     void parseAndTerms(std::vector<SqlExpression::Conjunct>* conjuncts);
     void parseNot();

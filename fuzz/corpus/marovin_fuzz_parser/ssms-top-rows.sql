@@ -1,0 +1,4 @@
+SELECT TOP (1000) [OrderID]
+      ,[CustomerID]
+      ,[Freight]
+  FROM [Northwind].[dbo].[Orders]
