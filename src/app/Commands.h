@@ -18,6 +18,12 @@ int RunRenderCommand(const std::vector<std::string>& args, std::istream& in, std
 int RunXmlCommand(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
                   std::ostream& err);
 
+// marovin parse [--indent] [FILE|-]: reads a SELECT statement and writes its query document.
+// Findings go to `err`, one line each with line and column; a refused statement writes no
+// document and exits with kExitFailure.
+int RunParseCommand(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
+                    std::ostream& err);
+
 // Reads a whole query document from a file, or from `in` for "-" or an empty name. On failure
 // writes one line to `err` and returns false.
 bool ReadDocumentText(const std::string& file, std::istream& in, std::string& text,

@@ -1,4 +1,4 @@
-// The commands that only need the query model: render and xml.
+// The commands that only need the query model: render, xml and parse.
 
 #include "Commands.h"
 
@@ -10,7 +10,9 @@
 #include <iostream>
 #include <iterator>
 #include <marovin/ModelError.h>
+#include <marovin/SqlParser.h>
 #include <marovin/cSQLQuery.h>
+#include <optional>
 #include <sstream>
 
 namespace marovin::cli {
@@ -102,6 +104,31 @@ bool oneFile(const std::vector<std::string>& rest, std::string& file, std::ostre
 constexpr const char* kRenderUsage =
     "usage: marovin render [--clause select|from|where|groupby|having|orderby] [FILE|-]\n";
 constexpr const char* kXmlUsage = "usage: marovin xml [--indent] [FILE|-]\n";
+constexpr const char* kParseUsage = "usage: marovin parse [--indent] [FILE|-]\n";
+
+// The options of xml and parse: --indent and at most one file. Empty when the command goes on,
+// otherwise the exit code (help given, or a usage error reported).
+std::optional<int> indentAndFile(const std::vector<std::string>& args, bool& indent,
+                                 std::string& file, std::ostream& out, std::ostream& err,
+                                 const char* usage) {
+    std::vector<std::string> rest;
+    for (const auto& arg : args) {
+        if (arg == "--indent") {
+            indent = true;
+        } else if (arg == "--help" || arg == "-h") {
+            out << usage;
+            return kExitOk;
+        } else if (arg.size() > 1 && arg[0] == '-') {
+            err << "marovin: unknown option " << arg << '\n' << usage;
+            return kExitUsage;
+        } else {
+            rest.push_back(arg);
+        }
+    }
+    if (!oneFile(rest, file, err, usage))
+        return kExitUsage;
+    return std::nullopt;
+}
 
 } // namespace
 
@@ -160,26 +187,44 @@ int RunRenderCommand(const std::vector<std::string>& args, std::istream& in, std
 int RunXmlCommand(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
                   std::ostream& err) {
     bool indent = false;
-    std::vector<std::string> rest;
-    for (const auto& arg : args) {
-        if (arg == "--indent") {
-            indent = true;
-        } else if (arg == "--help" || arg == "-h") {
-            out << kXmlUsage;
-            return kExitOk;
-        } else if (arg.size() > 1 && arg[0] == '-') {
-            err << "marovin: unknown option " << arg << '\n' << kXmlUsage;
-            return kExitUsage;
-        } else {
-            rest.push_back(arg);
-        }
-    }
     std::string file;
-    if (!oneFile(rest, file, err, kXmlUsage))
-        return kExitUsage;
+    if (const auto code = indentAndFile(args, indent, file, out, err, kXmlUsage))
+        return *code;
     return loadAndWrite(file, in, out, err, "cannot write the document: ", [&](cSQLQuery& query) {
         return query.ToXmlText(indent);
     });
+}
+
+int RunParseCommand(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
+                    std::ostream& err) {
+    bool indent = false;
+    std::string file;
+    if (const auto code = indentAndFile(args, indent, file, out, err, kParseUsage))
+        return *code;
+    std::string text;
+    if (!ReadDocumentText(file, in, text, err))
+        return kExitFailure;
+    const ParseResult result = ParseSelectStatement(text);
+    const std::string source = SourceName(file);
+    for (const ParseFinding& finding : result.findings)
+        PrintError(err,
+                   source + ":" + std::to_string(finding.lngLine) + ":" +
+                       std::to_string(finding.lngColumn),
+                   finding.strMessage);
+    if (result.blnRefused || !result.query) {
+        PrintError(err, source, "refused: the editor cannot show this statement as it is meant");
+        return kExitFailure;
+    }
+    std::string document;
+    try {
+        document = result.query->ToXmlText(indent);
+    } catch (const std::exception& e) {
+        PrintError(err, source, std::string("cannot write the document: ") + e.what());
+        return kExitFailure;
+    }
+    out.write(document.data(), static_cast<std::streamsize>(document.size()));
+    out.flush();
+    return kExitOk;
 }
 
 } // namespace marovin::cli

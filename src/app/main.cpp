@@ -21,6 +21,10 @@ constexpr const char* kUsage =
     "                      write the statement (or one clause) of a query document\n"
     "  xml [--indent] [FILE|-]\n"
     "                      write the document as the model writes it back\n"
+    "  parse [--indent] [FILE|-]\n"
+    "                      read a SELECT statement and write its query document; what the\n"
+    "                      query cannot show is listed, and a statement whose query would\n"
+    "                      mean something else is refused (exit 1)\n"
     "\n";
 
 constexpr const char* kUsageTail = "\n"
@@ -61,6 +65,8 @@ int main(int argc, char** argv) {
             return RunRenderCommand(args, std::cin, std::cout, std::cerr);
         if (command == "xml")
             return RunXmlCommand(args, std::cin, std::cout, std::cerr);
+        if (command == "parse")
+            return RunParseCommand(args, std::cin, std::cout, std::cerr);
         std::cerr << "marovin: unknown command \"" << command << "\"\n";
         printUsage(std::cerr);
         return kExitUsage;

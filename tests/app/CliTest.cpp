@@ -183,3 +183,47 @@ TEST_F(Cli, HelpAndVersion) {
     EXPECT_EQ(version.exitCode, 0);
     EXPECT_EQ(version.out.rfind("marovin ", 0), 0u);
 }
+
+TEST_F(Cli, ParseWritesTheDocumentOfAStatement) {
+    const std::string statement = readFile(corpus("worked-example-statement.sql"));
+    const CliRun parsed = run("parse " + quote(corpus("worked-example-statement.sql")));
+    ASSERT_EQ(parsed.exitCode, 0) << parsed.err;
+    EXPECT_EQ(parsed.err, "");
+    EXPECT_EQ(parsed.out.rfind("<?xml version=\"1.0\" encoding=\"UTF-8\"?>", 0), 0u);
+    EXPECT_EQ(run("render", parsed.out).out, statement);
+    // Standard input, and the indented document.
+    EXPECT_EQ(run("parse -", statement).out, parsed.out);
+    const CliRun indented = run("parse --indent", statement);
+    EXPECT_GT(lineCount(indented.out), 10);
+    EXPECT_EQ(run("render", indented.out).out, statement);
+}
+
+TEST_F(Cli, ParseListsWhatTheQueryDoesNotShow) {
+    const CliRun r = run("parse", "SELECT TOP 5 o.OrderID AS Id\nFROM dbo.Orders AS o -- recent\n");
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.err, "marovin: <stdin>:1:8: TOP 5 is not shown in the editor\n"
+                     "marovin: <stdin>:2:22: The comment \"-- recent\" is not kept\n");
+    EXPECT_EQ(run("render", r.out).out, "SELECT\r\n     o.OrderID AS Id\r\nFROM \r\n"
+                                        "     dbo.Orders AS o\r\n");
+}
+
+TEST_F(Cli, ParseRefusesAStatementWhoseQueryWouldMeanSomethingElse) {
+    const fs::path file = write("union.sql", "SELECT City FROM Customers\r\n"
+                                             "UNION SELECT City FROM Suppliers");
+    const CliRun r = run("parse " + quote(file));
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "marovin: " + file.string() +
+                         ":2:1: UNION joins a second query; the editor shows one query only\n"
+                         "marovin: " +
+                         file.string() +
+                         ": refused: the editor cannot show this statement as it is meant\n");
+    const CliRun broken = run("parse", "SELECT a FROM");
+    EXPECT_EQ(broken.exitCode, 1);
+    EXPECT_NE(broken.err.find("<stdin>:1:14: Expected a table at the end of the statement"),
+              std::string::npos)
+        << broken.err;
+    EXPECT_EQ(run("parse a.sql b.sql").exitCode, 2);
+    EXPECT_EQ(run("parse --pretty").exitCode, 2);
+    EXPECT_EQ(run("parse " + quote((m_dir / "nowhere.sql").string())).exitCode, 1);
+}
