@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace marovin {
@@ -38,5 +39,15 @@ struct MAROVIN_EXPORT ParseResult {
 // comments, ...) is listed among the findings, each naming where it stands; the statement is
 // refused when building the query would change its meaning. Never throws for any text.
 MAROVIN_EXPORT ParseResult ParseSelectStatement(std::string_view sql);
+
+// Gives tables other aliases, as an editor does that names the tables it shows by itself: for
+// each pair (old alias, new alias) the table whose alias reads as the old one takes the new one,
+// and so does every name the old alias qualifies in the selected items, calculated items,
+// conditions, join conditions and sort entries. Aliases are compared as SQL Server compares
+// names (brackets, double quotes and letter case aside); a new alias is written in brackets where
+// a statement needs them. Strings, comments and the sub-query's own names stay as they are.
+MAROVIN_EXPORT void
+RenameTableAliases(cSQLQuery& query,
+                   const std::vector<std::pair<std::string, std::string>>& renames);
 
 } // namespace marovin

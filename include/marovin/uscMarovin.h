@@ -100,6 +100,15 @@ public:
 
     /// Rebuilds every pane from the current query.
     void Refresh();
+    /// Reads a T-SQL SELECT statement (as SQL Server Management Studio writes one, say) and loads
+    /// the query it describes as a new query object, through the same loading as
+    /// setSQLQueryObject: tables the database lacks are reported and left out. The tables get
+    /// the aliases the diagram gives them, and every name in the statement follows. What the
+    /// editor cannot show (TOP, comments, a join condition the diagram cannot draw, ...) is listed
+    /// first and the user is asked whether to go on without it; a statement the editor would
+    /// show with another meaning is refused with the list. Returns true when the statement was
+    /// loaded; otherwise the control and its query stay as they were.
+    bool LoadSQLText(const std::string& strSQL);
     /// The names of the tables the last load left out because the database lacks them (with
     /// everything that depended on them); empty when nothing was dropped.
     const QStringList& missingTables() const { return m_missingTables; }

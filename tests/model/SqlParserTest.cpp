@@ -368,3 +368,17 @@ TEST(SqlFindings, ErrorsNameLineAndColumn) {
         EXPECT_TRUE(finding.blnRefuses) << c.sql;
     }
 }
+
+TEST(SqlRenaming, NewAliasesReachEveryNameTheyQualify) {
+    auto query = read("SELECT o.OrderID, O.Freight * 2 AS Twice, d.[Unit Price] FROM Orders o\n"
+                      "  JOIN [Order Details] d ON o.OrderID = [d].OrderID\n"
+                      "WHERE o.ShipCity <> /* o.y */ 'o.x' AND od.x = 1 ORDER BY o.OrderID");
+    RenameTableAliases(*query, {{"o", "Orders"}, {"d", "Order Details"}});
+    EXPECT_EQ(query->strSQL(),
+              "SELECT\r\n     Orders.OrderID, \r\n     Orders.Freight * 2 AS Twice, "
+              "\r\n     [Order Details].[Unit Price]\r\n"
+              "FROM\r\n     Orders \r\n     INNER JOIN [Order Details]\r\n"
+              "     ON Orders.OrderID = [Order Details].OrderID\r\n"
+              "WHERE\r\n      (Orders.ShipCity <> /* o.y */ 'o.x')\r\n"
+              "  AND (od.x = 1)\r\nORDER BY\r\n     Orders.OrderID ");
+}

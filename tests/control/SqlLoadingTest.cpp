@@ -1,0 +1,170 @@
+// Loading SQL text into the control: a statement as users write it (aliases of their own,
+// schemas or none, joins in either direction) fills the panes; what the editor cannot show is
+// listed and asked about first; a statement the editor would change is refused and nothing moves.
+
+#include "ControlHarness.h"
+
+#include <gtest/gtest.h>
+
+using namespace marovin;
+using namespace marovin::test;
+
+namespace {
+
+QStringList conditionTexts(const ControlHarness& h) {
+    QStringList texts;
+    for (int i = 0; i < h.conditions()->topLevelItemCount(); ++i)
+        texts << h.conditions()->topLevelItem(i)->text(0);
+    return texts;
+}
+
+QStringList joinTexts(const ControlHarness& h) {
+    QStringList texts;
+    for (const DiagramJoin& join : h.diagram()->joins())
+        texts << join.joinText();
+    return texts;
+}
+
+} // namespace
+
+TEST(SqlLoading, AStatementWithItsOwnAliasesFillsThePanes) {
+    ControlHarness h;
+    const auto before = h.control().SQLQueryObject();
+    EXPECT_TRUE(
+        h.control().LoadSQLText("select o.OrderID, c.CompanyName as Company, count(*) as Lines\n"
+                                "from Orders o\n"
+                                "  left join Customers c on c.CustomerID = o.CustomerID\n"
+                                "  inner join [Order Details] od on od.OrderID = o.OrderID\n"
+                                "where o.Freight > 10 and c.Country in (N'Österreich', 'Germany')\n"
+                                "group by o.OrderID, c.CompanyName\n"
+                                "order by Company desc"));
+    EXPECT_TRUE(h.box->shown().empty()) << "nothing to ask about";
+    EXPECT_NE(h.control().SQLQueryObject(), before);
+    EXPECT_EQ(h.changed, 0);
+
+    EXPECT_EQ(h.diagram()->tableAliases(), (QStringList{"Orders", "Customers", "Order Details"}));
+    // The diagram's join keeps the rows of Orders however the condition was written.
+    EXPECT_EQ(joinTexts(h), (QStringList{"Orders\nCustomerID\nCustomers\nCustomerID\nLeft Join",
+                                         "Orders\nOrderID\nOrder Details\nOrderID\nInner Join"}));
+    ASSERT_EQ(h.rows(), 2);
+    EXPECT_EQ(h.cell(1, 1), "OrderID");
+    EXPECT_EQ(h.cell(1, 4), "dbo.Orders");
+    EXPECT_EQ(h.cell(2, 1), "CompanyName");
+    EXPECT_EQ(h.cell(2, 2), "Company");
+    EXPECT_EQ(h.expressions()->topLevelItem(0)->text(2), "count(*)");
+    EXPECT_EQ(conditionTexts(h), (QStringList{"Orders.Freight > 10",
+                                              "Customers.Country in (N'Österreich', 'Germany')"}));
+    const std::string sql = h.control().strSQL();
+    EXPECT_NE(sql.find("GROUP BY\r\n     Orders.OrderID,\r\n     Customers.CompanyName"),
+              std::string::npos)
+        << sql;
+    EXPECT_NE(sql.find("ORDER BY\r\n     Company desc"), std::string::npos) << sql;
+}
+
+TEST(SqlLoading, WhatTheEditorLeavesOutIsAskedAboutFirst) {
+    // The query Management Studio writes for "Select Top 1000 Rows".
+    const std::string statement = "/****** Script for SelectTopNRows command from SSMS  ******/\n"
+                                  "SELECT TOP (1000) [OrderID]\n"
+                                  "      ,[CustomerID]\n"
+                                  "  FROM [Northwind].[dbo].[Orders]";
+    ControlHarness h;
+    const auto before = h.control().SQLQueryObject();
+    const std::string sqlBefore = h.control().strSQL();
+    h.box->QueueAnswer(MessageAnswer::No);
+    EXPECT_FALSE(h.control().LoadSQLText(statement));
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    const auto& question = h.box->shown().front();
+    EXPECT_EQ(question.buttons, MessageButtons::YesNo);
+    EXPECT_EQ(question.icon, MessageIcon::Exclamation);
+    EXPECT_TRUE(
+        question.strText.contains("Line 2, column 8: TOP (1000) is not shown in the editor"))
+        << question.strText.toStdString();
+    EXPECT_TRUE(question.strDetails.contains("Line 1, column 1: The comment"));
+    EXPECT_EQ(h.control().SQLQueryObject(), before);
+    EXPECT_EQ(h.control().strSQL(), sqlBefore);
+
+    h.box->QueueAnswer(MessageAnswer::Yes);
+    EXPECT_TRUE(h.control().LoadSQLText(statement));
+    EXPECT_EQ(h.diagram()->tableAliases(), QStringList{"Orders"});
+    ASSERT_EQ(h.rows(), 2);
+    EXPECT_EQ(h.cell(2, 1), "CustomerID");
+    EXPECT_EQ(h.control().SQLQueryObject()->Tables()->Item(1)->strName(), "dbo.Orders");
+}
+
+TEST(SqlLoading, AStatementTheEditorWouldChangeIsRefusedAndNothingMoves) {
+    ControlHarness h;
+    ASSERT_TRUE(h.control().LoadSQLText("SELECT p.ProductName FROM Products p"));
+    const auto before = h.control().SQLQueryObject();
+    const std::string sqlBefore = h.control().strSQL();
+    const char* const refused[] = {
+        "SELECT City FROM Customers UNION SELECT City FROM Suppliers",
+        // The diagram draws joins on equal columns only; the join would be lost.
+        "SELECT o.OrderID FROM Orders o JOIN Employees e ON o.OrderDate > e.HireDate",
+        "SELECT o.OrderID FROM Orders o WHERE",
+    };
+    for (const char* statement : refused) {
+        h.box->clear();
+        EXPECT_FALSE(h.control().LoadSQLText(statement)) << statement;
+        ASSERT_EQ(h.box->shown().size(), 1u) << statement;
+        EXPECT_EQ(h.box->shown().front().icon, MessageIcon::Critical);
+        EXPECT_EQ(h.box->shown().front().buttons, MessageButtons::Ok);
+        EXPECT_TRUE(h.box->shown().front().strText.startsWith(
+            "The editor cannot show this statement without changing what it means."));
+        EXPECT_EQ(h.control().SQLQueryObject(), before);
+        EXPECT_EQ(h.control().strSQL(), sqlBefore);
+    }
+    EXPECT_TRUE(h.box->shown().front().strText.contains("cannot be drawn in the diagram") ||
+                h.box->shown().front().strText.contains("Expected"));
+    h.box->clear();
+    EXPECT_FALSE(h.control().LoadSQLText("  \n"));
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.box->shown().front().strText, "There is no statement to load.");
+}
+
+TEST(SqlLoading, ColumnsWithoutTableAndViewsInDoubleQuotesFindTheirTables) {
+    ControlHarness h;
+    // One table: its columns need not name it.
+    ASSERT_TRUE(h.control().LoadSQLText("SELECT OrderID, Freight AS Cost FROM Orders"));
+    ASSERT_EQ(h.rows(), 2);
+    EXPECT_EQ(h.cell(2, 1), "Freight");
+    EXPECT_EQ(h.cell(2, 2), "Cost");
+    EXPECT_EQ(h.cell(2, 4), "dbo.Orders");
+
+    // The view "Order Details Extended" of the sample database, as it is written there.
+    h.box->clear();
+    ASSERT_TRUE(h.control().LoadSQLText(
+        "SELECT \"Order Details\".OrderID, \"Order Details\".ProductID, Products.ProductName,\n"
+        "       ROUND(\"Order Details\".UnitPrice * \"Order Details\".Quantity\n"
+        "             * (1 - \"Order Details\".Discount), 2) AS ExtendedPrice\n"
+        "FROM Products INNER JOIN \"Order Details\" ON Products.ProductID = "
+        "\"Order Details\".ProductID;"));
+    EXPECT_TRUE(h.box->shown().empty());
+    EXPECT_EQ(joinTexts(h),
+              QStringList{"Products\nProductID\nOrder Details\nProductID\nInner Join"});
+    ASSERT_EQ(h.rows(), 3);
+    EXPECT_EQ(h.cell(1, 4), "dbo.Order Details");
+    EXPECT_EQ(h.cell(3, 1), "ProductName");
+    ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
+    EXPECT_EQ(h.expressions()->topLevelItem(0)->text(0), "ExtendedPrice");
+
+    // Several tables: a column without its table, and "*", stay calculated items, in their place.
+    h.box->clear();
+    ASSERT_TRUE(
+        h.control().LoadSQLText("SELECT o.OrderID, ShipCity, c.* FROM Orders o, Customers c"));
+    EXPECT_TRUE(h.box->shown().empty());
+    EXPECT_EQ(h.rows(), 1);
+    ASSERT_EQ(h.expressions()->topLevelItemCount(), 2);
+    EXPECT_EQ(h.expressions()->topLevelItem(0)->text(2), "ShipCity");
+    EXPECT_EQ(h.expressions()->topLevelItem(1)->text(2), "Customers.*");
+}
+
+TEST(SqlLoading, TablesTheDatabaseLacksAreReportedAsForAnyQuery) {
+    ControlHarness h;
+    EXPECT_TRUE(h.control().LoadSQLText(
+        "SELECT o.OrderID, x.Amount FROM Orders o JOIN Invoices x ON x.OrderID = o.OrderID"));
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_TRUE(h.box->shown().front().strText.startsWith(
+        "One or more tables used in the original SQL query are not in database"));
+    EXPECT_EQ(h.control().missingTables(), QStringList{"Invoices"});
+    EXPECT_EQ(h.diagram()->tableAliases(), QStringList{"Orders"});
+}
