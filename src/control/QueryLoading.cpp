@@ -294,6 +294,33 @@ std::string columnOf(const std::string& computation) {
     return item->strName();
 }
 
+// The text with its line breaks in the editor's stored form, "{newline}", as the dialogs
+// write a line break the user types. Line breaks inside strings and names stay, and so does a
+// text with a "--" comment, which a line break ends.
+std::string typedLineBreaks(const std::string& text) {
+    std::string result;
+    char quote = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (quote != 0) {
+            quote = c == quote ? 0 : quote;
+        } else if (c == '\'' || c == '"') {
+            quote = c;
+        } else if (c == '[') {
+            quote = ']';
+        } else if (c == '-' && i + 1 < text.size() && text[i + 1] == '-') {
+            return text;
+        } else if (c == '\r' || c == '\n') {
+            if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n')
+                ++i;
+            result += kNewlineToken;
+            continue;
+        }
+        result += c;
+    }
+    return result;
+}
+
 // A selected item as the calculated item that writes the same text.
 void addAsCalculated(cCalculatedItems& items, const cSelectedItem& item) {
     const std::string field = QuoteIdentifier(item.strName());
@@ -417,6 +444,35 @@ bool uscMarovin::LoadSQLText(const std::string& strSQL) {
                     query.CalculatedItems()->Remove(1);
                 }
             }
+
+            // A join that meets the joins before it on its right-hand table ("A RIGHT JOIN (B
+            // JOIN C ON ..) ON ..") is turned round ("B JOIN C ON .. LEFT JOIN A ON .."), which
+            // means the same: the statement then continues on the left, as the editor writes
+            // joins and as every database reads them.
+            std::vector<std::string> seen;
+            const auto isSeen = [&seen](const std::shared_ptr<cTable>& table) {
+                return table && std::find(seen.begin(), seen.end(),
+                                          FoldKey(Trim(table->strFullTableName()))) != seen.end();
+            };
+            for (const auto& join : *query.JoinConditions()) {
+                if (!seen.empty() && !isSeen(join->LeftTable()) && isSeen(join->RightTable())) {
+                    const auto left = join->LeftTable();
+                    const bool allRowsOfLeft = join->blnIncludeAllRowsOfLeftTable();
+                    join->setLeftTable(join->RightTable());
+                    join->setRightTable(left);
+                    join->setBlnIncludeAllRowsOfLeftTable(join->blnIncludeAllRowsOfRightTable());
+                    join->setBlnIncludeAllRowsOfRightTable(allRowsOfLeft);
+                }
+                for (const auto& table : {join->LeftTable(), join->RightTable()}) {
+                    if (table && !isSeen(table))
+                        seen.push_back(FoldKey(Trim(table->strFullTableName())));
+                }
+            }
+
+            for (const auto& item : *query.CalculatedItems())
+                item->setStrComputation(typedLineBreaks(item->strComputation()));
+            for (const auto& filter : *query.Filters())
+                filter->setStrCondition(typedLineBreaks(filter->strCondition()));
 
             // The diagram draws a join as pairs of equal columns of its two tables.
             for (const auto& join : *query.JoinConditions()) {

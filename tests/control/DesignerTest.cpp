@@ -60,6 +60,7 @@ struct Designer {
         services.messageBox = box;
         services.settings = settings;
         services.busyPointer = std::make_shared<CountingBusyPointer>();
+        services.clipboard = clipboard;
         window = std::make_unique<DesignerWindow>(services);
         window->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
@@ -72,6 +73,7 @@ struct Designer {
     }
     std::shared_ptr<MemorySettingsStore> settings;
     std::shared_ptr<ScriptedMessageBox> box = std::make_shared<ScriptedMessageBox>();
+    std::shared_ptr<MemoryClipboard> clipboard = std::make_shared<MemoryClipboard>();
     std::unique_ptr<DesignerWindow> window;
 };
 
@@ -1024,4 +1026,72 @@ TEST(DesignerTest, ColoursFollowTheViewMenuAndAreRemembered) {
     ASSERT_TRUE(designer.waitForFinished(60000));
     EXPECT_EQ(designer.exitCode(), 2);
     EXPECT_TRUE(designer.readAllStandardError().contains("--colours: \"purple\""));
+}
+
+TEST(DesignerTest, PastedSqlIsAskedAboutAndBecomesANewUnsavedDocument) {
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    const auto query = d.window->query();
+    const std::string sql = d.window->control()->strSQL();
+    d.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    d.window->control()->setFocus();
+    d.clipboard->SetText("SELECT TOP 10 o.OrderID, c.CompanyName\n"
+                         "FROM Orders o JOIN Customers c ON o.CustomerID = c.CustomerID");
+
+    // The user sees what is left out and says No: nothing changes.
+    d.box->QueueAnswer(MessageAnswer::No);
+    QTest::keyClick(d.window.get(), Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
+    ASSERT_EQ(d.box->shown().size(), 1u);
+    EXPECT_EQ(d.box->shown()[0].buttons, MessageButtons::YesNo);
+    EXPECT_TRUE(d.box->shown()[0].strText.contains("TOP 10 is not shown in the editor"));
+    EXPECT_EQ(d.window->query(), query);
+    EXPECT_EQ(d.window->control()->strSQL(), sql);
+    EXPECT_FALSE(d.window->blnModified());
+
+    // Yes: the statement's query is the document now, not yet saved anywhere.
+    d.box->QueueAnswer(MessageAnswer::Yes);
+    QTest::keyClick(d.window.get(), Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
+    ASSERT_EQ(d.box->shown().size(), 2u);
+    EXPECT_NE(d.window->query(), query);
+    EXPECT_EQ(d.window->query(), d.window->control()->SQLQueryObject());
+    EXPECT_TRUE(d.window->strFileName().isEmpty());
+    EXPECT_TRUE(d.window->blnModified());
+    EXPECT_TRUE(d.window->windowTitle().startsWith("Untitled"));
+    EXPECT_NE(d.window->control()->strSQL().find("INNER JOIN dbo.Customers AS Customers"),
+              std::string::npos)
+        << d.window->control()->strSQL();
+
+    // Another paste asks about the unsaved query first; Cancel keeps it.
+    d.box->QueueAnswer(MessageAnswer::Cancel);
+    const auto pasted = d.window->query();
+    EXPECT_FALSE(d.window->PasteStatement());
+    ASSERT_EQ(d.box->shown().size(), 3u);
+    EXPECT_EQ(d.box->shown()[2].buttons, MessageButtons::YesNoCancel);
+    EXPECT_EQ(d.window->query(), pasted);
+}
+
+TEST(DesignerTest, OpenReadsStatementsFromSqlFiles) {
+    QTemporaryDir dir;
+    Designer d;
+    ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
+    const QString statement = dir.filePath("freight.SQL");
+    writeFile(statement, "SELECT o.ShipCountry, SUM(o.Freight) AS Freight\r\n"
+                         "FROM dbo.Orders AS o\r\nGROUP BY o.ShipCountry\r\n");
+    ASSERT_TRUE(d.window->OpenDocument(statement));
+    EXPECT_TRUE(d.box->shown().empty());
+    EXPECT_TRUE(d.window->strFileName().isEmpty()) << "saving asks for a document's name";
+    EXPECT_TRUE(d.window->blnModified());
+    EXPECT_NE(d.window->control()->strSQL().find("SUM(Orders.Freight) AS Freight"),
+              std::string::npos);
+
+    const auto query = d.window->query();
+    d.window->SaveDocumentAs(dir.filePath("freight.xml"));
+    const QString refused = dir.filePath("union.sql");
+    writeFile(refused, "SELECT City FROM Customers UNION SELECT City FROM Suppliers");
+    EXPECT_FALSE(d.window->OpenDocument(refused));
+    ASSERT_EQ(d.box->shown().size(), 1u);
+    EXPECT_EQ(d.box->shown()[0].icon, MessageIcon::Critical);
+    EXPECT_EQ(d.window->query(), query);
+    EXPECT_EQ(d.window->strFileName(), dir.filePath("freight.xml"));
 }

@@ -146,6 +146,10 @@ TEST(SqlLoading, ColumnsWithoutTableAndViewsInDoubleQuotesFindTheirTables) {
     EXPECT_EQ(h.cell(3, 1), "ProductName");
     ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
     EXPECT_EQ(h.expressions()->topLevelItem(0)->text(0), "ExtendedPrice");
+    // The statement's line breaks are kept as the editor keeps typed ones.
+    EXPECT_EQ(h.control().SQLQueryObject()->CalculatedItems()->Item(1)->strComputation(),
+              "ROUND([Order Details].UnitPrice * [Order Details].Quantity{newline}             * "
+              "(1 - [Order Details].Discount), 2)");
 
     // Several tables: a column without its table, and "*", stay calculated items, in their place.
     h.box->clear();
@@ -156,6 +160,23 @@ TEST(SqlLoading, ColumnsWithoutTableAndViewsInDoubleQuotesFindTheirTables) {
     ASSERT_EQ(h.expressions()->topLevelItemCount(), 2);
     EXPECT_EQ(h.expressions()->topLevelItem(0)->text(2), "ShipCity");
     EXPECT_EQ(h.expressions()->topLevelItem(1)->text(2), "Customers.*");
+}
+
+TEST(SqlLoading, JoinsNestedOnTheRightAreTurnedToContinueOnTheLeft) {
+    ControlHarness h;
+    ASSERT_TRUE(h.control().LoadSQLText(
+        "SELECT e.LastName, t.TerritoryDescription FROM Employees e RIGHT OUTER JOIN\n"
+        "  (EmployeeTerritories et INNER JOIN Territories t ON et.TerritoryID = t.TerritoryID)\n"
+        "  ON e.EmployeeID = et.EmployeeID"));
+    EXPECT_EQ(joinTexts(h), (QStringList{"EmployeeTerritories\nTerritoryID\nTerritories\n"
+                                         "TerritoryID\nInner Join",
+                                         "EmployeeTerritories\nEmployeeID\nEmployees\n"
+                                         "EmployeeID\nLeft Join"}));
+    EXPECT_NE(h.control().strSQL().find("\r\n     LEFT OUTER JOIN dbo.Employees AS Employees\r\n"
+                                        "     ON (EmployeeTerritories.EmployeeID = "
+                                        "Employees.EmployeeID)"),
+              std::string::npos)
+        << h.control().strSQL();
 }
 
 TEST(SqlLoading, TablesTheDatabaseLacksAreReportedAsForAnyQuery) {

@@ -29,6 +29,11 @@ namespace marovin {
 namespace {
 
 const char* const kDocumentFilter = "Query documents (*.xml);;All files (*)";
+const char* const kOpenFilter =
+    "Query documents and statements (*.xml *.sql);;Query documents (*.xml);;"
+    "SQL statements (*.sql);;All files (*)";
+// The suffix of files that hold a SELECT statement rather than a query document.
+const char* const kStatementSuffix = "sql";
 
 } // namespace
 
@@ -107,6 +112,13 @@ void DesignerWindow::createMenus() {
     editMenu->setObjectName(QStringLiteral("menuEdit"));
     editMenu->addAction(m_control->undoAction());
     editMenu->addAction(m_control->redoAction());
+    editMenu->addSeparator();
+    QAction* pasteSqlAction =
+        editMenu->addAction(tr("Paste &SQL"), this, guardedAction(&DesignerWindow::pasteFromMenu));
+    pasteSqlAction->setObjectName(QStringLiteral("actionPasteSql"));
+    pasteSqlAction->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_V));
+    pasteSqlAction->setStatusTip(
+        tr("Load the SELECT statement on the clipboard into the query builder"));
 
     // Alt+Q moves to the query builder's SQL view, so the menu's mnemonic is U.
     QMenu* query = menuBar()->addMenu(tr("Q&uery"));
@@ -195,6 +207,10 @@ void DesignerWindow::saveFromMenu() {
 
 void DesignerWindow::saveAsFromMenu() {
     chooseAndSaveAs();
+}
+
+void DesignerWindow::pasteFromMenu() {
+    PasteStatement();
 }
 
 void DesignerWindow::setConnection(std::shared_ptr<cDbConnection> connection) {
@@ -313,6 +329,25 @@ bool DesignerWindow::setDocument(std::shared_ptr<cSQLQuery> query, const QString
     return true;
 }
 
+bool DesignerWindow::loadStatement(const QString& strStatement) {
+    if (!m_control->LoadSQLText(strStatement.toStdString()))
+        return false;
+    // The statement's query is a document of its own, saved where the user says.
+    m_query = m_control->SQLQueryObject();
+    m_strFileName.clear();
+    m_beforeLoss.reset();
+    setWindowModified(true);
+    m_blnCleanIsSaved = false;
+    updateTitle();
+    return true;
+}
+
+bool DesignerWindow::PasteStatement() {
+    if (!MaybeSave())
+        return false;
+    return loadStatement(m_services.clipboard->Text());
+}
+
 bool DesignerWindow::MaybeSave() {
     if (!isWindowModified())
         return true;
@@ -355,6 +390,19 @@ std::shared_ptr<cSQLQuery> DesignerWindow::ReadDocument(const QString& strFileNa
 bool DesignerWindow::OpenDocument(const QString& strFileName) {
     if (!MaybeSave())
         return false;
+    if (QFileInfo(strFileName)
+            .suffix()
+            .compare(QString::fromLatin1(kStatementSuffix), Qt::CaseInsensitive) == 0) {
+        QFile file(strFileName);
+        if (!file.open(QIODevice::ReadOnly)) {
+            m_services.messageBox->Show(
+                QString::fromLatin1(kCaption),
+                tr("The file %1 cannot be read: %2").arg(strFileName, file.errorString()),
+                MessageIcon::Critical, MessageButtons::Ok);
+            return false;
+        }
+        return loadStatement(QString::fromUtf8(file.readAll()));
+    }
     QString error;
     auto query = ReadDocument(strFileName, error);
     if (!query) {
@@ -399,7 +447,7 @@ void DesignerWindow::chooseAndOpen() {
     if (!MaybeSave())
         return;
     const QString file =
-        QFileDialog::getOpenFileName(this, tr("Open query"), m_strFileName, tr(kDocumentFilter));
+        QFileDialog::getOpenFileName(this, tr("Open query"), m_strFileName, tr(kOpenFilter));
     if (file.isEmpty())
         return;
     // The question was asked already; a failed open keeps the current query and its mark.

@@ -54,9 +54,14 @@ public:
 
     // Each asks before unsaved changes are discarded and returns false when the user cancels or
     // the action fails. A document that cannot be read leaves the current query as it was and
-    // the message says why.
+    // the message says why. A file named *.sql holds a SELECT statement: its query is loaded as
+    // a new, unsaved document (see PasteStatement).
     bool NewDocument();
     bool OpenDocument(const QString& strFileName);
+    // Loads the SELECT statement on the clipboard as a new, unsaved document (Edit > Paste SQL,
+    // Ctrl+Shift+V). What the query builder cannot show is listed and the user is asked before
+    // it goes on; a statement it would change is refused with the list.
+    bool PasteStatement();
     bool SaveDocument();
     bool SaveDocumentAs(const QString& strFileName);
     // Asks about unsaved changes: true when the caller may go on (saved, or discarded).
@@ -98,6 +103,10 @@ private:
     void saveFromMenu();
     void saveAsFromMenu();
     bool setDocument(std::shared_ptr<cSQLQuery> query, const QString& strFileName);
+    // The query of a statement as a new, unsaved document; false when the builder did not load
+    // it. Unsaved changes have been asked about already.
+    bool loadStatement(const QString& strStatement);
+    void pasteFromMenu();
     void loadQueryAfterConnecting();
     void updateTitle();
     void chooseAndOpen();
