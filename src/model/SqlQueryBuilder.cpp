@@ -642,7 +642,8 @@ void SqlQueryBuilder::buildGroupBy(Level& level, const SqlSelect& select) {
         std::set<std::string> items;
         for (const Derived& entry : derived)
             items.insert(entry.key);
-        if (!blankAggregation && items == std::set<std::string>(written.begin(), written.end())) {
+        if (!blankAggregation && !select.having &&
+            items == std::set<std::string>(written.begin(), written.end())) {
             note(where, "GROUP BY without aggregates is shown as SELECT DISTINCT", false);
             level.query->setBlnUniqueRecordsOnly(true);
             return;
@@ -665,7 +666,13 @@ void SqlQueryBuilder::buildGroupBy(Level& level, const SqlSelect& select) {
                  true);
         }
     }
-    if (!unmatched.empty())
+    // With nothing aggregated and no column kept out of the grouping, the editor would write no
+    // GROUP BY at all.
+    const bool groups =
+        needed || std::any_of(missing.begin(), missing.end(), [](const Derived* entry) {
+            return entry->output->selected != nullptr;
+        });
+    if (!unmatched.empty() || !groups)
         note(where, "GROUP BY differs from the grouping the editor derives from the selected items",
              true);
 }

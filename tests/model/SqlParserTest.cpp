@@ -293,6 +293,8 @@ TEST(SqlFindings, WhatTheEditorCannotShowIsNamedWhereItStands) {
          "A second derived table cannot be shown; the editor keeps one sub-query", true},
         {"SELECT a.x, COUNT(*) AS n FROM A a GROUP BY a.x, a.y", 1, 36,
          "GROUP BY differs from the grouping the editor derives from the selected items", true},
+        {"SELECT a.x FROM A a GROUP BY a.x HAVING COUNT(*) > 1", 1, 21,
+         "GROUP BY differs from the grouping the editor derives from the selected items", true},
         {"SELECT a.x FROM A a WHERE a.x = 1 OR a.y > (SELECT MAX(y) FROM B)", 1, 27,
          "The condition \"a.x = 1 OR a.y > (SELECT MAX(y) FROM B)\" joins with OR a part the "
          "editor takes for an aggregate; it cannot be split, and the editor would move it to "
