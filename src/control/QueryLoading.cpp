@@ -358,8 +358,9 @@ bool uscMarovin::LoadSQLText(const std::string& strSQL) {
                                       "stays."));
                 return;
             }
-            const auto note = [&findings](std::string message, bool refuses) {
+            const auto note = [&findings, &refused](std::string message, bool refuses) {
                 findings.push_back({0, 0, std::move(message), refuses});
+                refused = refused || refuses;
             };
 
             // Tables by their names in the table list ("Orders" and "[Northwind].[dbo].[Orders]"
@@ -474,6 +475,16 @@ bool uscMarovin::LoadSQLText(const std::string& strSQL) {
             for (const auto& filter : *query.Filters())
                 filter->setStrCondition(typedLineBreaks(filter->strCondition()));
 
+            // The grid knows no blank aggregation: a column the statement keeps out of its GROUP
+            // BY would be grouped by.
+            for (const auto& item : *query.SelectedItems()) {
+                if (!item->strAggregationFunction().empty() &&
+                    Trim(item->strAggregationFunction()).empty())
+                    note("The editor would group by \"" + QuoteIdentifier(item->strName()) +
+                             "\", which the statement does not",
+                         true);
+            }
+
             // The diagram draws a join as pairs of equal columns of its two tables.
             for (const auto& join : *query.JoinConditions()) {
                 const bool bothPlaced =
@@ -493,7 +504,6 @@ bool uscMarovin::LoadSQLText(const std::string& strSQL) {
                              "\" cannot be drawn in the diagram, which joins tables on equal "
                              "columns of the two",
                          true);
-                    refused = true;
                 }
             }
         }

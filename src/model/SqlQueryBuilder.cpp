@@ -657,7 +657,7 @@ void SqlQueryBuilder::buildGroupBy(Level& level, const SqlSelect& select) {
             if (!grouped)
                 note(expression.first,
                      quoted(entry->output->selected->strName()) +
-                         " is neither grouped nor aggregated",
+                         " is not in GROUP BY; the query keeps it out of the grouping",
                      false);
         } else if (!grouped) {
             note(expression.first,

@@ -265,7 +265,8 @@ TEST(SqlReading, GroupByThatIsNotDerivedIsKeptWhereItCan) {
     // A column left out of GROUP BY is kept out (SQL Server says what it thinks of it).
     const ParseFinding ungrouped =
         onlyFinding("SELECT c.Country, c.City, COUNT(*) AS n FROM Customers c GROUP BY c.Country");
-    EXPECT_EQ(ungrouped.strMessage, "\"c.City\" is neither grouped nor aggregated");
+    EXPECT_EQ(ungrouped.strMessage,
+              "\"c.City\" is not in GROUP BY; the query keeps it out of the grouping");
     EXPECT_FALSE(ungrouped.blnRefuses);
 }
 
