@@ -39,6 +39,12 @@ MAROVIN_EXPORT std::string CollapseRepeatedSeparator(std::string text, std::stri
 MAROVIN_EXPORT bool ContainsAggregateFunction(std::string_view expression);
 /// Trims, splits at ".", puts "[" "]" around each piece holding a blank (unless already so).
 MAROVIN_EXPORT std::string QuoteIdentifier(std::string_view name);
+/// Appends QuoteIdentifier(name) to out without a text of its own.
+MAROVIN_EXPORT void AppendQuotedIdentifier(std::string& out, std::string_view name);
+/// Appends " AS " and the quoted alias to out, unless the alias is blank or its quoted form equals
+/// what out holds from nameStart on (a name written under its own name needs no alias).
+MAROVIN_EXPORT void AppendAliasUnlessSame(std::string& out, size_t nameStart,
+                                          std::string_view alias);
 /// Removes every "[" and "]".
 MAROVIN_EXPORT std::string StripBrackets(std::string_view text);
 /// The last dot-separated piece of the name ("" for an empty name).

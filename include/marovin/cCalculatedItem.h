@@ -17,6 +17,8 @@ public:
 
     /// "computation AS name", or the bare computation when the name is blank.
     std::string strFullName() const;
+    /// Appends strFullName() to out, without a text of its own.
+    void AppendFullName(std::string& out) const;
 
 private:
     std::string m_strComputation;

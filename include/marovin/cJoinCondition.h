@@ -21,10 +21,10 @@ public:
     bool blnIncludeAllRowsOfRightTable() const { return m_blnIncludeAllRowsOfRightTable; }
     void setBlnIncludeAllRowsOfRightTable(bool value) { m_blnIncludeAllRowsOfRightTable = value; }
 
-    std::shared_ptr<cTable> LeftTable() const { return m_LeftTable; }
+    const std::shared_ptr<cTable>& LeftTable() const { return m_LeftTable; }
     void setLeftTable(std::shared_ptr<cTable> table) { m_LeftTable = std::move(table); }
 
-    std::shared_ptr<cTable> RightTable() const { return m_RightTable; }
+    const std::shared_ptr<cTable>& RightTable() const { return m_RightTable; }
     void setRightTable(std::shared_ptr<cTable> table) { m_RightTable = std::move(table); }
 
 private:

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -13,6 +14,8 @@ namespace marovin {
 /// Folds a key for comparison without regard to letter case (ASCII, Latin-1, Latin Extended-A,
 /// Greek and Cyrillic letters of UTF-8 text).
 MAROVIN_EXPORT std::string FoldKey(const std::string& key);
+/// Appends FoldKey(key) to out. The folded key has as many bytes as the key.
+MAROVIN_EXPORT void AppendFoldedKey(std::string& out, std::string_view key);
 
 /// An insertion-ordered list of shared items in which any entry may carry a unique key; keys are
 /// compared without regard to letter case. Positions count from 1. The six collections of the

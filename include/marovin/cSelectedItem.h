@@ -22,6 +22,9 @@ public:
 
     /// The field as written in the SELECT list, e.g. "SUM(Orders.Amount) AS Amount".
     std::string strFullFieldName() const;
+    /// Appends strFullFieldName() to out, so that a long SELECT list is written without a text
+    /// per item.
+    void AppendFullFieldName(std::string& out) const;
 
 private:
     std::string m_strAlias;

@@ -31,6 +31,8 @@ public:
     /// differ; for a sub-query the parenthesised, indented statement with its alias.
     /// Throws ModelError for a sub-query table whose SubQuery is not set.
     std::string strFullTableName() const;
+    /// Appends strFullTableName() to out.
+    void AppendFullTableName(std::string& out) const;
 
 private:
     std::shared_ptr<cSQLQuery> m_SubQuery; // Owned (shared) when this table is a sub-query.

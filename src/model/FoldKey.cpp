@@ -33,50 +33,42 @@ char32_t foldCodePoint(char32_t c) {
     return c;
 }
 
-void appendUtf8(std::string& out, char32_t c) {
-    if (c < 0x80) {
-        out += static_cast<char>(c);
-    } else if (c < 0x800) {
-        out += static_cast<char>(0xC0 | (c >> 6));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        out += static_cast<char>(0xE0 | (c >> 12));
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (c >> 18));
-        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-}
-
 } // namespace
 
-std::string FoldKey(const std::string& key) {
-    std::string out;
-    out.reserve(key.size());
+void AppendFoldedKey(std::string& out, std::string_view key) {
+    // Folding keeps the length: ASCII stays ASCII, and every two-byte letter folds to another
+    // two-byte letter. So the result is written in place into room made once.
+    const size_t at = out.size();
+    out.resize(at + key.size());
+    auto* d = reinterpret_cast<unsigned char*>(out.data() + at);
     const auto* s = reinterpret_cast<const unsigned char*>(key.data());
     const size_t n = key.size();
     size_t i = 0;
     while (i < n) {
         const unsigned char b = s[i];
         if (b < 0x80) {
-            out += static_cast<char>((b >= 'A' && b <= 'Z') ? b + 0x20 : b);
+            d[i] = (b >= 'A' && b <= 'Z') ? static_cast<unsigned char>(b + 0x20) : b;
             ++i;
             continue;
         }
-        // Two- and three-byte sequences cover every letter that folds; anything else, including
-        // malformed bytes, is copied unchanged.
+        // Two-byte sequences cover every letter that folds; anything else, including malformed
+        // bytes, is copied unchanged.
         if ((b & 0xE0) == 0xC0 && i + 1 < n && (s[i + 1] & 0xC0) == 0x80) {
-            char32_t c = (char32_t(b & 0x1F) << 6) | (s[i + 1] & 0x3F);
-            appendUtf8(out, foldCodePoint(c));
+            const char32_t c = foldCodePoint((char32_t(b & 0x1F) << 6) | (s[i + 1] & 0x3F));
+            d[i] = static_cast<unsigned char>(0xC0 | (c >> 6));
+            d[i + 1] = static_cast<unsigned char>(0x80 | (c & 0x3F));
             i += 2;
             continue;
         }
-        out += static_cast<char>(b);
+        d[i] = b;
         ++i;
     }
+}
+
+std::string FoldKey(const std::string& key) {
+    std::string out;
+    out.reserve(key.size());
+    AppendFoldedKey(out, key);
     return out;
 }
 

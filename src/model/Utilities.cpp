@@ -114,13 +114,11 @@ bool ContainsAggregateFunction(std::string_view expression) {
     return false;
 }
 
-std::string QuoteIdentifier(std::string_view name) {
+void AppendQuotedIdentifier(std::string& out, std::string_view name) {
     const auto first = name.find_first_not_of(' ');
     if (first == std::string_view::npos)
-        return {};
+        return;
     const std::string_view trimmed = name.substr(first, name.find_last_not_of(' ') - first + 1);
-    std::string result;
-    result.reserve(trimmed.size() + 2);
     size_t start = 0;
     while (true) {
         const auto dot = trimmed.find('.', start);
@@ -128,17 +126,36 @@ std::string QuoteIdentifier(std::string_view name) {
             trimmed.substr(start, dot == std::string_view::npos ? dot : dot - start);
         const bool bracketed = !piece.empty() && piece.front() == '[' && piece.back() == ']';
         if (piece.find(' ') != std::string_view::npos && !bracketed) {
-            result += '[';
-            result += piece;
-            result += ']';
+            out += '[';
+            out += piece;
+            out += ']';
         } else {
-            result += piece;
+            out += piece;
         }
         if (dot == std::string_view::npos)
-            return result;
-        result += '.';
+            return;
+        out += '.';
         start = dot + 1;
     }
+}
+
+std::string QuoteIdentifier(std::string_view name) {
+    std::string result;
+    result.reserve(name.size() + 2);
+    AppendQuotedIdentifier(result, name);
+    return result;
+}
+
+void AppendAliasUnlessSame(std::string& out, size_t nameStart, std::string_view alias) {
+    if (alias.find_first_not_of(' ') == std::string_view::npos)
+        return;
+    const size_t mark = out.size();
+    out += " AS ";
+    const size_t aliasStart = out.size();
+    AppendQuotedIdentifier(out, alias);
+    const std::string_view text = out;
+    if (text.substr(aliasStart) == text.substr(nameStart, mark - nameStart))
+        out.resize(mark);
 }
 
 std::string StripBrackets(std::string_view text) {

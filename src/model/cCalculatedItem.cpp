@@ -5,14 +5,18 @@
 namespace marovin {
 
 std::string cCalculatedItem::strFullName() const {
-    if (m_strName.find_first_not_of(' ') == std::string::npos)
-        return m_strComputation;
     std::string result;
     result.reserve(m_strComputation.size() + 4 + m_strName.size());
-    result += m_strComputation;
-    result += " AS ";
-    result += m_strName;
+    AppendFullName(result);
     return result;
+}
+
+void cCalculatedItem::AppendFullName(std::string& out) const {
+    out += m_strComputation;
+    if (m_strName.find_first_not_of(' ') != std::string::npos) {
+        out += " AS ";
+        out += m_strName;
+    }
 }
 
 } // namespace marovin

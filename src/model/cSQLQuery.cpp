@@ -4,9 +4,12 @@
 #include "marovin/Utilities.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <deque>
+#include <initializer_list>
 #include <iterator>
+#include <memory>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -17,22 +20,195 @@ namespace {
 
 constexpr std::string_view kItemIndent = "     ";
 
+// Visits the items of a collection in order while asking the memory for the item a few places
+// ahead. The items of a large query lie far apart on the heap; waiting for each one only when it
+// is reached made rendering slower per item as queries grew past the processor's caches.
+constexpr size_t kAhead = 8;
+
+// Asks for the first two cache lines of an object (an item and the control block in front of it).
+void prefetchObject(const void* object) {
+    if (!object)
+        return;
+    const char* bytes = static_cast<const char*>(object);
+    __builtin_prefetch(bytes);
+    __builtin_prefetch(bytes + 64);
+}
+
+template <class Collection, class Visit> void forEachAhead(const Collection& items, Visit&& visit) {
+    const auto begin = items.begin();
+    const size_t count = static_cast<size_t>(items.end() - begin);
+    for (size_t i = 0; i < count; ++i) {
+        if (i + kAhead < count)
+            prefetchObject(begin[i + kAhead].get());
+        visit(*begin[i]);
+    }
+}
+
+// The pieces of the join chain in order. It grows at both ends: the pieces put in front are
+// kept in a list of their own, last first, so that neither end ever moves the other's pieces.
+class PieceChain {
+public:
+    explicit PieceChain(size_t expected) {
+        m_front.reserve(expected);
+        m_back.reserve(expected);
+    }
+    bool empty() const { return m_front.empty() && m_back.empty(); }
+    void clear() {
+        m_front.clear();
+        m_back.clear();
+    }
+    void Append(std::initializer_list<std::string_view> pieces) {
+        for (const std::string_view piece : pieces)
+            m_back.push_back(piece);
+    }
+    void Prepend(std::initializer_list<std::string_view> pieces) {
+        for (auto it = std::rbegin(pieces); it != std::rend(pieces); ++it)
+            m_front.push_back(*it);
+    }
+    // The chain followed by the pieces and the chain once more.
+    void AppendRepeated(std::initializer_list<std::string_view> pieces) {
+        std::vector<std::string_view> copy(m_front.rbegin(), m_front.rend());
+        copy.insert(copy.end(), m_back.begin(), m_back.end());
+        Append(pieces);
+        for (const std::string_view piece : copy)
+            m_back.push_back(piece);
+    }
+    size_t Length() const {
+        size_t length = 0;
+        for (const std::string_view piece : m_front)
+            length += piece.size();
+        for (const std::string_view piece : m_back)
+            length += piece.size();
+        return length;
+    }
+    // Writes the pieces in order. The join conditions among them lie all over the heap, so each
+    // piece is asked for from memory a few pieces before it is copied.
+    void AppendTo(std::string& out) const {
+        constexpr size_t kPiecesAhead = 4 * kAhead;
+        const size_t front = m_front.size();
+        const size_t count = front + m_back.size();
+        const auto at = [&](size_t i) {
+            return i < front ? m_front[front - 1 - i] : m_back[i - front];
+        };
+        for (size_t i = 0; i < count; ++i) {
+            if (i + kPiecesAhead < count)
+                __builtin_prefetch(at(i + kPiecesAhead).data());
+            out += at(i);
+        }
+    }
+
+private:
+    std::vector<std::string_view> m_front; // Last first.
+    std::vector<std::string_view> m_back;
+};
+
+// Slots of the open-addressing tables below: a position in a list and a tag of the hash, eight
+// bytes, so that the slots of ten thousand names stay within the processor's caches.
+struct HashSlot {
+    uint32_t position = 0; // Position + 1 in the owner's list; 0 marks a free slot.
+    uint32_t tag = 0;      // The hash's upper half.
+};
+
+size_t slotCountFor(size_t expected) {
+    size_t slots = 16;
+    while (slots < 2 * expected)
+        slots *= 2;
+    return slots;
+}
+
+// Finds the slot of a key (found() is true) or the free slot where it goes. Matches compares a
+// candidate's position with the key.
+template <class Matches>
+size_t findSlot(const std::vector<HashSlot>& slots, uint64_t hash, Matches&& matches) {
+    const size_t mask = slots.size() - 1;
+    const uint32_t tag = static_cast<uint32_t>(hash >> 32);
+    for (size_t at = hash & mask;; at = (at + 1) & mask) {
+        const HashSlot& slot = slots[at];
+        if (slot.position == 0 || (slot.tag == tag && matches(slot.position - 1)))
+            return at;
+    }
+}
+
+// Doubles the slots, placing every used one again by the hash its owner gives for a position.
+template <class HashOf> void growSlots(std::vector<HashSlot>& slots, HashOf&& hashOf) {
+    std::vector<HashSlot> old(2 * slots.size());
+    old.swap(slots);
+    const size_t mask = slots.size() - 1;
+    for (const HashSlot& slot : old) {
+        if (slot.position == 0)
+            continue;
+        size_t at = hashOf(slot.position - 1) & mask;
+        while (slots[at].position != 0)
+            at = (at + 1) & mask;
+        slots[at] = slot;
+    }
+}
+
+uint64_t hashAddress(const void* address) {
+    return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(address)) * 0x9E3779B97F4A7C15ull;
+}
+
+// Texts that stay where they are until the store goes: copied into large blocks, so that the
+// names of thousands of tables cost a handful of allocations.
+class TextStore {
+public:
+    std::string_view Keep(std::string_view text) {
+        if (m_blocks.empty() || m_free < text.size()) {
+            const size_t size = std::max(kBlockSize, text.size());
+            m_blocks.push_back(std::make_unique<char[]>(size));
+            m_next = m_blocks.back().get();
+            m_free = size;
+        }
+        if (!text.empty())
+            std::memcpy(m_next, text.data(), text.size());
+        const std::string_view kept(m_next, text.size());
+        m_next += text.size();
+        m_free -= text.size();
+        return kept;
+    }
+
+private:
+    static constexpr size_t kBlockSize = 64 * 1024;
+    std::vector<std::unique_ptr<char[]>> m_blocks;
+    char* m_next = nullptr;
+    size_t m_free = 0;
+};
+
 // The names of the tables met while rendering FROM, each table's name rendered once (a sub-query
-// table renders its whole statement for it).
+// table renders its whole statement for it). Tables are found by address; the names live in one
+// text store.
 class TableNameCache {
 public:
     struct Names {
-        std::string full;         // As written in FROM.
+        const cTable* table;
+        std::string_view full;    // As written in FROM.
         std::string_view trimmed; // Within full, without surrounding blanks (the join chain's).
-        std::string folded;       // The trimmed name folded for comparison without regard to case.
-        bool joined = false;      // Named by a join: trimmed and folded are set.
+        std::string_view folded;  // The trimmed name folded for comparison without regard to case.
+        bool joined = false;      // Named by a join: trimmed, folded and sameName are set.
+        // The first table named by a join under the same folded name: the one that stands for
+        // all of them in the chain.
+        Names* sameName = nullptr;
+        bool inChain = false; // Of the first table of a name: the name is in the chain.
     };
 
-    explicit TableNameCache(size_t expected) { m_names.reserve(expected); }
+    explicit TableNameCache(size_t expected)
+        : m_slots(slotCountFor(expected)), m_foldedSlots(slotCountFor(expected)) {}
 
     const Names& Of(const cTable& table) { return entry(table); }
+
+    // True when a table of the same folded name is in the join chain.
+    static bool InChain(const Names& names) { return names.sameName->inChain; }
+    // Marks the table's name as being in the chain. Throws ModelError, like the keyed
+    // collections, when it is there already.
+    static void AddToChain(const Names& names) {
+        if (names.sameName->inChain)
+            throw ModelError("Duplicate key \"" + std::string(names.trimmed) +
+                             "\": the key is already in use");
+        names.sameName->inChain = true;
+    }
+
     // The names of a join's table. Throws ModelError when the join has no table on that side.
-    const Names& OfJoin(const std::shared_ptr<cTable>& table, const char* side) {
+    const Names& OfJoin(const cTable* table, const char* side) {
         if (!table)
             throw ModelError(std::string("A join has no ") + side + " table");
         Names& names = entry(*table);
@@ -42,7 +218,10 @@ public:
             names.trimmed = first == std::string_view::npos
                                 ? std::string_view()
                                 : full.substr(first, full.find_last_not_of(' ') - first + 1);
-            names.folded = FoldKey(std::string(names.trimmed));
+            m_scratch.clear();
+            AppendFoldedKey(m_scratch, names.trimmed);
+            names.folded = m_text.Keep(m_scratch);
+            names.sameName = firstOfName(names);
             names.joined = true;
         }
         return names;
@@ -50,28 +229,46 @@ public:
 
 private:
     Names& entry(const cTable& table) {
-        auto it = m_names.find(&table);
-        if (it == m_names.end())
-            it = m_names.emplace(&table, Names{table.strFullTableName(), {}, {}, false}).first;
-        return it->second;
-    }
-    // Node-based, so the names stay where they are while the map grows.
-    std::unordered_map<const cTable*, Names> m_names;
-};
-
-// A set of folded names that refuses a name given twice, like the keyed collections.
-class NameSet {
-public:
-    explicit NameSet(size_t expected) { m_names.reserve(expected); }
-    bool Contains(std::string_view folded) const { return m_names.count(folded) != 0; }
-    void Add(std::string_view folded, std::string_view name) {
-        if (!m_names.insert(folded).second)
-            throw ModelError("Duplicate key \"" + std::string(name) +
-                             "\": the key is already in use");
+        const uint64_t hash = hashAddress(&table);
+        const size_t at = findSlot(
+            m_slots, hash, [&](size_t position) { return m_names[position].table == &table; });
+        if (m_slots[at].position != 0)
+            return m_names[m_slots[at].position - 1];
+        m_scratch.clear();
+        table.AppendFullTableName(m_scratch);
+        m_names.push_back(Names{&table, m_text.Keep(m_scratch), {}, {}, false});
+        m_slots[at] =
+            HashSlot{static_cast<uint32_t>(m_names.size()), static_cast<uint32_t>(hash >> 32)};
+        if (2 * m_names.size() > m_slots.size())
+            growSlots(m_slots,
+                      [this](size_t position) { return hashAddress(m_names[position].table); });
+        return m_names.back();
     }
 
-private:
-    std::unordered_set<std::string_view> m_names;
+    // The first joined table of the folded name, which becomes that one when none is known.
+    Names* firstOfName(Names& names) {
+        const uint64_t hash = std::hash<std::string_view>{}(names.folded);
+        const size_t at = findSlot(m_foldedSlots, hash, [&](size_t position) {
+            return m_firstOfName[position]->folded == names.folded;
+        });
+        if (m_foldedSlots[at].position != 0)
+            return m_firstOfName[m_foldedSlots[at].position - 1];
+        m_firstOfName.push_back(&names);
+        m_foldedSlots[at] = HashSlot{static_cast<uint32_t>(m_firstOfName.size()),
+                                     static_cast<uint32_t>(hash >> 32)};
+        if (2 * m_firstOfName.size() > m_foldedSlots.size())
+            growSlots(m_foldedSlots, [this](size_t position) {
+                return std::hash<std::string_view>{}(m_firstOfName[position]->folded);
+            });
+        return &names;
+    }
+
+    std::vector<HashSlot> m_slots;
+    std::vector<HashSlot> m_foldedSlots;
+    std::vector<Names*> m_firstOfName;
+    std::deque<Names> m_names; // Stays in place while it grows.
+    TextStore m_text;
+    std::string m_scratch; // Reused for every name before it is kept.
 };
 
 // Replaces every typed line break token by a blank, then collapses each run of line breaks to
@@ -132,20 +329,22 @@ size_t quotedSizeBound(const std::string& name) {
 size_t statementSizeBound(const cSQLQuery& query) {
     constexpr size_t kLineStart = 9; // ", " or "," with a line break and the indent.
     size_t size = 64;
-    for (const auto& item : *query.SelectedItems()) {
-        const size_t name = quotedSizeBound(item->strName());
-        size += item->strAggregationFunction().size() + 2 + name + 4 +
-                quotedSizeBound(item->strAlias()) + kLineStart; // SELECT
-        size += name + kLineStart;                              // GROUP BY
-    }
-    for (const auto& item : *query.CalculatedItems())
-        size += item->strName().size() + 4 + 2 * (item->strComputation().size() + kLineStart);
-    for (const auto& table : *query.Tables())
-        size += quotedSizeBound(table->strName()) + 4 + quotedSizeBound(table->strAlias()) + 20;
-    for (const auto& join : *query.JoinConditions())
-        size += join->strCondition().size() + 40;
-    for (const auto& filter : *query.Filters())
-        size += filter->strCondition().size() + 10;
+    forEachAhead(*query.SelectedItems(), [&](const cSelectedItem& item) {
+        const size_t name = quotedSizeBound(item.strName());
+        size += item.strAggregationFunction().size() + 2 + name + 4 +
+                quotedSizeBound(item.strAlias()) + kLineStart; // SELECT
+        size += name + kLineStart;                             // GROUP BY
+    });
+    forEachAhead(*query.CalculatedItems(), [&](const cCalculatedItem& item) {
+        size += item.strName().size() + 4 + 2 * (item.strComputation().size() + kLineStart);
+    });
+    forEachAhead(*query.Tables(), [&](const cTable& table) {
+        size += quotedSizeBound(table.strName()) + 4 + quotedSizeBound(table.strAlias()) + 20;
+    });
+    forEachAhead(*query.JoinConditions(),
+                 [&](const cJoinCondition& join) { size += join.strCondition().size() + 40; });
+    forEachAhead(*query.Filters(),
+                 [&](const cFilter& filter) { size += filter.strCondition().size() + 10; });
     for (const auto& entry : *query.OrderByItems())
         size += entry->strItem().size() + 1 + entry->strSortOrder().size() + kLineStart;
     return size;
@@ -194,7 +393,8 @@ void cSQLQuery::appendSelect(std::string& out) const {
         out += " DISTINCT";
     out += kCrLf;
     bool first = true;
-    auto add = [&](const std::string& piece) {
+    // Each item is written straight into the statement, without a text of its own.
+    auto next = [&] {
         if (first) {
             first = false;
         } else {
@@ -202,21 +402,23 @@ void cSQLQuery::appendSelect(std::string& out) const {
             out += kCrLf;
         }
         out += kItemIndent;
-        out += piece;
     };
-    for (const auto& item : *m_SelectedItems)
-        add(item->strFullFieldName());
-    for (const auto& item : *m_CalculatedItems)
-        add(item->strFullName());
+    forEachAhead(*m_SelectedItems, [&](const cSelectedItem& item) {
+        next();
+        item.AppendFullFieldName(out);
+    });
+    forEachAhead(*m_CalculatedItems, [&](const cCalculatedItem& item) {
+        next();
+        item.AppendFullName(out);
+    });
 }
 
 void cSQLQuery::appendFilters(std::string& out, const char* keyword, bool aggregated) const {
     const size_t start = out.size();
     bool any = false;
-    for (const auto& filter : *m_Filters) {
-        if (!filter->blnIsActive() ||
-            ContainsAggregateFunction(filter->strCondition()) != aggregated)
-            continue;
+    forEachAhead(*m_Filters, [&](const cFilter& filter) {
+        if (!filter.blnIsActive() || ContainsAggregateFunction(filter.strCondition()) != aggregated)
+            return;
         if (!any) {
             out += keyword;
             out += kCrLf;
@@ -227,9 +429,9 @@ void cSQLQuery::appendFilters(std::string& out, const char* keyword, bool aggreg
             out += "  AND ";
         }
         out += '(';
-        out += filter->strCondition();
+        out += filter.strCondition();
         out += ')';
-    }
+    });
     if (!any)
         out.resize(start);
 }
@@ -277,22 +479,25 @@ void cSQLQuery::appendGroupBy(std::string& out) const {
     const size_t listStart = out.size();
     // Like AppendWithSeparator: the separator goes before every piece once the list holds text,
     // so empty pieces at the start of the list leave no trace.
-    auto add = [&](std::string_view piece) {
+    auto next = [&] {
         if (out.size() != listStart) {
             out += ',';
             out += kCrLf;
             out += kItemIndent;
         }
-        out += piece;
     };
-    for (const auto& item : *m_SelectedItems) {
-        if (item->strAggregationFunction().empty())
-            add(QuoteIdentifier(item->strName()));
-    }
-    for (const auto& item : *m_CalculatedItems) {
-        if (!ContainsAggregateFunction(item->strComputation()))
-            add(item->strComputation());
-    }
+    forEachAhead(*m_SelectedItems, [&](const cSelectedItem& item) {
+        if (item.strAggregationFunction().empty()) {
+            next();
+            AppendQuotedIdentifier(out, item.strName());
+        }
+    });
+    forEachAhead(*m_CalculatedItems, [&](const cCalculatedItem& item) {
+        if (!ContainsAggregateFunction(item.strComputation())) {
+            next();
+            out += item.strComputation();
+        }
+    });
     if (out.size() == listStart)
         out.resize(start);
 }
@@ -391,53 +596,59 @@ void cSQLQuery::appendFrom(std::string& out) const {
     // a new chain, and one that meets it on both sides repeats it. Keeping pieces instead of text
     // means that wrapping never copies the chain.
     const size_t joinCount = static_cast<size_t>(m_JoinConditions->Count());
-    TableNameCache names(static_cast<size_t>(m_Tables->Count()) + 2 * joinCount);
-    std::deque<std::string_view> chain;
-    NameSet seen(2 * joinCount);
-    for (const auto& join : *m_JoinConditions) {
-        const auto& left = names.OfJoin(join->LeftTable(), "left");
-        const auto& right = names.OfJoin(join->RightTable(), "right");
+    TableNameCache names(static_cast<size_t>(m_Tables->Count()));
+    PieceChain chain(4 * joinCount + 4);
+    // The joins and their tables are gathered first, so that each join's tables can be asked
+    // for from memory a few joins before they are needed.
+    struct JoinSides {
+        const cJoinCondition* join;
+        const cTable* left;
+        const cTable* right;
+    };
+    std::vector<JoinSides> joins;
+    joins.reserve(joinCount);
+    forEachAhead(*m_JoinConditions, [&joins](const cJoinCondition& join) {
+        joins.push_back({&join, join.LeftTable().get(), join.RightTable().get()});
+    });
+    for (size_t i = 0; i < joins.size(); ++i) {
+        if (i + kAhead < joins.size()) {
+            prefetchObject(joins[i + kAhead].left);
+            prefetchObject(joins[i + kAhead].right);
+        }
+        const auto& left = names.OfJoin(joins[i].left, "left");
+        const auto& right = names.OfJoin(joins[i].right, "right");
         const std::string_view leftName = left.trimmed;
         const std::string_view rightName = right.trimmed;
 
-        const bool leftIsChain = !chain.empty() && seen.Contains(left.folded);
+        const bool leftIsChain = !chain.empty() && TableNameCache::InChain(left);
         if (!leftIsChain)
-            seen.Add(left.folded, leftName);
-        const bool rightIsChain = !chain.empty() && seen.Contains(right.folded);
+            TableNameCache::AddToChain(left);
+        const bool rightIsChain = !chain.empty() && TableNameCache::InChain(right);
         if (!rightIsChain)
-            seen.Add(right.folded, rightName);
+            TableNameCache::AddToChain(right);
 
-        const std::string_view head[] = {" \r\n", joinKeyword(*join), " "};
-        const std::string_view tail[] = {"\r\n     ON ", join->strCondition()};
+        const cJoinCondition* join = joins[i].join;
+        const std::string_view keyword = joinKeyword(*join);
         if (leftIsChain && rightIsChain) {
-            const std::vector<std::string_view> copy(chain.begin(), chain.end());
-            chain.insert(chain.end(), std::begin(head), std::end(head));
-            chain.insert(chain.end(), copy.begin(), copy.end());
+            chain.AppendRepeated({" \r\n", keyword, " "});
         } else if (leftIsChain) {
-            chain.insert(chain.end(), std::begin(head), std::end(head));
-            chain.push_back(rightName);
+            chain.Append({" \r\n", keyword, " ", rightName});
         } else if (rightIsChain) {
-            chain.insert(chain.begin(), std::begin(head), std::end(head));
-            chain.push_front(leftName);
+            chain.Prepend({leftName, " \r\n", keyword, " "});
         } else {
             chain.clear();
-            chain.push_back(leftName);
-            chain.insert(chain.end(), std::begin(head), std::end(head));
-            chain.push_back(rightName);
+            chain.Append({leftName, " \r\n", keyword, " ", rightName});
         }
-        chain.insert(chain.end(), std::begin(tail), std::end(tail));
+        chain.Append({"\r\n     ON ", join->strCondition()});
     }
 
-    size_t length = 0;
-    for (const auto piece : chain)
-        length += piece.size();
+    const size_t length = chain.Length();
     if (out.capacity() < out.size() + length + 16)
         out.reserve(out.size() + length + 16);
     out += "FROM";
     out += kCrLf;
     out += kItemIndent;
-    for (const auto piece : chain)
-        out += piece;
+    chain.AppendTo(out);
 
     // Tables named in no join follow as cross joins. A table of a join is named by it; any other
     // table is looked up by its name among the joins' tables, whose names are gathered only when
@@ -445,20 +656,20 @@ void cSQLQuery::appendFrom(std::string& out) const {
     std::unordered_set<std::string_view> joinedNames;
     bool gathered = false;
     long counter = m_JoinConditions->Count();
-    for (const auto& table : *m_Tables) {
-        const auto& tableNames = names.Of(*table);
+    forEachAhead(*m_Tables, [&](const cTable& table) {
+        const auto& tableNames = names.Of(table);
         if (tableNames.joined)
-            continue;
+            return;
         if (!gathered) {
             joinedNames.reserve(2 * joinCount);
-            for (const auto& join : *m_JoinConditions) {
-                joinedNames.insert(names.Of(*join->LeftTable()).full);
-                joinedNames.insert(names.Of(*join->RightTable()).full);
+            for (const JoinSides& sides : joins) {
+                joinedNames.insert(names.Of(*sides.left).full);
+                joinedNames.insert(names.Of(*sides.right).full);
             }
             gathered = true;
         }
         if (joinedNames.count(tableNames.full) != 0)
-            continue;
+            return;
         if (counter != 0) {
             out += kCrLf;
             out += kItemIndent;
@@ -466,7 +677,7 @@ void cSQLQuery::appendFrom(std::string& out) const {
         }
         out += tableNames.full;
         ++counter;
-    }
+    });
 }
 
 std::string cSQLQuery::strSQL() {

@@ -24,22 +24,21 @@ void cSelectedItem::setStrName(const std::string& value) {
 
 std::string cSelectedItem::strFullFieldName() const {
     std::string result;
-    if (!isBlank(m_strAggregationFunction)) {
-        result = m_strAggregationFunction;
-        result += '(';
-        result += QuoteIdentifier(m_strName);
-        result += ')';
-    } else {
-        result = QuoteIdentifier(m_strName);
-    }
-    if (!isBlank(m_strAlias)) {
-        const std::string alias = QuoteIdentifier(m_strAlias);
-        if (alias != result) {
-            result += " AS ";
-            result += alias;
-        }
-    }
+    AppendFullFieldName(result);
     return result;
+}
+
+void cSelectedItem::AppendFullFieldName(std::string& out) const {
+    const size_t start = out.size();
+    if (!isBlank(m_strAggregationFunction)) {
+        out += m_strAggregationFunction;
+        out += '(';
+        AppendQuotedIdentifier(out, m_strName);
+        out += ')';
+    } else {
+        AppendQuotedIdentifier(out, m_strName);
+    }
+    AppendAliasUnlessSame(out, start, m_strAlias);
 }
 
 } // namespace marovin

@@ -25,16 +25,17 @@ void cTable::setStrName(const std::string& value) {
 }
 
 std::string cTable::strFullTableName() const {
+    std::string result;
+    AppendFullTableName(result);
+    return result;
+}
+
+void cTable::AppendFullTableName(std::string& out) const {
     if (!m_blnIsSubQuery) {
-        std::string result = QuoteIdentifier(m_strName);
-        if (!isBlank(m_strAlias)) {
-            const std::string alias = QuoteIdentifier(m_strAlias);
-            if (alias != result) {
-                result += " AS ";
-                result += alias;
-            }
-        }
-        return result;
+        const size_t start = out.size();
+        AppendQuotedIdentifier(out, m_strName);
+        AppendAliasUnlessSame(out, start, m_strAlias);
+        return;
     }
     if (!m_SubQuery)
         throw ModelError("The sub-query table \"" + strAlias() + "\" has no query");
@@ -44,7 +45,7 @@ std::string cTable::strFullTableName() const {
     text += kCrLf;
     text += ") AS ";
     text += m_strAlias;
-    return IndentLines(CollapseRepeatedSeparator(std::move(text), kCrLf), 8);
+    out += IndentLines(CollapseRepeatedSeparator(std::move(text), kCrLf), 8);
 }
 
 } // namespace marovin
