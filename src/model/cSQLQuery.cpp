@@ -144,8 +144,17 @@ template <class HashOf> void growSlots(std::vector<HashSlot>& slots, HashOf&& ha
     }
 }
 
+// Mixes every bit of an address into the low bits the slots are chosen by: objects are aligned,
+// so the address's own low bits are always zero, and a plain multiplication keeps them so (the
+// lookups then crowd into one slot in sixteen).
 uint64_t hashAddress(const void* address) {
-    return static_cast<uint64_t>(reinterpret_cast<uintptr_t>(address)) * 0x9E3779B97F4A7C15ull;
+    uint64_t x = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(address));
+    x ^= x >> 30;
+    x *= 0xBF58476D1CE4E5B9ull;
+    x ^= x >> 27;
+    x *= 0x94D049BB133111EBull;
+    x ^= x >> 31;
+    return x;
 }
 
 // Texts that stay where they are until the store goes: copied into large blocks, so that the
