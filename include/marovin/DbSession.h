@@ -8,6 +8,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace marovin {
@@ -63,6 +64,16 @@ public:
     /// catalogue.
     virtual std::vector<DbForeignKey> ForeignKeys(const std::string& schema,
                                                   const std::string& table) = 0;
+    /// ForeignKeys, with the keys of other tables sought only among referencingTables (their
+    /// names as ForeignKeys takes the table's: schema and name). The keys of tables left out of
+    /// the list may still be listed where a source finds them as cheaply; an SQLite database
+    /// otherwise reads the key list of every table in its schema to find them.
+    virtual std::vector<DbForeignKey>
+    ForeignKeysAmong(const std::string& schema, const std::string& table,
+                     const std::vector<std::pair<std::string, std::string>>& referencingTables) {
+        (void)referencingTables;
+        return ForeignKeys(schema, table);
+    }
     /// Whether the server understands "SET PARSEONLY" (Microsoft SQL Server).
     virtual bool SupportsParseOnly() const = 0;
     /// Runs a batch and discards whatever it returns.

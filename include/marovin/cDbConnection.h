@@ -125,6 +125,14 @@ public:
     /// GetForeignKeys on a session the caller keeps open.
     static std::vector<DbForeignKey> GetForeignKeys(DbSession& session,
                                                     const std::string& strTableName);
+    /// GetForeignKeys on a session, with the keys of other tables sought only among
+    /// colReferencingTables (table-list entries, like strTableName): what a caller needs who
+    /// joins the table to those tables alone. Keys of other tables may still come along where
+    /// the source finds them as cheaply. On an SQLite database of many tables this reads a few
+    /// key lists instead of one per table of the schema.
+    static std::vector<DbForeignKey>
+    GetForeignKeys(DbSession& session, const std::string& strTableName,
+                   const std::vector<std::string>& colReferencingTables);
     /// An open connection, or nullptr when none could be opened.
     std::unique_ptr<DbSession> GetConnection() const;
     /// The same, stoppable from another thread while it opens (an SQLite file's schema is read

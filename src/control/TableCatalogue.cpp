@@ -482,9 +482,10 @@ bool TableCatalogue::waitForSession(QWidget* parent, const std::string& strEntry
     return ran;
 }
 
-std::vector<DbForeignKey> TableCatalogue::foreignKeys(QWidget* parent,
-                                                      const cDbConnection& connection,
-                                                      const std::string& strEntry) {
+std::vector<DbForeignKey>
+TableCatalogue::foreignKeys(QWidget* parent, const cDbConnection& connection,
+                            const std::string& strEntry,
+                            const std::vector<std::string>& referencingEntries) {
     if (!m_connection || keyOf(connection, m_cache.get()) != m_strKey)
         return connection.GetForeignKeys(strEntry);
     // A cancelled wait joins nothing.
@@ -492,7 +493,7 @@ std::vector<DbForeignKey> TableCatalogue::foreignKeys(QWidget* parent,
         return {};
     if (!m_session)
         return connection.GetForeignKeys(strEntry);
-    return cDbConnection::GetForeignKeys(*m_session, strEntry);
+    return cDbConnection::GetForeignKeys(*m_session, strEntry, referencingEntries);
 }
 
 std::string TableCatalogue::columns(QWidget* parent, const cDbConnection& connection,

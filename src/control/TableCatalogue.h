@@ -77,9 +77,11 @@ public:
     std::string columns(QWidget* parent, const cDbConnection& connection,
                         const std::string& strEntry);
     // The declared foreign keys of a table-list entry, as connection.GetForeignKeys answers
-    // them, read on the same session.
+    // them, read on the same session, the keys of other tables sought only among
+    // referencingEntries (a database of many tables is not searched whole for each one).
     std::vector<DbForeignKey> foreignKeys(QWidget* parent, const cDbConnection& connection,
-                                          const std::string& strEntry);
+                                          const std::string& strEntry,
+                                          const std::vector<std::string>& referencingEntries);
 
 signals:
     // The rows in hand were replaced (the cache was read, or a new listing replaced it).

@@ -401,13 +401,22 @@ void uscMarovin::joinAlongForeignKeys(const std::string& strAlias, const std::st
         }
         return std::string();
     };
+    // Only keys to tables already placed can be drawn, so only their keys are asked for.
+    std::vector<std::string> placedNames;
+    for (const auto& placed : *m_tables) {
+        if (placed->strAlias() != strAlias && !placed->blnIsSubQuery())
+            placedNames.push_back(placed->strName());
+    }
+    if (placedNames.empty())
+        return;
     QStringList joined;
     QStringList linkedAliases;
     const bool wasLoading = m_blnLoading;
     // The joins are one edit with the placing: the diagram's join signals publish nothing.
     m_blnLoading = true;
     try {
-        for (const DbForeignKey& key : m_catalogue->foreignKeys(this, *m_db, strName)) {
+        for (const DbForeignKey& key :
+             m_catalogue->foreignKeys(this, *m_db, strName, placedNames)) {
             const bool referencing = UnbracketQualifiedName(key.strTable) == newName;
             const bool referenced = UnbracketQualifiedName(key.strReferencedTable) == newName;
             if (referencing && referenced)

@@ -394,33 +394,79 @@ std::vector<DbForeignKey> SqliteSession::ForeignKeys(const std::string& schema,
         fail();
     sqlite3_bind_text(stmt.get(), 1, name->data(), static_cast<int>(name->size()),
                       SQLITE_TRANSIENT);
-    struct Declared {
-        std::string table;
-        std::int64_t id = 0;
-        std::string referencedTable;
-        std::vector<std::string> columns;
-        std::vector<std::string> referencedColumns; // empty: no column list was written
+    std::vector<DeclaredKey> declared;
+    readDeclaredKeys(stmt.get(), declared);
+    return keysOfTable(*name, std::move(declared));
+}
+
+std::vector<DbForeignKey> SqliteSession::ForeignKeysAmong(
+    const std::string& schema, const std::string& table,
+    const std::vector<std::pair<std::string, std::string>>& referencingTables) {
+    sqlite3* db = handle();
+    if (!schema.empty() && !equalsNoCase(schema, kSchema))
+        return {};
+    startClock();
+    const std::optional<std::string> name = declaredTableName(table);
+    if (!name)
+        return {};
+    // The keys of one table at a time: all of its own (?2 null), or those naming ?2.
+    Statement stmt;
+    if (sqlite3_prepare_v2(db,
+                           "SELECT ?1, f.id, f.\"table\", f.\"from\", f.\"to\" "
+                           "FROM pragma_foreign_key_list(?1, 'dbo') AS f "
+                           "WHERE ?2 IS NULL OR f.\"table\" = ?2 COLLATE NOCASE "
+                           "ORDER BY f.id, f.seq",
+                           -1, stmt.out(), nullptr) != SQLITE_OK)
+        fail();
+    std::vector<DeclaredKey> declared;
+    const auto read = [&](const std::string& owner, const std::string* referenced) {
+        sqlite3_reset(stmt.get());
+        sqlite3_clear_bindings(stmt.get());
+        sqlite3_bind_text(stmt.get(), 1, owner.data(), static_cast<int>(owner.size()),
+                          SQLITE_TRANSIENT);
+        if (referenced)
+            sqlite3_bind_text(stmt.get(), 2, referenced->data(),
+                              static_cast<int>(referenced->size()), SQLITE_TRANSIENT);
+        readDeclaredKeys(stmt.get(), declared);
     };
-    auto textOf = [&stmt](int column) {
-        const auto* text = sqlite3_column_text(stmt.get(), column);
+    read(*name, nullptr);
+    std::vector<std::string> seen{*name};
+    for (const auto& [otherSchema, otherTable] : referencingTables) {
+        if (!otherSchema.empty() && !equalsNoCase(otherSchema, kSchema))
+            continue;
+        const std::optional<std::string> other = declaredTableName(otherTable);
+        // Each table once; the table's keys on itself are among its own.
+        if (!other || std::find(seen.begin(), seen.end(), *other) != seen.end())
+            continue;
+        seen.push_back(*other);
+        read(*other, &*name);
+    }
+    return keysOfTable(*name, std::move(declared));
+}
+
+void SqliteSession::readDeclaredKeys(sqlite3_stmt* stmt, std::vector<DeclaredKey>& declared) const {
+    auto textOf = [stmt](int column) {
+        const auto* text = sqlite3_column_text(stmt, column);
         return std::string(text ? reinterpret_cast<const char*>(text) : "");
     };
-    std::vector<Declared> declared;
     int rc;
-    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
         std::string owner = textOf(0);
-        const std::int64_t id = sqlite3_column_int64(stmt.get(), 1);
+        const std::int64_t id = sqlite3_column_int64(stmt, 1);
         if (declared.empty() || declared.back().table != owner || declared.back().id != id)
             declared.push_back({std::move(owner), id, textOf(2), {}, {}});
         declared.back().columns.push_back(textOf(3));
-        if (sqlite3_column_type(stmt.get(), 4) != SQLITE_NULL)
+        if (sqlite3_column_type(stmt, 4) != SQLITE_NULL)
             declared.back().referencedColumns.push_back(textOf(4));
     }
     if (rc != SQLITE_DONE)
         fail();
+}
 
+std::vector<DbForeignKey> SqliteSession::keysOfTable(const std::string& name,
+                                                     std::vector<DeclaredKey> declared) const {
     std::vector<DbForeignKey> own, referencing;
-    for (Declared& d : declared) {
+    for (DeclaredKey& d : declared) {
         const std::optional<std::string> referenced = declaredTableName(d.referencedTable);
         DbForeignKey key;
         key.strTable = std::string(kSchema) + '.' + d.table;
@@ -446,7 +492,7 @@ std::vector<DbForeignKey> SqliteSession::ForeignKeys(const std::string& schema,
         // size) is one that SQLite itself rejects as a mismatch when it checks it.
         if (key.colReferencedColumns.size() != key.colColumns.size())
             continue;
-        (d.table == *name ? own : referencing).push_back(std::move(key));
+        (d.table == name ? own : referencing).push_back(std::move(key));
     }
     return orderForeignKeys(std::move(own), std::move(referencing));
 }

@@ -42,6 +42,11 @@ public:
     // without a referenced column list is given the referenced table's primary key columns.
     std::vector<DbForeignKey> ForeignKeys(const std::string& schema,
                                           const std::string& table) override;
+    // The table's own keys and those of the listed tables that reference it: one key list read
+    // per table instead of one per table of the schema.
+    std::vector<DbForeignKey> ForeignKeysAmong(
+        const std::string& schema, const std::string& table,
+        const std::vector<std::pair<std::string, std::string>>& referencingTables) override;
     bool SupportsParseOnly() const override { return false; }
     void Execute(const std::string& sql) override;
     void Prepare(const std::string& sql) override;
@@ -70,6 +75,20 @@ private:
     std::optional<std::string> declaredTableName(const std::string& name) const;
     // The declared names of a table's columns, and of its primary key columns in key order.
     std::vector<std::string> columnNames(const std::string& table, bool primaryKeyOnly) const;
+    // A foreign key as a table declares it, read from pragma_foreign_key_list.
+    struct DeclaredKey {
+        std::string table;
+        std::int64_t id = 0;
+        std::string referencedTable;
+        std::vector<std::string> columns;
+        std::vector<std::string> referencedColumns; // empty: no column list was written
+    };
+    // Steps a statement whose rows are (owner, id, table, from, to), ordered by owner, id and
+    // sequence, gathering each key's column pairs.
+    void readDeclaredKeys(sqlite3_stmt* stmt, std::vector<DeclaredKey>& declared) const;
+    // The keys of the table named, own and referencing, as ForeignKeys hands them over.
+    std::vector<DbForeignKey> keysOfTable(const std::string& name,
+                                          std::vector<DeclaredKey> declared) const;
 
     sqlite3* m_db = nullptr;
     std::chrono::seconds m_timeout;

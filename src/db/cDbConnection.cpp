@@ -434,6 +434,28 @@ std::vector<DbForeignKey> cDbConnection::GetForeignKeys(DbSession& session,
     }
 }
 
+std::vector<DbForeignKey>
+cDbConnection::GetForeignKeys(DbSession& session, const std::string& strTableName,
+                              const std::vector<std::string>& colReferencingTables) {
+    try {
+        std::string schema, table;
+        splitTableName(strTableName, schema, table);
+        if (table.empty())
+            return {};
+        std::vector<std::pair<std::string, std::string>> referencing;
+        referencing.reserve(colReferencingTables.size());
+        for (const std::string& entry : colReferencingTables) {
+            std::string otherSchema, otherTable;
+            splitTableName(entry, otherSchema, otherTable);
+            if (!otherTable.empty())
+                referencing.emplace_back(std::move(otherSchema), std::move(otherTable));
+        }
+        return session.ForeignKeysAmong(schema, table, referencing);
+    } catch (...) {
+        return {};
+    }
+}
+
 std::string cDbConnection::GetListOfFields(const std::string& strTableName,
                                            bool blnIncludeTableName) const {
     try {

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <marovin/DbSession.h>
 #include <marovin/cDbConnection.h>
+#include <sstream>
 
 namespace marovin {
 namespace {
@@ -213,6 +214,51 @@ TEST_F(SqliteForeignKeys, NamesWithBlanksKeywordsDotsAndBrackets) {
     // A bracket that does not close the part is part of the name.
     EXPECT_EQ(keys("dbo.[a]]b"), Keys{});
     EXPECT_EQ(keys("dbo.ChildView"), Keys{});
+}
+
+// Keys sought only among some tables: the table's own keys always, the referencing keys of the
+// listed tables exactly as the whole search gives them, none of the tables left out.
+TEST_F(SampleDatabaseForeignKeys, KeysAmongListedTablesAreTheWholeAnswerLimitedToThem) {
+    auto session = db.GetConnection();
+    ASSERT_NE(session, nullptr);
+    const auto among = [&](const std::string& table, const std::vector<std::string>& listed) {
+        return keyTexts(cDbConnection::GetForeignKeys(*session, table, listed));
+    };
+    EXPECT_EQ(among("dbo.Orders", {}), (Keys{
+                                           "dbo.Orders(CustomerID) -> dbo.Customers(CustomerID)",
+                                           "dbo.Orders(EmployeeID) -> dbo.Employees(EmployeeID)",
+                                           "dbo.Orders(ShipVia) -> dbo.Shippers(ShipperID)",
+                                       }));
+    // Listed in the forms a table may take, twice, and with tables that are no tables.
+    EXPECT_EQ(among("dbo.Orders", {"dbo.Customers", "[dbo].[Order Details]", "Order Details",
+                                   "dbo.Order Subtotals", "dbo.Nope", "sales.Products"}),
+              keys("dbo.Orders"));
+    EXPECT_EQ(among("dbo.Employees", {"dbo.Orders", "dbo.Employees"}),
+              (Keys{
+                  "dbo.Employees(ReportsTo) -> dbo.Employees(EmployeeID)",
+                  "dbo.Orders(EmployeeID) -> dbo.Employees(EmployeeID)",
+              }));
+    // Every table listed: the whole answer, for every table.
+    std::vector<std::string> all;
+    std::istringstream list(db.GetListOfTables());
+    for (std::string entry; std::getline(list, entry, ',');)
+        all.push_back(entry);
+    ASSERT_GT(all.size(), 10u);
+    for (const std::string& table : all)
+        EXPECT_EQ(among(table, all), keys(table)) << table;
+    EXPECT_EQ(among("dbo.Nope", all), Keys{});
+}
+
+TEST_F(SqliteForeignKeys, KeysAmongListedTablesWithOddNames) {
+    auto session = db.GetConnection();
+    ASSERT_NE(session, nullptr);
+    EXPECT_EQ(keyTexts(cDbConnection::GetForeignKeys(*session, "dbo.[v1.2]",
+                                                     {"dbo.[a]]b]", "dbo.Order Details"})),
+              keys("dbo.v1.2"));
+    EXPECT_EQ(keyTexts(cDbConnection::GetForeignKeys(*session, "dbo.[v1.2]", {"dbo.[a]]b]"})),
+              (Keys{"dbo.a]b(Id) -> dbo.v1.2(ab]c)"}));
+    EXPECT_EQ(keyTexts(cDbConnection::GetForeignKeys(*session, "dbo.Parent", {"dbo.Implicit"})),
+              (Keys{"dbo.Implicit(X, Y) -> dbo.Parent(B, A)"}));
 }
 
 TEST_F(SqliteForeignKeys, TheFileIsLeftAsItWas) {
