@@ -332,30 +332,102 @@ size_t quotedSizeBound(const std::string& name) {
     return name.size() + 2 + 2 * static_cast<size_t>(std::count(name.begin(), name.end(), '.'));
 }
 
-// The size of a statement, estimated from above from the parts it is made of (a sub-query
-// table's own statement and a join chain that repeats itself are left out), so that the text is
-// written without being moved as it grows. Room that stays unused is never touched.
-size_t statementSizeBound(const cSQLQuery& query) {
-    constexpr size_t kLineStart = 9; // ", " or "," with a line break and the indent.
+constexpr size_t kLineStart = 9; // ", " or "," with a line break and the indent.
+
+// What one item can add to SELECT and to GROUP BY at most.
+size_t selectBound(const cSelectedItem& item, size_t quotedName) {
+    return item.strAggregationFunction().size() + 2 + quotedName + 4 +
+           quotedSizeBound(item.strAlias()) + kLineStart;
+}
+size_t selectBound(const cCalculatedItem& item) {
+    return item.strName().size() + 4 + item.strComputation().size() + kLineStart;
+}
+size_t groupByBound(const cCalculatedItem& item) {
+    return item.strComputation().size() + kLineStart;
+}
+
+// The size that a collection's items add to a text: summed over every item of a short
+// collection; for a long one, summed over items spread evenly through it, scaled up to the whole
+// and given a quarter more for names longer than the sample's. Reading every item once more
+// would cost as much as writing the clause when the query no longer fits in the caches, while a
+// text that turns out too small merely grows once.
+template <class Collection, class Bound> size_t sizeEstimate(const Collection& items, Bound bound) {
+    constexpr size_t kSample = 128;
+    const auto count = static_cast<size_t>(items.Count());
+    size_t size = 0;
+    if (count <= kSample) {
+        for (const auto& item : items)
+            size += bound(*item);
+        return size;
+    }
+    for (size_t k = 0; k < kSample; ++k)
+        size += bound(**(items.begin() + static_cast<std::ptrdiff_t>(k * count / kSample)));
+    const size_t scaled = size / kSample * count + size % kSample * count / kSample;
+    return scaled + scaled / 4;
+}
+
+size_t selectBound(const cSelectedItem& item) {
+    return selectBound(item, quotedSizeBound(item.strName()));
+}
+size_t groupByBound(const cSelectedItem& item) {
+    return quotedSizeBound(item.strName()) + kLineStart;
+}
+
+// The sizes of the item clauses for a clause asked for on its own: the text is made once at
+// (about) its final size. Growing it by doubling instead leaves freed blocks of about twice its
+// size behind, which the allocator hands back to the system after each call and faults in again
+// on the next one.
+size_t selectSizeEstimate(const cSQLQuery& query) {
+    return 32 +
+           sizeEstimate(*query.SelectedItems(),
+                        [](const cSelectedItem& item) { return selectBound(item); }) +
+           sizeEstimate(*query.CalculatedItems(),
+                        [](const cCalculatedItem& item) { return selectBound(item); });
+}
+
+size_t groupBySizeEstimate(const cSQLQuery& query) {
+    return 32 +
+           sizeEstimate(*query.SelectedItems(),
+                        [](const cSelectedItem& item) { return groupByBound(item); }) +
+           sizeEstimate(*query.CalculatedItems(),
+                        [](const cCalculatedItem& item) { return groupByBound(item); });
+}
+
+// GROUP BY is written when an item aggregates: a selected item with an aggregate function or a
+// calculated item whose computation calls one.
+bool groupByNeeded(const cSQLQuery& query) {
+    for (const auto& item : *query.SelectedItems())
+        if (!item->strAggregationFunction().empty())
+            return true;
+    for (const auto& item : *query.CalculatedItems())
+        if (ContainsAggregateFunction(item->strComputation()))
+            return true;
+    return false;
+}
+
+// The size of a statement, estimated from its parts (a sub-query table's own statement and a
+// join chain that repeats itself are left out), so that the text is written without being moved
+// as it grows. Room that stays unused is never touched.
+size_t statementSizeEstimate(const cSQLQuery& query) {
     size_t size = 64;
-    forEachAhead(*query.SelectedItems(), [&](const cSelectedItem& item) {
+    size += sizeEstimate(*query.SelectedItems(), [](const cSelectedItem& item) {
         const size_t name = quotedSizeBound(item.strName());
-        size += item.strAggregationFunction().size() + 2 + name + 4 +
-                quotedSizeBound(item.strAlias()) + kLineStart; // SELECT
-        size += name + kLineStart;                             // GROUP BY
+        return selectBound(item, name) + name + kLineStart;
     });
-    forEachAhead(*query.CalculatedItems(), [&](const cCalculatedItem& item) {
-        size += item.strName().size() + 4 + 2 * (item.strComputation().size() + kLineStart);
+    size += sizeEstimate(*query.CalculatedItems(), [](const cCalculatedItem& item) {
+        return selectBound(item) + groupByBound(item);
     });
-    forEachAhead(*query.Tables(), [&](const cTable& table) {
-        size += quotedSizeBound(table.strName()) + 4 + quotedSizeBound(table.strAlias()) + 20;
+    size += sizeEstimate(*query.Tables(), [](const cTable& table) {
+        return quotedSizeBound(table.strName()) + 4 + quotedSizeBound(table.strAlias()) + 20;
     });
-    forEachAhead(*query.JoinConditions(),
-                 [&](const cJoinCondition& join) { size += join.strCondition().size() + 40; });
-    forEachAhead(*query.Filters(),
-                 [&](const cFilter& filter) { size += filter.strCondition().size() + 10; });
-    for (const auto& entry : *query.OrderByItems())
-        size += entry->strItem().size() + 1 + entry->strSortOrder().size() + kLineStart;
+    size += sizeEstimate(*query.JoinConditions(), [](const cJoinCondition& join) {
+        return join.strCondition().size() + 40;
+    });
+    size += sizeEstimate(*query.Filters(),
+                         [](const cFilter& filter) { return filter.strCondition().size() + 10; });
+    size += sizeEstimate(*query.OrderByItems(), [](const cOrderByItem& entry) {
+        return entry.strItem().size() + 1 + entry.strSortOrder().size() + kLineStart;
+    });
     return size;
 }
 
@@ -390,6 +462,7 @@ void cSQLQuery::Clear() {
 
 std::string cSQLQuery::strSelect() const {
     std::string text;
+    text.reserve(selectSizeEstimate(*this));
     appendSelect(text);
     return text;
 }
@@ -459,27 +532,15 @@ std::string cSQLQuery::strHaving() const {
 
 std::string cSQLQuery::strGroupBy() const {
     std::string text;
-    appendGroupBy(text);
+    if (groupByNeeded(*this)) {
+        text.reserve(groupBySizeEstimate(*this));
+        appendGroupBy(text);
+    }
     return text;
 }
 
 void cSQLQuery::appendGroupBy(std::string& out) const {
-    bool needed = false;
-    for (const auto& item : *m_SelectedItems) {
-        if (!item->strAggregationFunction().empty()) {
-            needed = true;
-            break;
-        }
-    }
-    if (!needed) {
-        for (const auto& item : *m_CalculatedItems) {
-            if (ContainsAggregateFunction(item->strComputation())) {
-                needed = true;
-                break;
-            }
-        }
-    }
-    if (!needed)
+    if (!groupByNeeded(*this))
         return;
     const size_t start = out.size();
     out += "GROUP BY";
@@ -694,7 +755,7 @@ std::string cSQLQuery::strSQL() {
     // break once there is text); then one pass turns typed line breaks into blanks and collapses
     // repeated line breaks.
     std::string text;
-    text.reserve(statementSizeBound(*this));
+    text.reserve(statementSizeEstimate(*this));
     appendSelect(text);
     const auto nextClause = [&text] {
         if (!text.empty())
