@@ -371,13 +371,18 @@ std::vector<std::string> SqliteSession::columnNames(const std::string& table,
     return names;
 }
 
+std::optional<std::string> SqliteSession::keyedTableName(const std::string& schema,
+                                                         const std::string& table) {
+    if (!schema.empty() && !equalsNoCase(schema, kSchema))
+        return std::nullopt;
+    startClock();
+    return declaredTableName(table);
+}
+
 std::vector<DbForeignKey> SqliteSession::ForeignKeys(const std::string& schema,
                                                      const std::string& table) {
     sqlite3* db = handle();
-    if (!schema.empty() && !equalsNoCase(schema, kSchema))
-        return {};
-    startClock();
-    const std::optional<std::string> name = declaredTableName(table);
+    const std::optional<std::string> name = keyedTableName(schema, table);
     if (!name)
         return {};
     // One row per column pair of every key that belongs to the table or names it as the
@@ -403,10 +408,7 @@ std::vector<DbForeignKey> SqliteSession::ForeignKeysAmong(
     const std::string& schema, const std::string& table,
     const std::vector<std::pair<std::string, std::string>>& referencingTables) {
     sqlite3* db = handle();
-    if (!schema.empty() && !equalsNoCase(schema, kSchema))
-        return {};
-    startClock();
-    const std::optional<std::string> name = declaredTableName(table);
+    const std::optional<std::string> name = keyedTableName(schema, table);
     if (!name)
         return {};
     // The keys of one table at a time: all of its own (?2 null), or those naming ?2.

@@ -73,6 +73,9 @@ private:
     // The name of a table of the file as declared, found without regard to (ASCII) case as
     // SQLite finds it; nothing when there is no such table.
     std::optional<std::string> declaredTableName(const std::string& name) const;
+    // The declared name of a table whose keys are asked for (the clock started), or nothing when
+    // the schema is not the file's or there is no such table.
+    std::optional<std::string> keyedTableName(const std::string& schema, const std::string& table);
     // The declared names of a table's columns, and of its primary key columns in key order.
     std::vector<std::string> columnNames(const std::string& table, bool primaryKeyOnly) const;
     // A foreign key as a table declares it, read from pragma_foreign_key_list.

@@ -377,20 +377,17 @@ size_t groupByBound(const cSelectedItem& item) {
 // (about) its final size. Growing it by doubling instead leaves freed blocks of about twice its
 // size behind, which the allocator hands back to the system after each call and faults in again
 // on the next one.
+template <class Bound> size_t itemClauseSizeEstimate(const cSQLQuery& query, Bound bound) {
+    return 32 + sizeEstimate(*query.SelectedItems(), bound) +
+           sizeEstimate(*query.CalculatedItems(), bound);
+}
+
 size_t selectSizeEstimate(const cSQLQuery& query) {
-    return 32 +
-           sizeEstimate(*query.SelectedItems(),
-                        [](const cSelectedItem& item) { return selectBound(item); }) +
-           sizeEstimate(*query.CalculatedItems(),
-                        [](const cCalculatedItem& item) { return selectBound(item); });
+    return itemClauseSizeEstimate(query, [](const auto& item) { return selectBound(item); });
 }
 
 size_t groupBySizeEstimate(const cSQLQuery& query) {
-    return 32 +
-           sizeEstimate(*query.SelectedItems(),
-                        [](const cSelectedItem& item) { return groupByBound(item); }) +
-           sizeEstimate(*query.CalculatedItems(),
-                        [](const cCalculatedItem& item) { return groupByBound(item); });
+    return itemClauseSizeEstimate(query, [](const auto& item) { return groupByBound(item); });
 }
 
 // GROUP BY is written when an item aggregates: a selected item with an aggregate function or a
