@@ -15,6 +15,7 @@
 #include <sqlite3.h>
 #include <string_view>
 #include <sys/stat.h>
+#include <unordered_set>
 #include <utility>
 
 namespace marovin {
@@ -432,15 +433,14 @@ std::vector<DbForeignKey> SqliteSession::ForeignKeysAmong(
         readDeclaredKeys(stmt.get(), declared);
     };
     read(*name, nullptr);
-    std::vector<std::string> seen{*name};
+    std::unordered_set<std::string> seen{*name};
     for (const auto& [otherSchema, otherTable] : referencingTables) {
         if (!otherSchema.empty() && !equalsNoCase(otherSchema, kSchema))
             continue;
         const std::optional<std::string> other = declaredTableName(otherTable);
         // Each table once; the table's keys on itself are among its own.
-        if (!other || std::find(seen.begin(), seen.end(), *other) != seen.end())
+        if (!other || !seen.insert(*other).second)
             continue;
-        seen.push_back(*other);
         read(*other, &*name);
     }
     return keysOfTable(*name, std::move(declared));

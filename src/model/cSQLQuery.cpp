@@ -529,16 +529,17 @@ std::string cSQLQuery::strHaving() const {
 
 std::string cSQLQuery::strGroupBy() const {
     std::string text;
-    if (groupByNeeded(*this)) {
-        text.reserve(groupBySizeEstimate(*this));
-        appendGroupBy(text);
-    }
+    appendGroupBy(text);
     return text;
 }
 
 void cSQLQuery::appendGroupBy(std::string& out) const {
     if (!groupByNeeded(*this))
         return;
+    // Only a GROUP BY asked for on its own starts an empty text (in a statement the select list
+    // comes first); the statement's own text has room for it already.
+    if (out.empty())
+        out.reserve(groupBySizeEstimate(*this));
     const size_t start = out.size();
     out += "GROUP BY";
     out += kCrLf;
