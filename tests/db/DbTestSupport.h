@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <marovin/DbForeignKey.h>
+#include <marovin/cDbConnection.h>
 #include <sqlite3.h>
 #include <stdexcept>
 #include <stdlib.h>
@@ -38,6 +39,14 @@ public:
 private:
     std::filesystem::path m_path;
 };
+
+// A connection on the embedded SQLite provider to the file.
+inline cDbConnection sqliteConnection(const std::string& path) {
+    cDbConnection db;
+    db.setStrProvider(cDbConnection::kProviderSqlite);
+    db.setStrDatabase(path);
+    return db;
+}
 
 // Creates (or extends) an SQLite file by running the script.
 inline void writeSqlite(const std::string& path, const std::string& script) {

@@ -14,6 +14,7 @@
 namespace marovin {
 namespace {
 
+using test::sqliteConnection;
 using test::TempDir;
 
 // Tables, views and (through AUTOINCREMENT) an SQLite system table, with blanks and mixed case.
@@ -25,13 +26,6 @@ CREATE VIEW "v One" AS SELECT Name FROM Zeta;
 CREATE VIEW Beta AS SELECT a FROM alpha;
 INSERT INTO Zeta (Name) VALUES ('x');
 )sql";
-
-cDbConnection sqliteConnection(const std::string& path) {
-    cDbConnection db;
-    db.setStrProvider(cDbConnection::kProviderSqlite);
-    db.setStrDatabase(path);
-    return db;
-}
 
 class SqliteCatalogue : public ::testing::Test {
 protected:
@@ -97,10 +91,7 @@ TEST(DbConnectionProperties, CopyToCopiesEverythingButIncludeUserTables) {
               "dbo.sqlite_schema,dbo.sqlite_sequence,dbo.alpha,dbo.Order Details,dbo.Zeta");
 }
 
-TEST_F(SqliteCatalogue, DefaultListHoldsUserTablesAndViewsInCatalogueOrder) {
-    EXPECT_EQ(db.GetListOfTables(), "dbo.alpha,dbo.Order Details,dbo.Zeta,dbo.Beta,dbo.v One");
-}
-
+// The default list holds user tables and views in catalogue order; a setting changes the next.
 TEST_F(SqliteCatalogue, SettingsTakeEffectAtTheNextCall) {
     EXPECT_EQ(db.GetListOfTables(), "dbo.alpha,dbo.Order Details,dbo.Zeta,dbo.Beta,dbo.v One");
     db.setBlnIncludeViews(false);
@@ -136,49 +127,55 @@ INSTANTIATE_TEST_SUITE_P(AllCombinations, SqliteListingFlags,
                          ::testing::Combine(::testing::Bool(), ::testing::Bool(), ::testing::Bool(),
                                             ::testing::Bool()));
 
-TEST_F(SqliteCatalogue, FieldsOfATableWithABlankInItsName) {
+// Field lists by table name: blanks, schema, surrounding space and a trailing part are read;
+// SQLite, like SQL Server's default collation, does not tell table names apart by case; the
+// prefix is the name exactly as given, untrimmed; another schema or a missing table gives none;
+// an empty name lists the columns of every table.
+TEST_F(SqliteCatalogue, FieldsOfATableByItsName) {
     const std::string all = "OrderID,Unit Price,Quantity";
-    EXPECT_EQ(db.GetListOfFields("Order Details", false), all);
-    EXPECT_EQ(db.GetListOfFields("dbo.Order Details", false), all);
-    EXPECT_EQ(db.GetListOfFields(" dbo . Order Details ", false), all);
-    EXPECT_EQ(db.GetListOfFields("dbo.Order Details.ignored", false), all);
-    // SQLite, like SQL Server's default collation, does not tell table names apart by case.
-    EXPECT_EQ(db.GetListOfFields("order details", false), all);
-}
-
-TEST_F(SqliteCatalogue, FieldsWithTheTableNameAsPrefix) {
-    EXPECT_EQ(db.GetListOfFields("dbo.Order Details", true),
-              "dbo.Order Details.OrderID,dbo.Order Details.Unit Price,dbo.Order Details.Quantity");
-    // The prefix is the name exactly as given, untrimmed.
-    EXPECT_EQ(db.GetListOfFields("Zeta ", true), "Zeta .Id,Zeta .Name");
-}
-
-TEST_F(SqliteCatalogue, FieldsOfAnotherSchemaOrAMissingTableAreEmpty) {
-    EXPECT_EQ(db.GetListOfFields("sales.Zeta", false), "");
-    EXPECT_EQ(db.GetListOfFields("dbo.Nope", false), "");
-    EXPECT_EQ(db.GetListOfFields("Nope", true), "");
-}
-
-TEST_F(SqliteCatalogue, FieldsOfAViewAndOfASystemTable) {
-    EXPECT_EQ(db.GetListOfFields("dbo.v One", false), "Name");
-    EXPECT_EQ(db.GetListOfFields("dbo.sqlite_schema", false), "type,name,tbl_name,rootpage,sql");
-}
-
-TEST_F(SqliteCatalogue, AnEmptyTableNameListsTheColumnsOfEveryTable) {
-    EXPECT_EQ(db.GetListOfFields("", false),
-              "type,name,tbl_name,rootpage,sql,name,seq,a,OrderID,Unit Price,Quantity,Id,Name,a,"
-              "Name");
+    const struct {
+        const char* table;
+        bool prefix;
+        std::string expected;
+    } cases[] = {
+        {"Order Details", false, all},
+        {"dbo.Order Details", false, all},
+        {" dbo . Order Details ", false, all},
+        {"dbo.Order Details.ignored", false, all},
+        {"order details", false, all},
+        {"dbo.Order Details", true,
+         "dbo.Order Details.OrderID,dbo.Order Details.Unit Price,dbo.Order Details.Quantity"},
+        {"Zeta ", true, "Zeta .Id,Zeta .Name"},
+        {"sales.Zeta", false, ""},
+        {"dbo.Nope", false, ""},
+        {"Nope", true, ""},
+        {"dbo.v One", false, "Name"},
+        {"dbo.sqlite_schema", false, "type,name,tbl_name,rootpage,sql"},
+        {"", false,
+         "type,name,tbl_name,rootpage,sql,name,seq,a,OrderID,Unit Price,Quantity,Id,Name,a,Name"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(db.GetListOfFields(c.table, c.prefix), c.expected)
+            << "'" << c.table << "' prefix " << c.prefix;
 }
 
 TEST_F(SqliteCatalogue, FieldInTableComparesTheLastPartCaseSensitively) {
-    EXPECT_TRUE(db.IsTheFieldInTheTable("dbo.Zeta.Id", "dbo.Zeta"));
-    EXPECT_TRUE(db.IsTheFieldInTheTable("Id", "Zeta"));
-    EXPECT_TRUE(db.IsTheFieldInTheTable("[Order Details].Unit Price", "dbo.Order Details"));
-    EXPECT_FALSE(db.IsTheFieldInTheTable("id", "dbo.Zeta"));
-    EXPECT_FALSE(db.IsTheFieldInTheTable("dbo.Zeta.Quantity", "dbo.Zeta"));
-    EXPECT_FALSE(db.IsTheFieldInTheTable("", "dbo.Zeta"));
-    EXPECT_FALSE(db.IsTheFieldInTheTable("Id", "dbo.Nope"));
-    EXPECT_FALSE(db.IsTheFieldInTheTable("Id.", "dbo.Zeta"));
+    const struct {
+        const char* field;
+        const char* table;
+        bool in;
+    } cases[] = {
+        {"dbo.Zeta.Id", "dbo.Zeta", true},
+        {"Id", "Zeta", true},
+        {"[Order Details].Unit Price", "dbo.Order Details", true},
+        {"id", "dbo.Zeta", false},
+        {"dbo.Zeta.Quantity", "dbo.Zeta", false},
+        {"", "dbo.Zeta", false},
+        {"Id", "dbo.Nope", false},
+        {"Id.", "dbo.Zeta", false},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(db.IsTheFieldInTheTable(c.field, c.table), c.in) << c.field << " in " << c.table;
 }
 
 TEST_F(SqliteCatalogue, GetConnectionGivesAnOpenSessionThatClosesWithItsOwner) {
@@ -190,6 +187,9 @@ TEST_F(SqliteCatalogue, GetConnectionGivesAnOpenSessionThatClosesWithItsOwner) {
     session->Close();
     EXPECT_THROW(session->Tables(), std::exception);
     EXPECT_TRUE(db.Check(false));
+    EXPECT_TRUE(db.Check(true));
+    // Provider names are read without regard to case.
+    db.setStrProvider("sqlite");
     EXPECT_TRUE(db.Check(true));
 }
 
@@ -361,10 +361,8 @@ TEST_F(SqliteFailures, AMissingFileIsAnErrorAndIsNotCreated) {
 
 TEST_F(SqliteFailures, AFileThatIsNotADatabaseIsAnError) {
     std::string path = dir.file("text.sqlite");
-    {
-        std::ofstream out(path);
-        out << "this is not a database, just some text that is long enough to fill a header";
-    }
+    std::ofstream(path) << "this is not a database, just some text that is long enough to fill a "
+                           "header";
     cDbConnection db = sqliteConnection(path);
     EXPECT_FALSE(db.Check(true));
     std::string error;
@@ -399,14 +397,6 @@ TEST_F(SqliteFailures, NoFileNameAndAnUnknownProviderGiveNoConnection) {
     db.setStrDatabase(dir.file("x"));
     EXPECT_EQ(db.GetConnection(), nullptr);
     EXPECT_EQ(cDbConnection::LastConnectionError(), "Unknown provider: Oracle");
-}
-
-TEST_F(SqliteFailures, ProviderNamesAreReadWithoutRegardToCase) {
-    std::string path = dir.file("case.sqlite");
-    test::writeSqlite(path, kCatalogueScript);
-    cDbConnection db = sqliteConnection(path);
-    db.setStrProvider("sqlite");
-    EXPECT_TRUE(db.Check(true));
 }
 
 // The generated sample database, shared by the tests below.
@@ -447,41 +437,44 @@ TEST_F(SqliteSample, SyntaxCheckAnswersInTheFixedTexts) {
     EXPECT_EQ(db.CheckSQLSyntax("SELECT 1"), "Syntax SQL Query correct");
 }
 
-TEST_F(SqliteSample, RowLimitZeroOrNegativeMeansAllRows) {
-    std::string error;
-    auto all = db.FireQuery("SELECT * FROM dbo.[Order Details]", error, 0);
-    ASSERT_NE(all, nullptr) << error;
-    EXPECT_EQ(error, "");
-    EXPECT_EQ(all->RecordCount(), count("\"Order Details\""));
-    EXPECT_EQ(all->RecordCount(), 2155);
-    auto negative = db.FireQuery("SELECT * FROM dbo.[Order Details]", error, -3);
-    ASSERT_NE(negative, nullptr);
-    EXPECT_EQ(negative->RecordCount(), 2155);
-}
-
-TEST_F(SqliteSample, RowLimitStopsAtN) {
-    std::string error = "stale text";
-    auto rs = db.FireQuery("SELECT OrderID FROM dbo.Orders ORDER BY OrderID", error, 100);
-    ASSERT_NE(rs, nullptr);
-    EXPECT_EQ(error, "");
-    EXPECT_EQ(rs->RecordCount(), 100);
-    EXPECT_EQ(rs->value(0, 0).AsInteger(), 10248);
-    EXPECT_EQ(rs->value(99, 0).AsInteger(), 10347);
-    auto one = db.FireQuery("SELECT OrderID FROM dbo.Orders", error, 1);
-    ASSERT_NE(one, nullptr);
-    EXPECT_EQ(one->RecordCount(), 1);
-    // A limit above the row count returns what there is.
-    auto few = db.FireQuery("SELECT * FROM dbo.Shippers", error, 100);
-    ASSERT_NE(few, nullptr);
-    EXPECT_EQ(few->RecordCount(), 3);
+// A limit of zero or below means all rows, a limit stops at that many rows, and a limit above
+// the row count returns what there is.
+TEST_F(SqliteSample, RowLimits) {
+    ASSERT_EQ(count("\"Order Details\""), 2155);
+    const struct {
+        const char* sql;
+        int limit;
+        std::int32_t rows;
+        std::int64_t first, last; // the first and last OrderID, when ordered by it
+    } cases[] = {
+        {"SELECT * FROM dbo.[Order Details]", 0, 2155, 0, 0},
+        {"SELECT * FROM dbo.[Order Details]", -3, 2155, 0, 0},
+        {"SELECT OrderID FROM dbo.Orders ORDER BY OrderID", 100, 100, 10248, 10347},
+        {"SELECT OrderID FROM dbo.Orders", 1, 1, 0, 0},
+        {"SELECT * FROM dbo.Shippers", 100, 3, 0, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.sql) + " limit " + std::to_string(c.limit));
+        std::string error = "stale text";
+        auto rs = db.FireQuery(c.sql, error, c.limit);
+        ASSERT_NE(rs, nullptr) << error;
+        EXPECT_EQ(error, "");
+        EXPECT_EQ(rs->RecordCount(), c.rows);
+        if (c.first != 0) {
+            EXPECT_EQ(rs->value(0, 0).AsInteger(), c.first);
+            EXPECT_EQ(rs->value(c.rows - 1, 0).AsInteger(), c.last);
+        }
+    }
 }
 
 TEST_F(SqliteSample, ServerErrorsComeBackAsErrorText) {
-    std::string error;
-    EXPECT_EQ(db.FireQuery("SELECT * FROM dbo.Nope", error, 10), nullptr);
-    EXPECT_EQ(error, "Error\r\n\r\nno such table: dbo.Nope");
-    EXPECT_EQ(db.FireQuery("SELECT FROM", error, 10), nullptr);
-    EXPECT_EQ(error, "Error\r\n\r\nnear \"FROM\": syntax error");
+    for (const auto& [sql, expected] :
+         {std::pair{"SELECT * FROM dbo.Nope", "Error\r\n\r\nno such table: dbo.Nope"},
+          std::pair{"SELECT FROM", "Error\r\n\r\nnear \"FROM\": syntax error"}}) {
+        std::string error;
+        EXPECT_EQ(db.FireQuery(sql, error, 10), nullptr) << sql;
+        EXPECT_EQ(error, expected);
+    }
 }
 
 TEST_F(SqliteSample, NullStaysDistinctFromTheEmptyString) {
@@ -540,16 +533,6 @@ TEST_F(SqliteSample, TheCursorWalksForwardAndFindsFieldsByName) {
     EXPECT_EQ(rs->FieldIndex("NoSuchColumn"), -1);
     EXPECT_TRUE(rs->value(-1, 0).IsNull());
     EXPECT_TRUE(rs->value(0, 2).IsNull());
-}
-
-TEST_F(SqliteSample, AnEmptyResultIsAtBofAndEof) {
-    std::string error;
-    auto rs = db.FireQuery("SELECT * FROM dbo.Orders WHERE 1 = 0", error, 10);
-    ASSERT_NE(rs, nullptr) << error;
-    EXPECT_EQ(rs->RecordCount(), 0);
-    EXPECT_TRUE(rs->IsBOF());
-    EXPECT_TRUE(rs->IsEOF());
-    EXPECT_EQ(rs->FieldCount(), 14);
 }
 
 TEST_F(SqliteSample, GeneratedTransactSqlRunsUnchanged) {
