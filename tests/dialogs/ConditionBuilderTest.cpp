@@ -17,12 +17,6 @@
 namespace marovin::test {
 namespace {
 
-using Names = std::shared_ptr<std::vector<std::string>>;
-
-Names parameterList(std::vector<std::string> names) {
-    return std::make_shared<std::vector<std::string>>(std::move(names));
-}
-
 class ConditionBuilderTest : public DialogTest {
 protected:
     std::unique_ptr<frmConditionBuilder> open(const std::string& condition = {},
@@ -88,13 +82,7 @@ TEST_F(ConditionBuilderTest, ControlsHaveNamesAccessibleNamesKeysAndReadingOrder
 
     // With every button enabled, Tab walks the controls in reading order.
     pick(*dialog, "Orders.Freight", ">", "100");
-    child<QComboBox>(*dialog, "cboFields")->setFocus();
-    QStringList visited = {focusedName()};
-    for (int i = 0; i < 10; ++i) {
-        press(QApplication::focusWidget(), Qt::Key_Tab);
-        visited.append(focusedName());
-    }
-    EXPECT_EQ(visited,
+    EXPECT_EQ(tabWalk(child<QComboBox>(*dialog, "cboFields"), 10),
               (QStringList{"cboFields", "cboOperators", "txtValue", "cmdBuildExpression",
                            "cmdAddToCondition", "cmdAppendToCondition", "txtCondition",
                            "chkIsActive", "cmdClearCondition", "OKButton", "CancelButton"}));
@@ -201,7 +189,7 @@ TEST_F(ConditionBuilderTest, AddInsertsAtTheCaretAndAppendAddsAtTheEndAfterOr) {
 }
 
 TEST_F(ConditionBuilderTest, ParametersAreOfferedAsMarkersAndOkRefusesUnknownOnes) {
-    auto dialog = open({}, parameterList({"Country", "Year"}));
+    auto dialog = open({}, nameList({"Country", "Year"}));
     auto* txtValue = child<QLineEdit>(*dialog, "txtValue");
     auto* cboValue = child<QComboBox>(*dialog, "cboValue");
     EXPECT_FALSE(txtValue->isVisible());
@@ -222,11 +210,8 @@ TEST_F(ConditionBuilderTest, ParametersAreOfferedAsMarkersAndOkRefusesUnknownOne
     // A marker naming no parameter keeps the dialog open with a message.
     type(condition, " AND YEAR(Orders.OrderDate) = <[Yaer]> OR <[year]> = 1");
     click(button(*dialog, "OKButton"));
-    ASSERT_EQ(box->shown().size(), 1u);
-    EXPECT_EQ(box->shown()[0].strCaption, "Parameters");
-    EXPECT_EQ(box->shown()[0].strText, "Parameter 'Yaer' does not exist. Please modify condition");
-    EXPECT_EQ(box->shown()[0].icon, MessageIcon::Exclamation);
-    EXPECT_EQ(box->shown()[0].buttons, MessageButtons::Ok);
+    expectMessages(1, "Parameters", "Parameter 'Yaer' does not exist. Please modify condition",
+                   MessageIcon::Exclamation, MessageButtons::Ok);
     EXPECT_TRUE(dialog->isVisible());
     EXPECT_EQ(focusedName(), "txtCondition");
     EXPECT_EQ(dialog->strCondition(), "");
@@ -235,8 +220,7 @@ TEST_F(ConditionBuilderTest, ParametersAreOfferedAsMarkersAndOkRefusesUnknownOne
     condition->selectAll();
     type(condition, "Customers.Country = <[Country]> OR YEAR(Orders.OrderDate) = <[year]>");
     click(button(*dialog, "OKButton"));
-    ASSERT_EQ(box->shown().size(), 2u);
-    EXPECT_EQ(box->shown()[1].strText, "Parameter 'year' does not exist. Please modify condition");
+    expectMessages(2, "Parameters", "Parameter 'year' does not exist. Please modify condition");
 
     condition->selectAll();
     type(condition, "Customers.Country = <[Country]> AND YEAR(Orders.OrderDate) = <[Year]>");
@@ -248,7 +232,7 @@ TEST_F(ConditionBuilderTest, ParametersAreOfferedAsMarkersAndOkRefusesUnknownOne
 }
 
 TEST_F(ConditionBuilderTest, WithoutParameterNamesMarkersPassUnchecked) {
-    for (const Names& parameters : {Names(), parameterList({})}) {
+    for (const Names& parameters : {Names(), nameList({})}) {
         auto dialog = open("Customers.Country = <[Land]>", parameters);
         EXPECT_EQ(child<QLineEdit>(*dialog, "txtValue")->isVisible(), parameters == nullptr);
         click(button(*dialog, "OKButton"));
@@ -277,6 +261,14 @@ TEST_F(ConditionBuilderTest, LineBreaksShowAsLinesAndComeBackAsTokens) {
 
 TEST_F(ConditionBuilderTest, ClosingWithChangesAsksWhetherToSaveThem) {
     const std::string original = "Customers.Country = 'Germany'";
+    const std::string edit = " OR Customers.Country = 'Austria'";
+    // Opens the dialog on the original condition and adds to it and clears the check box.
+    const auto openEdited = [&] {
+        auto dialog = open(original);
+        type(editor(*dialog), QString::fromStdString(edit));
+        click(child<QCheckBox>(*dialog, "chkIsActive"));
+        return dialog;
+    };
     // No edit: Escape closes without a question.
     {
         auto dialog = open(original);
@@ -286,16 +278,11 @@ TEST_F(ConditionBuilderTest, ClosingWithChangesAsksWhetherToSaveThem) {
     }
     // An edit: Cancel keeps the dialog open, No closes and keeps the old values.
     {
-        auto dialog = open(original);
-        type(editor(*dialog), " OR Customers.Country = 'Austria'");
-        click(child<QCheckBox>(*dialog, "chkIsActive"));
+        auto dialog = openEdited();
         box->QueueAnswer(MessageAnswer::Cancel);
         press(editor(*dialog), Qt::Key_Escape);
-        ASSERT_EQ(box->shown().size(), 1u);
-        EXPECT_EQ(box->shown()[0].strCaption, "Exit Condition Builder");
-        EXPECT_EQ(box->shown()[0].strText, "Do you want to save the changes?");
-        EXPECT_EQ(box->shown()[0].icon, MessageIcon::Exclamation);
-        EXPECT_EQ(box->shown()[0].buttons, MessageButtons::YesNoCancel);
+        expectMessages(1, "Exit Condition Builder", "Do you want to save the changes?",
+                       MessageIcon::Exclamation, MessageButtons::YesNoCancel);
         EXPECT_TRUE(dialog->isVisible());
         box->QueueAnswer(MessageAnswer::No);
         dialog->close();
@@ -308,25 +295,22 @@ TEST_F(ConditionBuilderTest, ClosingWithChangesAsksWhetherToSaveThem) {
     // Yes runs OK: the edited condition and the check box are taken over.
     {
         box->clear();
-        auto dialog = open(original);
-        type(editor(*dialog), " OR Customers.Country = 'Austria'");
-        click(child<QCheckBox>(*dialog, "chkIsActive"));
+        auto dialog = openEdited();
         box->QueueAnswer(MessageAnswer::Yes);
         dialog->close();
         EXPECT_EQ(box->shown().size(), 1u);
         EXPECT_EQ(dialog->result(), QDialog::Accepted);
-        EXPECT_EQ(dialog->strCondition(), original + " OR Customers.Country = 'Austria'");
+        EXPECT_EQ(dialog->strCondition(), original + edit);
         EXPECT_FALSE(dialog->blnIsActive());
     }
     // Yes with an unknown marker: OK's message, and the dialog stays open.
     {
         box->clear();
-        auto dialog = open(original, parameterList({"Country"}));
+        auto dialog = open(original, nameList({"Country"}));
         type(editor(*dialog), " OR Customers.Country = <[Land]>");
         box->QueueAnswer(MessageAnswer::Yes);
         press(editor(*dialog), Qt::Key_Escape);
-        ASSERT_EQ(box->shown().size(), 2u);
-        EXPECT_EQ(box->shown()[1].strCaption, "Parameters");
+        expectMessages(2, "Parameters", "Parameter 'Land' does not exist. Please modify condition");
         EXPECT_TRUE(dialog->isVisible());
         // The Cancel button closes without asking.
         click(button(*dialog, "CancelButton"));
@@ -354,13 +338,12 @@ TEST_F(ConditionBuilderTest, BuildExpressionComposesTheValue) {
     QString given;
     onNextModal([&](QDialog& builder) {
         title = builder.windowTitle();
-        nameShown = builder.findChild<QWidget*>(QStringLiteral("txtVariable"))->isVisible();
-        auto* expression = builder.findChild<QPlainTextEdit*>(QStringLiteral("txtExpression"));
+        nameShown = child<QWidget>(builder, "txtVariable")->isVisible();
+        auto* expression = child<QPlainTextEdit>(builder, "txtExpression");
         given = expression->toPlainText();
         QTest::keyClicks(expression, " * 2");
         // Without a name OK is accepted in this use.
-        QTest::mouseClick(builder.findChild<QPushButton*>(QStringLiteral("OKButton")),
-                          Qt::LeftButton);
+        click(child<QPushButton>(builder, "OKButton"));
     });
     click(button(*dialog, "cmdBuildExpression"));
     EXPECT_EQ(title, "Value Expression Builder");
@@ -370,27 +353,22 @@ TEST_F(ConditionBuilderTest, BuildExpressionComposesTheValue) {
     EXPECT_TRUE(box->shown().empty());
 
     // Cancelled, the value stays as it was.
-    onNextModal([](QDialog& builder) {
-        QTest::mouseClick(builder.findChild<QPushButton*>(QStringLiteral("CancelButton")),
-                          Qt::LeftButton);
-    });
+    onNextModal([](QDialog& builder) { click(child<QPushButton>(builder, "CancelButton")); });
     click(button(*dialog, "cmdBuildExpression"));
     EXPECT_EQ(child<QLineEdit>(*dialog, "txtValue")->text(), "10 * 2");
 
     // With parameters the value goes into the value list's text.
-    auto withParameters = open({}, parameterList({"Year"}));
+    auto withParameters = open({}, nameList({"Year"}));
     onNextModal([](QDialog& builder) {
-        auto* insert = builder.findChild<QPushButton*>(QStringLiteral("cmdInsertParameter"));
-        QTest::mouseClick(insert, Qt::LeftButton);
-        QTest::mouseClick(builder.findChild<QPushButton*>(QStringLiteral("OKButton")),
-                          Qt::LeftButton);
+        click(child<QPushButton>(builder, "cmdInsertParameter"));
+        click(child<QPushButton>(builder, "OKButton"));
     });
     click(button(*withParameters, "cmdBuildExpression"));
     EXPECT_EQ(child<QComboBox>(*withParameters, "cboValue")->currentText(), "<[Year]>");
 }
 
 TEST_F(ConditionBuilderTest, CompletionOffersFieldsMarkersAndFunctions) {
-    auto dialog = open({}, parameterList({"Country"}));
+    auto dialog = open({}, nameList({"Country"}));
     auto* condition = editor(*dialog);
     condition->setFocus();
     EXPECT_EQ(completionList(), nullptr);

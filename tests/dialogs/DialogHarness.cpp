@@ -154,6 +154,28 @@ QStringList DialogTest::rows(const QAbstractItemView* view) {
     return result;
 }
 
+QStringList DialogTest::tabWalk(QWidget* start, int steps) {
+    start->setFocus();
+    QStringList visited = {focusedName()};
+    for (int i = 0; i < steps; ++i) {
+        press(QApplication::focusWidget(), Qt::Key_Tab);
+        visited.append(focusedName());
+    }
+    return visited;
+}
+
+void DialogTest::expectMessages(size_t count, const QString& caption, const QString& text,
+                                std::optional<MessageIcon> icon,
+                                std::optional<MessageButtons> buttons) const {
+    ASSERT_EQ(box->shown().size(), count);
+    const ScriptedMessageBox::Shown& last = box->shown().back();
+    EXPECT_EQ(last.strCaption, caption);
+    EXPECT_EQ(last.strText, text);
+    EXPECT_TRUE(!icon || last.icon == *icon) << "icon " << static_cast<int>(last.icon);
+    EXPECT_TRUE(!buttons || last.buttons == *buttons)
+        << "buttons " << static_cast<int>(last.buttons);
+}
+
 bool DialogTest::everyButtonHasAKey(const QWidget& dialog) {
     bool all = true;
     for (QAbstractButton* button : dialog.findChildren<QAbstractButton*>()) {

@@ -17,8 +17,10 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 // Readable QString values in test failure messages.
 inline void PrintTo(const QString& text, std::ostream* out) {
@@ -33,6 +35,12 @@ namespace marovin::test {
 // "Order Details" from the database, and a sub-query "Totals" whose output names are
 // CustomerID and TotalFreight.
 std::shared_ptr<cTables> SampleTables();
+
+// A list of parameter names as the dialogs take it.
+using Names = std::shared_ptr<std::vector<std::string>>;
+inline Names nameList(std::vector<std::string> names) {
+    return std::make_shared<std::vector<std::string>>(std::move(names));
+}
 
 // Scripted message boxes, settings in memory, a counting busy pointer; helpers that drive the
 // dialogs with real key and mouse events on the offscreen platform.
@@ -78,6 +86,14 @@ protected:
     // True when every button of the dialog can be reached from the keyboard: a mnemonic in its
     // caption or a shortcut.
     static bool everyButtonHasAKey(const QWidget& dialog);
+    // The names of the controls the focus visits from start on as Tab is pressed steps times.
+    static QStringList tabWalk(QWidget* start, int steps);
+
+    // Checks that count message boxes were shown and that the last one had this caption and
+    // text (and this icon and these buttons when given).
+    void expectMessages(size_t count, const QString& caption, const QString& text,
+                        std::optional<MessageIcon> icon = std::nullopt,
+                        std::optional<MessageButtons> buttons = std::nullopt) const;
 
     // Runs the action on the modal dialog that the next exec() opens, from inside its event
     // loop; a dialog the action leaves open is closed with Cancel afterwards so no test hangs.

@@ -18,9 +18,9 @@ namespace {
 
 class ExpressionBuilderTest : public DialogTest {
 protected:
-    std::unique_ptr<frmExpressionBuilder>
-    open(const std::string& name = {}, const std::string& expression = {},
-         std::shared_ptr<std::vector<std::string>> parameters = nullptr) {
+    std::unique_ptr<frmExpressionBuilder> open(const std::string& name = {},
+                                               const std::string& expression = {},
+                                               Names parameters = nullptr) {
         auto dialog = std::make_unique<frmExpressionBuilder>(services());
         dialog->setDbMetaData(SampleConnection());
         dialog->setObjTables(SampleTables());
@@ -52,8 +52,7 @@ protected:
 };
 
 TEST_F(ExpressionBuilderTest, ControlsHaveNamesAccessibleNamesKeysAndReadingOrder) {
-    auto dialog = open(
-        "Total", "1", std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Year"}));
+    auto dialog = open("Total", "1", nameList({"Year"}));
     EXPECT_EQ(dialog->windowTitle(), "Expression Builder");
     const std::pair<const char*, const char*> controls[] = {
         {"txtVariable", "Variable name"},
@@ -85,32 +84,18 @@ TEST_F(ExpressionBuilderTest, ControlsHaveNamesAccessibleNamesKeysAndReadingOrde
     }
     EXPECT_TRUE(everyButtonHasAKey(*dialog));
 
-    variable(*dialog)->setFocus();
-    QStringList visited = {focusedName()};
-    for (int i = 0; i < 27; ++i) {
-        press(QApplication::focusWidget(), Qt::Key_Tab);
-        visited.append(focusedName());
-    }
     QStringList expected = {"txtVariable", "txtExpression"};
     for (int d = 0; d < 10; ++d)
         expected.append("cmdDigit");
-    expected << "cmdBrackets"
-             << "cmdLeft"
-             << "cmdRight"
-             << "cmdNewLine"
-             << "cmdClear"
-             << "cboTables"
-             << "cboFields"
-             << "cboAggregations"
-             << "cmdAddField"
-             << "cboFunctionGroups"
-             << "cboFunctions"
-             << "cmdAddFunction"
-             << "cboParameters"
-             << "cmdInsertParameter"
-             << "OKButton"
-             << "CancelButton";
-    EXPECT_EQ(visited, expected);
+    expected += {"cmdBrackets",   "cmdLeft",
+                 "cmdRight",      "cmdNewLine",
+                 "cmdClear",      "cboTables",
+                 "cboFields",     "cboAggregations",
+                 "cmdAddField",   "cboFunctionGroups",
+                 "cboFunctions",  "cmdAddFunction",
+                 "cboParameters", "cmdInsertParameter",
+                 "OKButton",      "CancelButton"};
+    EXPECT_EQ(tabWalk(variable(*dialog), 27), expected);
 }
 
 TEST_F(ExpressionBuilderTest, FieldsOfTheChosenTableAreAddedAtTheCaret) {
@@ -204,16 +189,12 @@ TEST_F(ExpressionBuilderTest, FunctionsComeFromTheChosenGroupWithTheirTemplates)
 }
 
 TEST_F(ExpressionBuilderTest, KeypadParametersAndCaretButtons) {
-    auto dialog = open(
-        "Value", {},
-        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Year", "Country"}));
+    auto dialog = open("Value", {}, nameList({"Year", "Country"}));
     auto* expression = editor(*dialog);
     EXPECT_EQ(entries(child<QComboBox>(*dialog, "cboParameters")),
               (QStringList{"Year", "Country"}));
-    click(digit(*dialog, 1));
-    click(digit(*dialog, 9));
-    click(digit(*dialog, 9));
-    click(digit(*dialog, 7));
+    for (int d : {1, 9, 9, 7})
+        click(digit(*dialog, d));
     click(button(*dialog, "cmdLeft"));
     click(button(*dialog, "cmdLeft"));
     click(button(*dialog, "cmdRight"));
@@ -277,11 +258,8 @@ TEST_F(ExpressionBuilderTest, VariableNameTakesOnlyLettersDigitsAfterTheFirstAnd
 TEST_F(ExpressionBuilderTest, OkNeedsANameAndAnExpression) {
     auto dialog = open();
     click(button(*dialog, "OKButton"));
-    ASSERT_EQ(box->shown().size(), 1u);
-    EXPECT_EQ(box->shown()[0].strCaption, "Build Expression");
-    EXPECT_EQ(box->shown()[0].strText, "Enter (valid) variable name");
-    EXPECT_EQ(box->shown()[0].icon, MessageIcon::Exclamation);
-    EXPECT_EQ(box->shown()[0].buttons, MessageButtons::Ok);
+    expectMessages(1, "Build Expression", "Enter (valid) variable name", MessageIcon::Exclamation,
+                   MessageButtons::Ok);
     EXPECT_TRUE(dialog->isVisible());
     EXPECT_EQ(focusedName(), "txtVariable");
 
@@ -289,9 +267,7 @@ TEST_F(ExpressionBuilderTest, OkNeedsANameAndAnExpression) {
     type(editor(*dialog), "  ");
     press(editor(*dialog), Qt::Key_Return);
     click(button(*dialog, "OKButton"));
-    ASSERT_EQ(box->shown().size(), 2u);
-    EXPECT_EQ(box->shown()[1].strCaption, "Build Expression");
-    EXPECT_EQ(box->shown()[1].strText, "Enter expression");
+    expectMessages(2, "Build Expression", "Enter expression");
     EXPECT_TRUE(dialog->isVisible());
     EXPECT_EQ(focusedName(), "txtExpression");
 
@@ -340,11 +316,8 @@ TEST_F(ExpressionBuilderTest, ClosingWithChangesAsksUnderItsOwnCaption) {
         type(variable(*dialog), "Freight");
         box->QueueAnswer(MessageAnswer::Cancel);
         press(variable(*dialog), Qt::Key_Escape);
-        ASSERT_EQ(box->shown().size(), 1u);
-        EXPECT_EQ(box->shown()[0].strCaption, "Exit Condition Builder");
-        EXPECT_EQ(box->shown()[0].strText, "Do you want to save the changes?");
-        EXPECT_EQ(box->shown()[0].icon, MessageIcon::Exclamation);
-        EXPECT_EQ(box->shown()[0].buttons, MessageButtons::YesNoCancel);
+        expectMessages(1, "Exit Condition Builder", "Do you want to save the changes?",
+                       MessageIcon::Exclamation, MessageButtons::YesNoCancel);
         EXPECT_TRUE(dialog->isVisible());
         box->QueueAnswer(MessageAnswer::No);
         dialog->close();
@@ -359,8 +332,7 @@ TEST_F(ExpressionBuilderTest, ClosingWithChangesAsksUnderItsOwnCaption) {
         click(button(*dialog, "cmdClear"));
         box->QueueAnswer(MessageAnswer::Yes);
         press(editor(*dialog), Qt::Key_Escape);
-        ASSERT_EQ(box->shown().size(), 2u);
-        EXPECT_EQ(box->shown()[1].strText, "Enter expression");
+        expectMessages(2, "Build Expression", "Enter expression");
         EXPECT_TRUE(dialog->isVisible());
         type(editor(*dialog), "Orders.Freight * 2");
         box->QueueAnswer(MessageAnswer::Yes);
@@ -381,8 +353,7 @@ TEST_F(ExpressionBuilderTest, ClosingWithChangesAsksUnderItsOwnCaption) {
 }
 
 TEST_F(ExpressionBuilderTest, CompletionOffersColumnsFunctionsAndMarkers) {
-    auto dialog = open(
-        "Net", {}, std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Year"}));
+    auto dialog = open("Net", {}, nameList({"Year"}));
     auto* expression = editor(*dialog);
     expression->setFocus();
     press(expression, Qt::Key_Space, Qt::ControlModifier);

@@ -110,13 +110,10 @@ TEST_F(SubstituteParametersTest, MoreThanTenUsedParametersAreRefusedWithAMessage
     EXPECT_EQ(SubstituteParameters(statementUsing(11), names(12), services()), "");
     QApplication::processEvents();
     EXPECT_FALSE(dialogOpened);
-    ASSERT_EQ(box->shown().size(), 1u);
-    EXPECT_EQ(box->shown()[0].strCaption, "Preview Query Results");
-    EXPECT_EQ(box->shown()[0].strText,
-              "Preview Query Results not possible with more than 10 parameters.\r\n"
-              "Executing the Model is still possible.");
-    EXPECT_EQ(box->shown()[0].icon, MessageIcon::Exclamation);
-    EXPECT_EQ(box->shown()[0].buttons, MessageButtons::Ok);
+    expectMessages(1, "Preview Query Results",
+                   "Preview Query Results not possible with more than 10 parameters.\r\n"
+                   "Executing the Model is still possible.",
+                   MessageIcon::Exclamation, MessageButtons::Ok);
 }
 
 TEST_F(SubstituteParametersTest, TenUsedParametersAreAskedForAndReplaced) {

@@ -78,6 +78,15 @@ protected:
         return viewer;
     }
 
+    // Shows a viewer given these rows already fetched (the statement is what Refresh runs).
+    std::unique_ptr<frmViewQueryResults> showWith(std::shared_ptr<cRecordset> rows,
+                                                  const std::string& sql = "") {
+        auto viewer = makeViewer(sql);
+        viewer->setRecordSet(std::move(rows));
+        show(*viewer);
+        return viewer;
+    }
+
     // Shows a viewer that was given no rows and waits until it has fetched them or said why not.
     void showAndWaitForRows(frmViewQueryResults& viewer) {
         show(viewer);
@@ -168,46 +177,36 @@ TEST_F(ViewQueryResults, ControlsCarryTheirNamesAndKeys) {
     EXPECT_EQ(viewer.windowTitle(), QStringLiteral("Preview Query Results"));
 }
 
-TEST_F(ViewQueryResults, StoredLimitOf250IsFetchedButSavedAs100) {
-    settings->SaveSetting("QueryPreview", "NrRecords", "250");
-    auto viewer = makeViewer(kThousandRows);
-    showAndWaitForRows(*viewer);
-    EXPECT_TRUE(box->shown().empty());
-    EXPECT_EQ(viewer->lngNrRecordsToShow(), 250);
-    EXPECT_EQ(grid(*viewer)->model()->rowCount(), 250);
-    EXPECT_EQ(rowsText(*viewer), QStringLiteral("250"));
-    EXPECT_EQ(busy->lngDepth(), 0);
-    click(child<QPushButton>(*viewer, "cmdClose"));
-    EXPECT_FALSE(viewer->isVisible());
-    EXPECT_EQ(viewer->lngNrRecordsToShow(), 100);
-    EXPECT_EQ(savedLimit(), QStringLiteral("100"));
-}
-
-TEST_F(ViewQueryResults, StoredLimitOf2IsFetchedButSavedAs5) {
-    settings->SaveSetting("QueryPreview", "NrRecords", "2");
-    auto viewer = makeViewer(kThousandRows);
-    showAndWaitForRows(*viewer);
-    EXPECT_EQ(grid(*viewer)->model()->rowCount(), 2);
-    // Fewer than five rows came back: the field shows five.
-    EXPECT_EQ(rowsText(*viewer), QStringLiteral("5"));
-    // Escape closes like cmdClose.
-    press(grid(*viewer), Qt::Key_Escape);
-    EXPECT_FALSE(viewer->isVisible());
-    EXPECT_EQ(savedLimit(), QStringLiteral("5"));
-}
-
-TEST_F(ViewQueryResults, WithoutStoredLimitTheGivenOneIsUsedAndZeroMeans100) {
-    auto viewer = makeViewer(kThousandRows);
-    showAndWaitForRows(*viewer);
-    EXPECT_EQ(grid(*viewer)->model()->rowCount(), 50);
-    viewer->reject();
-    EXPECT_EQ(savedLimit(), QStringLiteral("50"));
-
-    settings->SaveSetting("QueryPreview", "NrRecords", "0");
-    auto second = makeViewer(kThousandRows);
-    showAndWaitForRows(*second);
-    EXPECT_EQ(second->lngNrRecordsToShow(), 100);
-    EXPECT_EQ(grid(*second)->model()->rowCount(), 100);
+TEST_F(ViewQueryResults, StoredLimitIsFetchedAndSavedWithinFiveTo100) {
+    struct Case {
+        const char* stored; // nullptr: nothing stored, the given 50 counts
+        int fetched;
+        const char* field;
+        const char* saved;
+        bool escape; // Escape closes like cmdClose
+    };
+    // Fewer than five rows came back: the field shows five; a stored 0 means 100.
+    for (const Case& c :
+         {Case{nullptr, 50, "50", "50", false}, Case{"250", 250, "250", "100", false},
+          Case{"2", 2, "5", "5", true}, Case{"0", 100, "100", "100", false}}) {
+        SCOPED_TRACE(c.stored ? c.stored : "none");
+        if (c.stored)
+            settings->SaveSetting("QueryPreview", "NrRecords", c.stored);
+        auto viewer = makeViewer(kThousandRows);
+        showAndWaitForRows(*viewer);
+        EXPECT_TRUE(box->shown().empty());
+        EXPECT_EQ(viewer->lngNrRecordsToShow(), c.fetched);
+        EXPECT_EQ(grid(*viewer)->model()->rowCount(), c.fetched);
+        EXPECT_EQ(rowsText(*viewer), QString::fromLatin1(c.field));
+        EXPECT_EQ(busy->lngDepth(), 0);
+        if (c.escape)
+            press(grid(*viewer), Qt::Key_Escape);
+        else
+            click(child<QPushButton>(*viewer, "cmdClose"));
+        EXPECT_FALSE(viewer->isVisible());
+        EXPECT_EQ(QString::number(viewer->lngNrRecordsToShow()), QString::fromLatin1(c.saved));
+        EXPECT_EQ(savedLimit(), QString::fromLatin1(c.saved));
+    }
 }
 
 TEST_F(ViewQueryResults, GivenRowsAreShownWithoutFetchingAndThreeRowsShowFive) {
@@ -229,9 +228,7 @@ TEST_F(ViewQueryResults, GivenRowsAreShownWithoutFetchingAndThreeRowsShowFive) {
 }
 
 TEST_F(ViewQueryResults, RefreshFetchesWithTheTypedLimit) {
-    auto viewer = makeViewer(kThousandRows);
-    viewer->setRecordSet(rowsOf(kThousandRows, 50));
-    show(*viewer);
+    auto viewer = showWith(rowsOf(kThousandRows, 50), kThousandRows);
     auto* rows = child<QLineEdit>(*viewer, "txtRows");
     retype(rows, "120");
     click(child<QPushButton>(*viewer, "cmdRefresh"));
@@ -250,18 +247,13 @@ TEST_F(ViewQueryResults, RefreshFetchesWithTheTypedLimit) {
 }
 
 TEST_F(ViewQueryResults, RefreshWithZeroIsRefused) {
-    auto viewer = makeViewer(kThousandRows);
     auto given = rowsOf(kThousandRows, 50);
-    viewer->setRecordSet(given);
-    show(*viewer);
+    auto viewer = showWith(given, kThousandRows);
     auto* rows = child<QLineEdit>(*viewer, "txtRows");
     retype(rows, "0");
     click(child<QPushButton>(*viewer, "cmdRefresh"));
-    ASSERT_EQ(box->shown().size(), 1u);
-    EXPECT_EQ(box->shown()[0].strCaption, QStringLiteral("Refresh query results"));
-    EXPECT_EQ(box->shown()[0].strText, QStringLiteral("Number must be > 0"));
-    EXPECT_EQ(box->shown()[0].icon, MessageIcon::Exclamation);
-    EXPECT_EQ(box->shown()[0].buttons, MessageButtons::Ok);
+    expectMessages(1, "Refresh query results", "Number must be > 0", MessageIcon::Exclamation,
+                   MessageButtons::Ok);
     EXPECT_EQ(QApplication::focusWidget(), rows);
     // The value below 1 stays stored, the rows stay shown; closing saves the clamped 5.
     EXPECT_EQ(viewer->lngNrRecordsToShow(), 0);
@@ -272,17 +264,12 @@ TEST_F(ViewQueryResults, RefreshWithZeroIsRefused) {
 }
 
 TEST_F(ViewQueryResults, RefreshWithoutNumberIsRefused) {
-    auto viewer = makeViewer(kThousandRows);
-    viewer->setRecordSet(rowsOf(kThousandRows, 50));
-    show(*viewer);
+    auto viewer = showWith(rowsOf(kThousandRows, 50), kThousandRows);
     auto* rows = child<QLineEdit>(*viewer, "txtRows");
     retype(rows, "");
     child<QPushButton>(*viewer, "cmdSearch")->setFocus();
     click(child<QPushButton>(*viewer, "cmdRefresh"));
-    ASSERT_EQ(box->shown().size(), 1u);
-    EXPECT_EQ(box->shown()[0].strCaption, QStringLiteral("Refresh query results"));
-    EXPECT_EQ(box->shown()[0].strText, QStringLiteral("Please enter number"));
-    EXPECT_EQ(box->shown()[0].icon, MessageIcon::Critical);
+    expectMessages(1, "Refresh query results", "Please enter number", MessageIcon::Critical);
     EXPECT_EQ(QApplication::focusWidget(), rows);
     EXPECT_EQ(viewer->lngNrRecordsToShow(), 50);
 
@@ -292,8 +279,7 @@ TEST_F(ViewQueryResults, RefreshWithoutNumberIsRefused) {
     QTest::keyClick(rows, Qt::Key_V, Qt::ControlModifier);
     ASSERT_EQ(rows->text(), QStringLiteral("12a"));
     click(child<QPushButton>(*viewer, "cmdRefresh"));
-    ASSERT_EQ(box->shown().size(), 2u);
-    EXPECT_EQ(box->shown()[1].strText, QStringLiteral("Please enter number"));
+    expectMessages(2, "Refresh query results", "Please enter number", MessageIcon::Critical);
     EXPECT_EQ(grid(*viewer)->model()->rowCount(), 50);
 }
 
@@ -314,9 +300,7 @@ TEST_F(ViewQueryResults, RowLimitTakesOnlyDigitsByTyping) {
 }
 
 TEST_F(ViewQueryResults, ClipboardTextOfColumnsAAndBWithOneRow) {
-    auto viewer = makeViewer("");
-    viewer->setRecordSet(rowsOf("SELECT 1 AS A, 'x' AS B"));
-    show(*viewer);
+    auto viewer = showWith(rowsOf("SELECT 1 AS A, 'x' AS B"));
     click(child<QPushButton>(*viewer, "cmdPrint"));
     EXPECT_EQ(clipboard->Text(), QStringLiteral("A\tB\r\n\r\n1\tx\r\n"));
     EXPECT_EQ(clipboard->lngClears(), 1);
@@ -325,11 +309,9 @@ TEST_F(ViewQueryResults, ClipboardTextOfColumnsAAndBWithOneRow) {
 }
 
 TEST_F(ViewQueryResults, CopyDropsTrailingBlanksAndKeepsLeadingOnes) {
-    auto viewer = makeViewer("");
-    viewer->setRecordSet(rowsOf("SELECT '  lead' AS T, 'trail   ' AS U, '  both  ' AS V, "
-                                "'   ' AS W, 'in  side' AS X "
-                                "UNION ALL SELECT 'a', 'b ', NULL, '', 'c'"));
-    show(*viewer);
+    auto viewer = showWith(rowsOf("SELECT '  lead' AS T, 'trail   ' AS U, '  both  ' AS V, "
+                                  "'   ' AS W, 'in  side' AS X "
+                                  "UNION ALL SELECT 'a', 'b ', NULL, '', 'c'"));
     clickCell(grid(*viewer), 1, 2);
     click(child<QPushButton>(*viewer, "cmdPrint"));
     EXPECT_EQ(clipboard->Text(), QStringLiteral("T\tU\tV\tW\tX\r\n\r\n"
@@ -348,17 +330,12 @@ TEST_F(ViewQueryResults, CopyFailureSaysMemoryFull) {
     viewer.setRecordSet(rowsOf("SELECT 1 AS A"));
     show(viewer);
     click(child<QPushButton>(viewer, "cmdPrint"));
-    ASSERT_EQ(box->shown().size(), 1u);
-    EXPECT_EQ(box->shown()[0].strCaption, QStringLiteral("Copy queryresults to clipboard"));
-    EXPECT_EQ(box->shown()[0].strText, QStringLiteral("Memory full."));
-    EXPECT_EQ(box->shown()[0].icon, MessageIcon::Critical);
+    expectMessages(1, "Copy queryresults to clipboard", "Memory full.", MessageIcon::Critical);
     EXPECT_EQ(busy->lngDepth(), 0);
 }
 
 TEST_F(ViewQueryResults, CopyOfASelectionTakesOnlyTheSelectedCells) {
-    auto viewer = makeViewer("");
-    viewer->setRecordSet(rowsOf(kThousandRows, 10));
-    show(*viewer);
+    auto viewer = showWith(rowsOf(kThousandRows, 10));
     QTableView* view = grid(*viewer);
     auto* copySelection = child<QPushButton>(*viewer, "cmdCopySelection");
     clickCell(view, 2, 0);
@@ -385,29 +362,27 @@ TEST_F(ViewQueryResults, CopyOfASelectionTakesOnlyTheSelectedCells) {
 }
 
 TEST_F(ViewQueryResults, SearchMovesTheCurrentRowWithinTheCurrentColumn) {
-    auto viewer = makeViewer("");
-    viewer->setRecordSet(rowsOf("SELECT 'Alfreds' AS Name, 'Berlin' AS City "
-                                "UNION ALL SELECT 'Berglunds', 'Luleå' "
-                                "UNION ALL SELECT 'Blondel', 'Strasbourg' "
-                                "UNION ALL SELECT 'Bon app', 'Marseille' "
-                                "UNION ALL SELECT 'Frankenversand', 'München'"));
-    show(*viewer);
+    auto viewer = showWith(rowsOf("SELECT 'Alfreds' AS Name, 'Berlin' AS City "
+                                  "UNION ALL SELECT 'Berglunds', 'Luleå' "
+                                  "UNION ALL SELECT 'Blondel', 'Strasbourg' "
+                                  "UNION ALL SELECT 'Bon app', 'Marseille' "
+                                  "UNION ALL SELECT 'Frankenversand', 'München'"));
     QTableView* view = grid(*viewer);
     auto* text = child<QLineEdit>(*viewer, "txtSearchText");
     auto* search = child<QPushButton>(*viewer, "cmdSearch");
+    // Types the text, clicks Search and gives the current row.
+    const auto find = [&](const QString& what) {
+        retype(text, what);
+        click(search);
+        return view->currentIndex().row();
+    };
     clickCell(view, 0, 0);
-    retype(text, "bo");
-    click(search);
-    EXPECT_EQ(view->currentIndex().row(), 3);
+    EXPECT_EQ(find("bo"), 3);
     EXPECT_EQ(viewer->GetCurrentColumn(), 0);
     // "Berlin" stands in the second column only, which is not the current one.
-    retype(text, "berl");
-    click(search);
-    EXPECT_EQ(view->currentIndex().row(), 3);
+    EXPECT_EQ(find("berl"), 3);
     // The search goes on below the current row and wraps round to the top.
-    retype(text, "er");
-    click(search);
-    EXPECT_EQ(view->currentIndex().row(), 4);
+    EXPECT_EQ(find("er"), 4);
     click(search);
     EXPECT_EQ(view->currentIndex().row(), 1);
     clickCell(view, 4, 1);
@@ -416,21 +391,15 @@ TEST_F(ViewQueryResults, SearchMovesTheCurrentRowWithinTheCurrentColumn) {
     EXPECT_EQ(view->currentIndex().row(), 0);
     EXPECT_EQ(viewer->GetCurrentColumn(), 1);
     // Blanks alone do nothing; a text found nowhere leaves the row.
-    retype(text, "   ");
-    click(search);
-    EXPECT_EQ(view->currentIndex().row(), 0);
-    retype(text, "nowhere");
-    click(search);
-    EXPECT_EQ(view->currentIndex().row(), 0);
+    EXPECT_EQ(find("   "), 0);
+    EXPECT_EQ(find("nowhere"), 0);
     EXPECT_TRUE(box->shown().empty());
 }
 
 TEST_F(ViewQueryResults, NullIsShownApartFromEmptyText) {
-    auto viewer = makeViewer("");
-    viewer->setRecordSet(rowsOf("SELECT NULL AS N, '' AS E, 12 AS I, 1.5 AS R, 'abc' AS T, "
-                                "Freight FROM dbo.Orders WHERE OrderID = (SELECT MIN(OrderID) "
-                                "FROM dbo.Orders)"));
-    show(*viewer);
+    auto viewer = showWith(rowsOf("SELECT NULL AS N, '' AS E, 12 AS I, 1.5 AS R, 'abc' AS T, "
+                                  "Freight FROM dbo.Orders WHERE OrderID = (SELECT MIN(OrderID) "
+                                  "FROM dbo.Orders)"));
     const QAbstractItemModel* model = grid(*viewer)->model();
     const auto cell = [model](int column, int role) {
         return model->index(0, column).data(role);
@@ -468,10 +437,8 @@ TEST_F(ViewQueryResults, NullIsShownApartFromEmptyText) {
 }
 
 TEST_F(ViewQueryResults, ColumnsAreFittedToTheirContent) {
-    auto viewer = makeViewer("");
-    viewer->setRecordSet(rowsOf("SELECT 1 AS A, 'a much longer text than the others' AS B, "
-                                "'x' AS LongColumnName"));
-    show(*viewer);
+    auto viewer = showWith(rowsOf("SELECT 1 AS A, 'a much longer text than the others' AS B, "
+                                  "'x' AS LongColumnName"));
     QTableView* view = grid(*viewer);
     const QFontMetrics metrics(view->font());
     EXPECT_GE(view->columnWidth(1),
@@ -487,19 +454,15 @@ TEST_F(ViewQueryResults, NoConnectionIsReportedAndTheViewerCloses) {
     viewer.setLngNrRecordsToShow(50);
     show(viewer);
     ASSERT_TRUE(QTest::qWaitFor([&] { return !viewer.isVisible(); }));
-    ASSERT_EQ(box->shown().size(), 1u);
-    EXPECT_EQ(box->shown()[0].strCaption, QStringLiteral("Preview Query Results"));
-    EXPECT_EQ(box->shown()[0].strText, QStringLiteral("No connection to SQL-Server"));
-    EXPECT_EQ(box->shown()[0].icon, MessageIcon::Critical);
-    EXPECT_EQ(box->shown()[0].buttons, MessageButtons::Ok);
+    expectMessages(1, "Preview Query Results", "No connection to SQL-Server", MessageIcon::Critical,
+                   MessageButtons::Ok);
     EXPECT_EQ(viewer.RecordSet(), nullptr);
 
     // Given rows without a connection: the message comes at once, the viewer closes when shown.
     box->clear();
     frmViewQueryResults modal(viewerServices());
     modal.setRecordSet(rowsOf("SELECT 1 AS A"));
-    ASSERT_EQ(box->shown().size(), 1u);
-    EXPECT_EQ(box->shown()[0].strText, QStringLiteral("No connection to SQL-Server"));
+    expectMessages(1, "Preview Query Results", "No connection to SQL-Server");
     EXPECT_EQ(modal.exec(), QDialog::Rejected);
     EXPECT_EQ(box->shown().size(), 1u);
 }
@@ -618,9 +581,7 @@ QByteArray contents(const QString& path) {
 
 TEST_F(ViewQueryResults, ExportWritesTheChosenFormat) {
     QTemporaryDir dir;
-    auto viewer = makeViewer("");
-    viewer->setRecordSet(awkwardRows());
-    show(*viewer);
+    auto viewer = showWith(awkwardRows());
     auto* exportButton = child<QPushButton>(*viewer, "cmdExport");
     ASSERT_TRUE(exportButton->isEnabled());
 
