@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <marovin/ModelError.h>
 #include <marovin/cSQLQuery.h>
+#include <string>
+#include <tuple>
 
 using namespace marovin;
 
@@ -14,13 +16,38 @@ TEST(Items, Defaults) {
     EXPECT_EQ(cOrderByItem().strSortOrder(), "");
 }
 
-TEST(SelectedItem, DefaultAliasIsTheLastNamePart) {
-    cSelectedItem item;
-    item.setStrName("dbo.Orders.Amount");
-    EXPECT_EQ(item.strAlias(), "Amount");
-    EXPECT_EQ(item.strFullFieldName(), "dbo.Orders.Amount AS Amount");
-    item.setStrAggregationFunction("SUM");
-    EXPECT_EQ(item.strFullFieldName(), "SUM(dbo.Orders.Amount) AS Amount");
+TEST(SelectedItem, AliasAndFullFieldNameFollowNameAliasAndAggregation) {
+    struct Case {
+        const char* name;
+        const char* alias; // nullptr: none set
+        const char* aggregation;
+        const char* readAlias;
+        const char* full;
+    };
+    const Case cases[] = {
+        // The default alias is the last name part.
+        {"dbo.Orders.Amount", nullptr, "", "Amount", "dbo.Orders.Amount AS Amount"},
+        {"dbo.Orders.Amount", nullptr, "SUM", "Amount", "SUM(dbo.Orders.Amount) AS Amount"},
+        // A blank alias reads as the default one and writes no AS.
+        {"Orders.Amount", "   ", "", "Amount", "Orders.Amount"},
+        // An alias equal to the field text gets no AS.
+        {"Amount", nullptr, "", "Amount", "Amount"},
+        {"Order Details.Unit Price", "Order Details.Unit Price", "", "Order Details.Unit Price",
+         "[Order Details].[Unit Price]"},
+        // The aggregation is trimmed for the test whether there is one, but written as stored.
+        {"O.x", nullptr, " ", "x", "O.x AS x"},
+        {"O.x", nullptr, " max", "x", " max(O.x) AS x"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.name) + " / " + c.aggregation);
+        cSelectedItem item;
+        item.setStrName(c.name);
+        if (c.alias)
+            item.setStrAlias(c.alias);
+        item.setStrAggregationFunction(c.aggregation);
+        EXPECT_EQ(item.strAlias(), c.readAlias);
+        EXPECT_EQ(item.strFullFieldName(), c.full);
+    }
 }
 
 TEST(SelectedItem, StoredAliasSurvivesLaterNames) {
@@ -33,50 +60,21 @@ TEST(SelectedItem, StoredAliasSurvivesLaterNames) {
     EXPECT_EQ(item.strFullFieldName(), "Orders.Freight AS Total");
 }
 
-TEST(SelectedItem, BlankAliasReadsAsDefaultAndWritesNoAs) {
-    cSelectedItem item;
-    item.setStrName("Orders.Amount");
-    item.setStrAlias("   ");
-    EXPECT_EQ(item.strAlias(), "Amount");
-    EXPECT_EQ(item.strFullFieldName(), "Orders.Amount");
-}
-
-TEST(SelectedItem, AliasEqualToTheFieldTextGetsNoAs) {
-    cSelectedItem item;
-    item.setStrName("Amount");
-    EXPECT_EQ(item.strFullFieldName(), "Amount");
-    item.setStrName("Order Details.Unit Price");
-    item.setStrAlias("Order Details.Unit Price");
-    EXPECT_EQ(item.strFullFieldName(), "[Order Details].[Unit Price]");
-}
-
-TEST(SelectedItem, AggregationIsTrimmedForTheTestButWrittenAsStored) {
-    cSelectedItem item;
-    item.setStrName("O.x");
-    item.setStrAggregationFunction(" ");
-    EXPECT_EQ(item.strFullFieldName(), "O.x AS x");
-    item.setStrAggregationFunction(" max");
-    EXPECT_EQ(item.strFullFieldName(), " max(O.x) AS x");
-}
-
-TEST(Table, FullTableName) {
-    cTable table;
-    table.setStrName("dbo.Orders");
-    EXPECT_EQ(table.strAlias(), "Orders");
-    EXPECT_EQ(table.strFullTableName(), "dbo.Orders AS Orders");
-    cTable plain;
-    plain.setStrName("Orders");
-    EXPECT_EQ(plain.strFullTableName(), "Orders");
-    cTable spaced;
-    spaced.setStrName(" dbo.Order Details ");
-    EXPECT_EQ(spaced.strFullTableName(), "dbo.[Order Details] AS [Order Details]");
-}
-
-TEST(Table, EmptyNameGivesEmptyAlias) {
-    cTable table;
-    table.setStrName("");
-    EXPECT_EQ(table.strAlias(), "");
-    EXPECT_EQ(table.strFullTableName(), "");
+TEST(Table, AliasAndFullTableName) {
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"dbo.Orders", "Orders", "dbo.Orders AS Orders"},
+        {"Orders", "Orders", "Orders"},
+        {" dbo.Order Details ", nullptr, "dbo.[Order Details] AS [Order Details]"},
+        {"", "", ""},
+    };
+    for (const auto& [name, alias, full] : cases) {
+        cTable table;
+        table.setStrName(name);
+        if (alias) { // nullptr: the alias is not the point of the case
+            EXPECT_EQ(table.strAlias(), alias) << name;
+        }
+        EXPECT_EQ(table.strFullTableName(), full) << name;
+    }
 }
 
 TEST(Table, SubQueryTableIsIndentedWithItsAlias) {
