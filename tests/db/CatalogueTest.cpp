@@ -30,6 +30,7 @@ namespace {
 using namespace std::chrono_literals;
 using TableRow = DbSession::TableRow;
 using Rows = std::vector<TableRow>;
+using test::sqliteConnection;
 
 std::string rowText(const TableRow& row) {
     return row.strSchema + "|" + row.strName + "|" + row.strType;
@@ -41,13 +42,6 @@ std::vector<std::string> rowTexts(const Rows& rows) {
     for (const TableRow& row : rows)
         texts.push_back(rowText(row));
     return texts;
-}
-
-cDbConnection sqliteConnection(const std::string& path) {
-    cDbConnection db;
-    db.setStrProvider(cDbConnection::kProviderSqlite);
-    db.setStrDatabase(path);
-    return db;
 }
 
 std::string generate(const std::string& path, SampleDatabaseGenerator::Options options) {
@@ -202,29 +196,26 @@ TEST_F(CatalogueListing, MatchesTheTableListUnderEveryCombinationOfOptions) {
     EXPECT_TRUE(db.GetListOfTables().starts_with("dbo.sqlite_schema,dbo.sqlite_sequence,"));
 }
 
+// Whether a row is listed, under the default options and with every option turned round.
 TEST_F(CatalogueListing, TheListOptionsDecidePerRowWithoutRegardToCase) {
-    cDbConnection db;
-    const auto lists = [&db](const char* type) {
-        return db.blnListsTableRow({"s", "n", type});
+    cDbConnection byDefault, turned;
+    turned.setBlnIncludeUserTables(false);
+    turned.setBlnIncludeViews(false);
+    turned.setBlnExcludeSystemTables(false);
+    turned.setBlnExcludeSystemViews(false);
+    const auto expectListed = [&](std::initializer_list<const char*> types, bool listedByDefault) {
+        for (const char* type : types) {
+            EXPECT_EQ(byDefault.blnListsTableRow({"s", "n", type}), listedByDefault) << type;
+            EXPECT_EQ(turned.blnListsTableRow({"s", "n", type}), !listedByDefault) << type;
+        }
     };
-    EXPECT_TRUE(lists("TABLE"));
-    EXPECT_TRUE(lists("table"));
-    EXPECT_TRUE(lists("View"));
-    EXPECT_FALSE(lists("SYSTEM TABLE"));
-    EXPECT_FALSE(lists("system view"));
-    EXPECT_FALSE(lists("SYNONYM"));
-    EXPECT_FALSE(lists("GLOBAL TEMPORARY"));
-    EXPECT_FALSE(lists("TABLES"));
-    EXPECT_FALSE(lists(""));
-    db.setBlnIncludeUserTables(false);
-    db.setBlnIncludeViews(false);
-    db.setBlnExcludeSystemTables(false);
-    db.setBlnExcludeSystemViews(false);
-    EXPECT_FALSE(lists("TABLE"));
-    EXPECT_FALSE(lists("VIEW"));
-    EXPECT_TRUE(lists("System Table"));
-    EXPECT_TRUE(lists("SYSTEM VIEW"));
-    EXPECT_FALSE(lists("SYSTEM"));
+    expectListed({"TABLE", "table", "View", "VIEW"}, true);
+    expectListed({"SYSTEM TABLE", "System Table", "system view", "SYSTEM VIEW"}, false);
+    // No option lists what is neither a table nor a view.
+    for (const char* type : {"SYNONYM", "GLOBAL TEMPORARY", "TABLES", "", "SYSTEM"}) {
+        EXPECT_FALSE(byDefault.blnListsTableRow({"s", "n", type})) << type;
+        EXPECT_FALSE(turned.blnListsTableRow({"s", "n", type})) << type;
+    }
 }
 
 TEST_F(CatalogueListing, AnOdbcSourceHandsOverPartsOfAThousandRowsInTheDriversOrder) {
@@ -455,33 +446,32 @@ protected:
     test::TempDir dir;
 };
 
+// Each step changes the schema (a new stamp, never one seen before) or only rows (the same).
 TEST_F(CatalogueStamp, FollowsSchemaChangesAndIgnoresNewRows) {
     const std::string path = dir.file("s.sqlite");
     test::writeSqlite(path, "CREATE TABLE a (x integer); INSERT INTO a VALUES (1);");
-    const std::string created = stamp(path);
-    EXPECT_TRUE(created.starts_with("sqlite:1:")) << created;
-    EXPECT_EQ(stamp(path), created);
-
-    test::writeSqlite(path, "INSERT INTO a SELECT x + 1 FROM a; INSERT INTO a SELECT x FROM a;");
-    EXPECT_EQ(stamp(path), created);
-    test::writeSqlite(path, "UPDATE a SET x = x * 2; DELETE FROM a WHERE x > 2;");
-    EXPECT_EQ(stamp(path), created);
-
-    test::writeSqlite(path, "CREATE TABLE b (y text);");
-    const std::string withB = stamp(path);
-    EXPECT_NE(withB, created);
-    test::writeSqlite(path, "ALTER TABLE b ADD COLUMN z real;");
-    const std::string altered = stamp(path);
-    EXPECT_NE(altered, withB);
-    test::writeSqlite(path, "CREATE VIEW v AS SELECT x FROM a;");
-    const std::string withView = stamp(path);
-    EXPECT_NE(withView, altered);
-    test::writeSqlite(path, "DROP TABLE b;");
-    const std::string dropped = stamp(path);
-    EXPECT_NE(dropped, withView);
-    EXPECT_NE(dropped, created);
-    test::writeSqlite(path, "INSERT INTO a VALUES (7);");
-    EXPECT_EQ(stamp(path), dropped);
+    std::string current = stamp(path);
+    EXPECT_TRUE(current.starts_with("sqlite:1:")) << current;
+    std::set<std::string> seen{current};
+    const std::pair<const char*, bool> steps[] = {
+        {"", false},
+        {"INSERT INTO a SELECT x + 1 FROM a; INSERT INTO a SELECT x FROM a;", false},
+        {"UPDATE a SET x = x * 2; DELETE FROM a WHERE x > 2;", false},
+        {"CREATE TABLE b (y text);", true},
+        {"ALTER TABLE b ADD COLUMN z real;", true},
+        {"CREATE VIEW v AS SELECT x FROM a;", true},
+        {"DROP TABLE b;", true},
+        {"INSERT INTO a VALUES (7);", false},
+    };
+    for (const auto& [script, changes] : steps) {
+        test::writeSqlite(path, script);
+        const std::string next = stamp(path);
+        if (changes)
+            EXPECT_TRUE(seen.insert(next).second) << script;
+        else
+            EXPECT_EQ(next, current) << script;
+        current = next;
+    }
 }
 
 TEST_F(CatalogueStamp, TellsApartDatabasesWhoseSchemasChangedEquallyOften) {
