@@ -152,7 +152,7 @@ bool contains(const std::vector<std::string>& items, const std::string& item) {
     return std::find(items.begin(), items.end(), item) != items.end();
 }
 
-TEST_F(OdbcPostgres, TheCatalogueHoldsTablesAndViewsWithTheirSchemas) {
+TEST_F(OdbcPostgres, TheCatalogueHoldsTablesAndViewsWithTheirSchemasInTheDriversOrder) {
     auto items = splitList(db.GetListOfTables());
     EXPECT_TRUE(contains(items, "public.orders"));
     EXPECT_TRUE(contains(items, "sales.orders"));
@@ -169,9 +169,9 @@ TEST_F(OdbcPostgres, TheCatalogueHoldsTablesAndViewsWithTheirSchemas) {
     db.setBlnIncludeViews(true);
     items = splitList(db.GetListOfTables());
     EXPECT_EQ(items, std::vector<std::string>{"public.big_orders"});
-}
 
-TEST_F(OdbcPostgres, TheCatalogueComesInTheDriversOrder) {
+    // With the default options: tables and views in the driver's order.
+    db = connection("postgres", kSuperuserPassword);
     auto session = db.GetConnection();
     ASSERT_NE(session, nullptr);
     std::vector<std::string> expected;
@@ -182,7 +182,7 @@ TEST_F(OdbcPostgres, TheCatalogueComesInTheDriversOrder) {
     EXPECT_EQ(splitList(db.GetListOfTables()), expected);
 }
 
-TEST_F(OdbcPostgres, ColumnsOfOneSchemaOrOfEvery) {
+TEST_F(OdbcPostgres, ColumnsOfOneSchemaOrOfEveryAndFieldInTable) {
     EXPECT_EQ(db.GetListOfFields("public.Order Details", false), "OrderID,Unit Price,Quantity");
     EXPECT_EQ(db.GetListOfFields("sales.orders", false), "id,region");
     EXPECT_EQ(db.GetListOfFields(" sales . orders ", true),
@@ -192,9 +192,7 @@ TEST_F(OdbcPostgres, ColumnsOfOneSchemaOrOfEvery) {
     // "_" is a wildcard of the catalogue functions; here it is taken literally.
     EXPECT_EQ(db.GetListOfFields("public.a_b", false), "p");
     EXPECT_EQ(db.GetListOfFields("public.nope", false), "");
-}
-
-TEST_F(OdbcPostgres, FieldInTable) {
+    // A field is in a table by its last part, compared with regard to case.
     EXPECT_TRUE(db.IsTheFieldInTheTable("sales.orders.region", "sales.orders"));
     EXPECT_FALSE(db.IsTheFieldInTheTable("Region", "sales.orders"));
     EXPECT_FALSE(db.IsTheFieldInTheTable("amount", "sales.orders"));
@@ -247,7 +245,7 @@ TEST_F(OdbcPostgres, ForeignKeysWithOddNamesAndAcrossSchemas) {
     EXPECT_EQ(keys(db, "public.big_orders"), std::vector<std::string>{});
 }
 
-TEST_F(OdbcPostgres, RowLimitsAndTypedValues) {
+TEST_F(OdbcPostgres, RowLimitsTypedValuesAndUtf8Text) {
     std::string error;
     auto all = db.FireQuery("SELECT id, amount, note FROM public.orders ORDER BY id", error, 0);
     ASSERT_NE(all, nullptr) << error;
@@ -263,29 +261,24 @@ TEST_F(OdbcPostgres, RowLimitsAndTypedValues) {
     ASSERT_NE(limited, nullptr) << error;
     EXPECT_EQ(limited->RecordCount(), 100);
     EXPECT_EQ(limited->value(99, 0).AsInteger(), 100);
-}
 
-TEST_F(OdbcPostgres, TextComesBackInUtf8) {
-    std::string error;
+    // Text comes back in UTF-8.
     auto rs = db.FireQuery("SELECT 'Z\u00fcrich \u2013 \u6771\u4eac' AS city", error, 0);
     ASSERT_NE(rs, nullptr) << error;
     EXPECT_EQ(rs->value(0, 0).AsText(), "Z\u00fcrich \u2013 \u6771\u4eac");
 }
 
-TEST_F(OdbcPostgres, ErrorsCarryTheDriversDiagnostics) {
+// Errors carry the driver's diagnostics; the syntax check prepares without running.
+TEST_F(OdbcPostgres, ErrorsAndTheSyntaxCheck) {
     std::string error;
     EXPECT_EQ(db.FireQuery("SELECT * FROM public.nope", error, 10), nullptr);
     EXPECT_TRUE(error.starts_with("Error\r\n\r\n")) << error;
     EXPECT_NE(error.find("relation \"public.nope\" does not exist"), std::string::npos) << error;
-}
-
-TEST_F(OdbcPostgres, TheSyntaxCheckPreparesWithoutRunning) {
     EXPECT_EQ(db.CheckSQLSyntax("SELECT id FROM public.orders"), "Syntax SQL Query correct");
     std::string message = db.CheckSQLSyntax("SELECT * FORM public.orders");
     EXPECT_TRUE(message.starts_with("Syntax error:\r\n")) << message;
     EXPECT_NE(message.find("syntax error at or near \"FORM\""), std::string::npos) << message;
     EXPECT_EQ(db.CheckSQLSyntax("DELETE FROM public.orders"), "Syntax SQL Query correct");
-    std::string error;
     auto rs = db.FireQuery("SELECT count(*) FROM public.orders", error, 0);
     ASSERT_NE(rs, nullptr) << error;
     EXPECT_EQ(rs->value(0, 0).AsInteger(), 500);
