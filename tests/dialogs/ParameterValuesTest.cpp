@@ -17,7 +17,7 @@ class ParameterValuesTest : public DialogTest {
 protected:
     std::unique_ptr<frmParameterValues> open(std::vector<std::string> names) {
         auto dialog = std::make_unique<frmParameterValues>(services());
-        dialog->setColParameters(std::make_shared<std::vector<std::string>>(std::move(names)));
+        dialog->setColParameters(nameList(std::move(names)));
         show(*dialog);
         return dialog;
     }
@@ -69,10 +69,8 @@ TEST_F(ParameterValuesTest, OkOnlyOnceEveryRowHoldsMoreThanBlanks) {
     EXPECT_FALSE(ok->isEnabled());
     type(rowFields[1], QStringLiteral("x"));
     EXPECT_TRUE(ok->isEnabled());
-    press(rowFields[0], Qt::Key_Backspace);
-    press(rowFields[0], Qt::Key_Backspace);
-    press(rowFields[0], Qt::Key_Backspace);
-    press(rowFields[0], Qt::Key_Backspace);
+    for (int i = 0; i < 4; ++i)
+        press(rowFields[0], Qt::Key_Backspace);
     EXPECT_FALSE(ok->isEnabled());
 
     // No parameters at all: nothing to ask, OK at once. No list: nothing can be confirmed.
@@ -133,19 +131,20 @@ TEST_F(ParameterValuesTest, RememberedValuesFillRowsByPosition) {
 TEST_F(ParameterValuesTest, CancelAndEscapeGiveNoValuesAndKeepTheRememberedOnes) {
     settings->SaveSetting(QStringLiteral("InitValQueryParam"), QStringLiteral("ParamString"),
                           QStringLiteral("1997"));
-    auto dialog = open({"Year"});
-    type(fields(*dialog)[0], QStringLiteral("8"));
-    click(child<QPushButton>(*dialog, "CancelButton"));
-    EXPECT_FALSE(dialog->isVisible());
-    EXPECT_EQ(dialog->colValues(), nullptr);
-    EXPECT_EQ(remembered(), "1997");
-
-    auto again = open({"Year"});
-    EXPECT_EQ(fields(*again)[0]->text(), "1997");
-    press(fields(*again)[0], Qt::Key_Escape);
-    EXPECT_FALSE(again->isVisible());
-    EXPECT_EQ(again->colValues(), nullptr);
-    EXPECT_EQ(remembered(), "1997");
+    for (const bool escape : {false, true}) {
+        SCOPED_TRACE(escape ? "Escape" : "Cancel");
+        auto dialog = open({"Year"});
+        QLineEdit* field = fields(*dialog)[0];
+        EXPECT_EQ(field->text(), "1997");
+        type(field, QStringLiteral("8"));
+        if (escape)
+            press(field, Qt::Key_Escape);
+        else
+            click(child<QPushButton>(*dialog, "CancelButton"));
+        EXPECT_FALSE(dialog->isVisible());
+        EXPECT_EQ(dialog->colValues(), nullptr);
+        EXPECT_EQ(remembered(), "1997");
+    }
     EXPECT_TRUE(box->shown().empty());
 }
 
