@@ -24,8 +24,7 @@ protected:
     void SetUp() override {
         path = dir.file("cancel.sqlite");
         test::writeSqlite(path, "CREATE TABLE t (a integer); INSERT INTO t VALUES (1), (2);");
-        db.setStrProvider(cDbConnection::kProviderSqlite);
-        db.setStrDatabase(path);
+        db = test::sqliteConnection(path);
     }
 
     // Cancels once the call has had time to start its statement.
@@ -93,10 +92,9 @@ TEST_F(DbCancellationTest, WithoutACancelTheCallsAnswerAsBefore) {
     EXPECT_FALSE(cancellation.blnCancelled());
 
     // No connection: the usual answer, whatever the cancellation says.
-    cDbConnection missing;
-    missing.setStrProvider(cDbConnection::kProviderSqlite);
-    missing.setStrDatabase(dir.file("none.sqlite"));
-    EXPECT_EQ(missing.FireQuery("SELECT 1", error, 1, &cancellation), nullptr);
+    EXPECT_EQ(test::sqliteConnection(dir.file("none.sqlite"))
+                  .FireQuery("SELECT 1", error, 1, &cancellation),
+              nullptr);
     EXPECT_EQ(error, "Problems connecting to database");
 }
 

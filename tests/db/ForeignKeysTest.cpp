@@ -19,12 +19,7 @@ namespace {
 using test::keyTexts;
 using Keys = std::vector<std::string>;
 
-cDbConnection sqliteConnection(const std::string& path) {
-    cDbConnection db;
-    db.setStrProvider(cDbConnection::kProviderSqlite);
-    db.setStrDatabase(path);
-    return db;
-}
+using test::sqliteConnection;
 
 // The small sample database, written once for the suite.
 class SampleDatabaseForeignKeys : public ::testing::Test {

@@ -68,9 +68,7 @@ TEST(Recordset, AQueryOfManyBlocksMatchesTheFileRowForRow) {
     test::writeSqlite(path, "CREATE TABLE t (i integer, s text);"
                             "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
                             "WHERE i < 5000) INSERT INTO t SELECT i, 'v' || (i * 7) FROM n;");
-    cDbConnection db;
-    db.setStrProvider("SQLite");
-    db.setStrDatabase(path);
+    const cDbConnection db = test::sqliteConnection(path);
     std::string error;
     auto rs = db.FireQuery("SELECT i, s FROM t ORDER BY i", error, 0);
     ASSERT_NE(rs, nullptr) << error;
@@ -191,9 +189,7 @@ TEST(Recordset, QueriesEndingAroundABlockBoundary) {
                             "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
                             "WHERE i < 1025) INSERT INTO t SELECT i, 'v' || i, x'00ff', NULL "
                             "FROM n;");
-    cDbConnection db;
-    db.setStrProvider("SQLite");
-    db.setStrDatabase(path);
+    const cDbConnection db = test::sqliteConnection(path);
     for (std::int32_t count : {1023, 1024, 1025}) {
         std::string error;
         auto rs = db.FireQuery("SELECT i, s, b, n FROM t ORDER BY i", error, count);

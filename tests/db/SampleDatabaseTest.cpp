@@ -22,9 +22,7 @@ std::string generate(const test::TempDir& dir, const std::string& name,
 
 // Every row of every table and view, in a fixed order, as one text.
 std::string contents(const std::string& path) {
-    cDbConnection db;
-    db.setStrProvider("SQLite");
-    db.setStrDatabase(path);
+    const cDbConnection db = test::sqliteConnection(path);
     std::string all;
     std::string list = db.GetListOfTables();
     std::size_t start = 0;

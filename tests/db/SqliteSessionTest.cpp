@@ -12,11 +12,16 @@
 namespace marovin {
 namespace {
 
-TEST(SqliteSession, TheCommandTimeoutInterruptsAnEndlessStatement) {
+// A file holding one empty table t.
+class SqliteSession : public ::testing::Test {
+protected:
+    void SetUp() override { test::writeSqlite(path, "CREATE TABLE t (x integer);"); }
     test::TempDir dir;
-    std::string path = dir.file("t.sqlite");
-    test::writeSqlite(path, "CREATE TABLE t (x integer);");
-    SqliteSession session(path, 1);
+    const std::string path = dir.file("t.sqlite");
+};
+
+TEST_F(SqliteSession, TheCommandTimeoutInterruptsAnEndlessStatement) {
+    marovin::SqliteSession session(path, 1);
     const std::string endless =
         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT count(*) FROM n";
     try {
@@ -30,11 +35,8 @@ TEST(SqliteSession, TheCommandTimeoutInterruptsAnEndlessStatement) {
     EXPECT_EQ(rs->value(0, 0).AsInteger(), 0);
 }
 
-TEST(SqliteSession, AClosedSessionRefusesWork) {
-    test::TempDir dir;
-    std::string path = dir.file("c.sqlite");
-    test::writeSqlite(path, "CREATE TABLE t (x integer);");
-    SqliteSession session(path, 600);
+TEST_F(SqliteSession, AClosedSessionRefusesWork) {
+    marovin::SqliteSession session(path, 600);
     session.Close();
     session.Close(); // twice is harmless
     EXPECT_THROW(session.Query("SELECT 1", 0), DbError);
