@@ -720,14 +720,15 @@ void cSQLQuery::appendFrom(std::string& out) const {
 
     // Tables named in no join follow as cross joins. A table of a join is named by it; any other
     // table is looked up by its name among the joins' tables, whose names are gathered only when
-    // such a table exists.
+    // such a table exists. A joined table is found by its address, without reading the table.
     std::unordered_set<std::string_view> joinedNames;
     bool gathered = false;
     long counter = m_JoinConditions->Count();
-    forEachAhead(*m_Tables, [&](const cTable& table) {
+    for (const auto& tablePtr : *m_Tables) {
+        const cTable& table = *tablePtr;
         const auto& tableNames = names.Of(table);
         if (tableNames.joined)
-            return;
+            continue;
         if (!gathered) {
             joinedNames.reserve(2 * joinCount);
             for (const JoinSides& sides : joins) {
@@ -737,7 +738,7 @@ void cSQLQuery::appendFrom(std::string& out) const {
             gathered = true;
         }
         if (joinedNames.count(tableNames.full) != 0)
-            return;
+            continue;
         if (counter != 0) {
             out += kCrLf;
             out += kItemIndent;
@@ -745,7 +746,7 @@ void cSQLQuery::appendFrom(std::string& out) const {
         }
         out += tableNames.full;
         ++counter;
-    });
+    }
 }
 
 std::string cSQLQuery::strSQL() {

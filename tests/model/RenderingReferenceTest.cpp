@@ -26,13 +26,14 @@ namespace {
 const std::string kIndent = "     ";
 const std::string kBreak = "\r\n";
 
-std::string naiveReplaceAll(std::string text, const std::string& from, const std::string& to) {
+std::string naiveReplaceAll(const std::string& text, const std::string& from,
+                            const std::string& to) {
+    std::string result;
     size_t pos = 0;
-    while ((pos = text.find(from, pos)) != std::string::npos) {
-        text.replace(pos, from.size(), to);
-        pos += to.size();
-    }
-    return text;
+    for (size_t found; (found = text.find(from, pos)) != std::string::npos;
+         pos = found + from.size())
+        result.append(text, pos, found - pos).append(to);
+    return result.append(text, pos);
 }
 
 std::string naiveCollapse(std::string text) {
@@ -455,7 +456,59 @@ std::shared_ptr<cSQLQuery> chainQuery(uint32_t seed, int tables) {
     return q;
 }
 
+// A query of some hundred kilobytes whose texts are made of line breaks, typed line breaks and
+// their fragments, so that runs of line breaks and tokens fall across items, clauses and every
+// offset of the statement.
+std::shared_ptr<cSQLQuery> brokenLinesQuery(uint32_t seed) {
+    static constexpr std::array<const char*, 12> kPieces = {
+        "{newline}", "{newline", "newline}", "{", "}", "\r\n",
+        "\r\n\r\n",  "\r",       "\n",       "x", " ", "{newline}\r\n"};
+    std::mt19937 random(seed);
+    const auto text = [&] {
+        std::string result;
+        for (int n = static_cast<int>(random() % 5); n > 0; --n)
+            result += kPieces[random() % kPieces.size()];
+        return result;
+    };
+    auto q = std::make_shared<cSQLQuery>();
+    std::shared_ptr<cTable> previous;
+    for (int t = 0; t < 400; ++t) {
+        auto table = q->Tables()->Add();
+        table->setStrName("T" + std::to_string(t));
+        if (previous) {
+            auto join = q->JoinConditions()->Add();
+            join->setLeftTable(t % 2 ? table : previous);
+            join->setRightTable(t % 2 ? previous : table);
+            join->setStrCondition(text() + "a = b" + text());
+        }
+        previous = table;
+    }
+    for (int i = 0; i < 3000; ++i) {
+        auto item = q->SelectedItems()->Add();
+        item->setStrName("T" + std::to_string(i % 400) + ".c" + std::to_string(i));
+        if (random() % 9 == 0)
+            item->setStrAggregationFunction(random() % 2 ? "SUM" : " ");
+    }
+    for (int i = 0; i < 1500; ++i) {
+        auto item = q->CalculatedItems()->Add();
+        item->setStrComputation(text() + (random() % 5 == 0 ? "MAX(y)" : "y") + text());
+        item->setStrName(random() % 3 ? "" : "n" + std::to_string(i));
+        auto filter = q->Filters()->Add();
+        filter->setStrCondition(text() + (random() % 2 ? "SUM(z) > 1" : "z > 1") + text());
+    }
+    return q;
+}
+
 } // namespace
+
+TEST(RenderingReference, LargeQueriesWithLineBreaksEverywhere) {
+    for (uint32_t seed = 1; seed <= 3; ++seed) {
+        const auto q = brokenLinesQuery(seed);
+        ASSERT_GT(refSQL(*q).size(), 200'000u);
+        expectSameRendering([seed] { return brokenLinesQuery(seed); },
+                            "broken lines seed " + std::to_string(seed));
+    }
+}
 
 TEST(RenderingReference, GeneratedQueries) {
     for (uint32_t seed = 1; seed <= 400; ++seed)
