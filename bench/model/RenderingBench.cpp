@@ -3,7 +3,8 @@
 // on its left side, so the chain grows at both ends), one of them a sub-query table; ten selected
 // items per table (every tenth summed), a calculated item per five tables (every other one an
 // aggregate, some with a typed line break), a WHERE and a HAVING filter per five tables, and
-// sort entries. A last case selects 100,000 items from ten tables.
+// sort entries. The statement and FROM again with one selected item per table. A last case
+// selects 100,000 items from ten tables.
 
 #include <benchmark/benchmark.h>
 #include <map>
@@ -105,6 +106,12 @@ template <std::string (*Render)(cSQLQuery&)> void BM_Clause(benchmark::State& st
     runRendering<Render>(state, static_cast<int>(state.range(0)), kItemsPerTable);
 }
 
+// The same query with one selected item per table: the tables and joins lie close together on
+// the heap, and the rendering's own temporaries weigh more against the query.
+template <std::string (*Render)(cSQLQuery&)> void BM_NarrowClause(benchmark::State& state) {
+    runRendering<Render>(state, static_cast<int>(state.range(0)), 1);
+}
+
 std::string renderSQL(cSQLQuery& q) {
     return q.strSQL();
 }
@@ -142,6 +149,17 @@ MAROVIN_CLAUSE_BENCHMARK(renderWhere, "strWhere");
 MAROVIN_CLAUSE_BENCHMARK(renderGroupBy, "strGroupBy");
 MAROVIN_CLAUSE_BENCHMARK(renderHaving, "strHaving");
 MAROVIN_CLAUSE_BENCHMARK(renderOrderBy, "strOrderBy");
+
+#define MAROVIN_NARROW_BENCHMARK(render, label)                                                    \
+    BENCHMARK_TEMPLATE(BM_NarrowClause, render)                                                    \
+        ->Name(label)                                                                              \
+        ->RangeMultiplier(10)                                                                      \
+        ->Range(100, 10000)                                                                        \
+        ->Unit(benchmark::kMicrosecond)                                                            \
+        ->Complexity()
+
+MAROVIN_NARROW_BENCHMARK(renderSQL, "strSQL_oneItemPerTable");
+MAROVIN_NARROW_BENCHMARK(renderFrom, "strFrom_oneItemPerTable");
 
 // 100,000 selected items from ten tables.
 void BM_WideSelection(benchmark::State& state) {

@@ -6,12 +6,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <deque>
 #include <initializer_list>
 #include <iterator>
 #include <memory>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace marovin {
@@ -48,7 +46,9 @@ template <class Collection, class Visit> void forEachAhead(const Collection& ite
 // kept in a list of their own, last first, so that neither end ever moves the other's pieces.
 class PieceChain {
 public:
-    explicit PieceChain(size_t expected) {
+    // Empties the chain for about `expected` pieces at each end, keeping the room it had.
+    void Reset(size_t expected) {
+        clear();
         m_front.reserve(expected);
         m_back.reserve(expected);
     }
@@ -67,11 +67,10 @@ public:
     }
     // The chain followed by the pieces and the chain once more.
     void AppendRepeated(std::initializer_list<std::string_view> pieces) {
-        std::vector<std::string_view> copy(m_front.rbegin(), m_front.rend());
-        copy.insert(copy.end(), m_back.begin(), m_back.end());
+        m_copy.assign(m_front.rbegin(), m_front.rend());
+        m_copy.insert(m_copy.end(), m_back.begin(), m_back.end());
         Append(pieces);
-        for (const std::string_view piece : copy)
-            m_back.push_back(piece);
+        m_back.insert(m_back.end(), m_copy.begin(), m_copy.end());
     }
     size_t Length() const {
         size_t length = 0;
@@ -96,10 +95,15 @@ public:
             out += at(i);
         }
     }
+    size_t RetainedBytes() const {
+        return (m_front.capacity() + m_back.capacity() + m_copy.capacity()) *
+               sizeof(std::string_view);
+    }
 
 private:
     std::vector<std::string_view> m_front; // Last first.
     std::vector<std::string_view> m_back;
+    std::vector<std::string_view> m_copy; // The chain while it is repeated.
 };
 
 // Slots of the open-addressing tables below: a position in a list and a tag of the hash, eight
@@ -144,6 +148,16 @@ template <class HashOf> void growSlots(std::vector<HashSlot>& slots, HashOf&& ha
     }
 }
 
+// Puts a position into the free slot found for it, and doubles the slots once they are more
+// than half full.
+template <class HashOf>
+void fillSlot(std::vector<HashSlot>& slots, size_t at, uint64_t hash, size_t count,
+              HashOf&& hashOf) {
+    slots[at] = HashSlot{static_cast<uint32_t>(count), static_cast<uint32_t>(hash >> 32)};
+    if (2 * count > slots.size())
+        growSlots(slots, hashOf);
+}
+
 // Mixes every bit of an address into the low bits the slots are chosen by: objects are aligned,
 // so the address's own low bits are always zero, and a plain multiplication keeps them so (the
 // lookups then crowd into one slot in sixteen).
@@ -157,16 +171,30 @@ uint64_t hashAddress(const void* address) {
     return x;
 }
 
-// Texts that stay where they are until the store goes: copied into large blocks, so that the
-// names of thousands of tables cost a handful of allocations.
+// Texts that stay where they are until the store is reset: copied into large blocks, so that
+// the names of thousands of tables cost a handful of allocations. A reset keeps the blocks for
+// the next texts.
 class TextStore {
 public:
+    void Reset() {
+        m_current = 0;
+        m_next = m_blocks.empty() ? nullptr : m_blocks.front().text.get();
+        m_free = m_blocks.empty() ? 0 : m_blocks.front().size;
+    }
     std::string_view Keep(std::string_view text) {
-        if (m_blocks.empty() || m_free < text.size()) {
-            const size_t size = std::max(kBlockSize, text.size());
-            m_blocks.push_back(std::make_unique<char[]>(size));
-            m_next = m_blocks.back().get();
-            m_free = size;
+        if (m_free < text.size() || m_blocks.empty()) {
+            // The next kept block with room for the text, else a new one.
+            while (m_current + 1 < m_blocks.size() && m_blocks[m_current + 1].size < text.size())
+                ++m_current;
+            if (m_blocks.empty() || m_current + 1 >= m_blocks.size()) {
+                const size_t size = std::max(kBlockSize, text.size());
+                m_blocks.push_back(Block{std::make_unique<char[]>(size), size});
+                m_current = m_blocks.size() - 1;
+            } else {
+                ++m_current;
+            }
+            m_next = m_blocks[m_current].text.get();
+            m_free = m_blocks[m_current].size;
         }
         if (!text.empty())
             std::memcpy(m_next, text.data(), text.size());
@@ -175,17 +203,28 @@ public:
         m_free -= text.size();
         return kept;
     }
+    size_t RetainedBytes() const {
+        size_t bytes = 0;
+        for (const Block& block : m_blocks)
+            bytes += block.size;
+        return bytes;
+    }
 
 private:
     static constexpr size_t kBlockSize = 64 * 1024;
-    std::vector<std::unique_ptr<char[]>> m_blocks;
+    struct Block {
+        std::unique_ptr<char[]> text;
+        size_t size;
+    };
+    std::vector<Block> m_blocks;
+    size_t m_current = 0;
     char* m_next = nullptr;
     size_t m_free = 0;
 };
 
 // The names of the tables met while rendering FROM, each table's name rendered once (a sub-query
-// table renders its whole statement for it). Tables are found by address; the names live in one
-// text store.
+// table renders its whole statement for it). Tables are found by address and their names by
+// position in the cache; the names live in one text store.
 class TableNameCache {
 public:
     struct Names {
@@ -193,35 +232,48 @@ public:
         std::string_view full;    // As written in FROM.
         std::string_view trimmed; // Within full, without surrounding blanks (the join chain's).
         std::string_view folded;  // The trimmed name folded for comparison without regard to case.
-        bool joined = false;      // Named by a join: trimmed, folded and sameName are set.
-        // The first table named by a join under the same folded name: the one that stands for
-        // all of them in the chain.
-        Names* sameName = nullptr;
+        // Position + 1 of the first table named by a join under the same folded name: the one
+        // that stands for all of them in the chain. 0 for a table that no join names.
+        uint32_t sameName = 0;
         bool inChain = false; // Of the first table of a name: the name is in the chain.
     };
 
-    explicit TableNameCache(size_t expected)
-        : m_slots(slotCountFor(expected)), m_foldedSlots(slotCountFor(expected)) {}
-
-    const Names& Of(const cTable& table) { return entry(table); }
-
-    // True when a table of the same folded name is in the join chain.
-    static bool InChain(const Names& names) { return names.sameName->inChain; }
-    // Marks the table's name as being in the chain. Throws ModelError, like the keyed
-    // collections, when it is there already.
-    static void AddToChain(const Names& names) {
-        if (names.sameName->inChain)
-            throw ModelError("Duplicate key \"" + std::string(names.trimmed) +
-                             "\": the key is already in use");
-        names.sameName->inChain = true;
+    // Forgets the tables of the last rendering, keeping the room, for about `expected` tables.
+    void Reset(size_t expected) {
+        m_names.clear();
+        m_names.reserve(expected);
+        m_slots.assign(slotCountFor(expected), HashSlot{});
+        m_foldedSlots.assign(slotCountFor(expected), HashSlot{});
+        m_firstOfName.clear();
+        m_fullSlots.clear();
+        m_text.Reset();
     }
 
-    // The names of a join's table. Throws ModelError when the join has no table on that side.
-    const Names& OfJoin(const cTable* table, const char* side) {
+    const Names& operator[](size_t position) const { return m_names[position]; }
+
+    // The position of a table's names.
+    size_t Of(const cTable& table) { return entry(table); }
+
+    static bool Joined(const Names& names) { return names.sameName != 0; }
+    // True when a table of the same folded name is in the join chain.
+    bool InChain(size_t position) const { return m_names[m_names[position].sameName - 1].inChain; }
+    // Marks the table's name as being in the chain. Throws ModelError, like the keyed
+    // collections, when it is there already.
+    void AddToChain(size_t position) {
+        Names& first = m_names[m_names[position].sameName - 1];
+        if (first.inChain)
+            throw ModelError("Duplicate key \"" + std::string(m_names[position].trimmed) +
+                             "\": the key is already in use");
+        first.inChain = true;
+    }
+
+    // The position of a join's table. Throws ModelError when the join has no table on that side.
+    size_t OfJoin(const cTable* table, const char* side) {
         if (!table)
             throw ModelError(std::string("A join has no ") + side + " table");
-        Names& names = entry(*table);
-        if (!names.joined) {
+        const size_t position = entry(*table);
+        Names& names = m_names[position];
+        if (!Joined(names)) {
             const std::string_view full = names.full;
             const auto first = full.find_first_not_of(' ');
             names.trimmed = first == std::string_view::npos
@@ -230,54 +282,140 @@ public:
             m_scratch.clear();
             AppendFoldedKey(m_scratch, names.trimmed);
             names.folded = m_text.Keep(m_scratch);
-            names.sameName = firstOfName(names);
-            names.joined = true;
+            names.sameName = static_cast<uint32_t>(firstOfName(position) + 1);
         }
-        return names;
+        return position;
+    }
+
+    // True when a table named by a join is written exactly so. Asked only after every join.
+    bool IsJoinedName(std::string_view full) {
+        const auto hashOf = [this](size_t i) {
+            return std::hash<std::string_view>{}(m_names[m_joined[i]].full);
+        };
+        if (m_fullSlots.empty()) {
+            m_joined.clear();
+            for (size_t i = 0; i < m_names.size(); ++i) {
+                if (Joined(m_names[i]))
+                    m_joined.push_back(static_cast<uint32_t>(i));
+            }
+            m_fullSlots.assign(slotCountFor(m_joined.size()), HashSlot{});
+            for (size_t i = 0; i < m_joined.size(); ++i) {
+                const uint64_t hash = hashOf(i);
+                const size_t at = findSlot(m_fullSlots, hash, [](size_t) { return false; });
+                m_fullSlots[at] =
+                    HashSlot{static_cast<uint32_t>(i + 1), static_cast<uint32_t>(hash >> 32)};
+            }
+        }
+        const size_t at = findSlot(m_fullSlots, std::hash<std::string_view>{}(full),
+                                   [&](size_t i) { return m_names[m_joined[i]].full == full; });
+        return m_fullSlots[at].position != 0;
+    }
+
+    size_t RetainedBytes() const {
+        return m_names.capacity() * sizeof(Names) +
+               (m_slots.capacity() + m_foldedSlots.capacity() + m_fullSlots.capacity()) *
+                   sizeof(HashSlot) +
+               (m_firstOfName.capacity() + m_joined.capacity()) * sizeof(uint32_t) +
+               m_text.RetainedBytes() + m_scratch.capacity();
     }
 
 private:
-    Names& entry(const cTable& table) {
+    size_t entry(const cTable& table) {
         const uint64_t hash = hashAddress(&table);
         const size_t at = findSlot(
             m_slots, hash, [&](size_t position) { return m_names[position].table == &table; });
         if (m_slots[at].position != 0)
-            return m_names[m_slots[at].position - 1];
+            return m_slots[at].position - 1;
         m_scratch.clear();
         table.AppendFullTableName(m_scratch);
-        m_names.push_back(Names{&table, m_text.Keep(m_scratch), {}, {}, false});
-        m_slots[at] =
-            HashSlot{static_cast<uint32_t>(m_names.size()), static_cast<uint32_t>(hash >> 32)};
-        if (2 * m_names.size() > m_slots.size())
-            growSlots(m_slots,
-                      [this](size_t position) { return hashAddress(m_names[position].table); });
-        return m_names.back();
+        m_names.push_back(Names{&table, m_text.Keep(m_scratch), {}, {}, 0, false});
+        fillSlot(m_slots, at, hash, m_names.size(),
+                 [this](size_t position) { return hashAddress(m_names[position].table); });
+        return m_names.size() - 1;
     }
 
-    // The first joined table of the folded name, which becomes that one when none is known.
-    Names* firstOfName(Names& names) {
-        const uint64_t hash = std::hash<std::string_view>{}(names.folded);
-        const size_t at = findSlot(m_foldedSlots, hash, [&](size_t position) {
-            return m_firstOfName[position]->folded == names.folded;
+    // The position of the first joined table of the folded name, which becomes this one when
+    // none is known.
+    size_t firstOfName(size_t position) {
+        const std::string_view folded = m_names[position].folded;
+        const uint64_t hash = std::hash<std::string_view>{}(folded);
+        const size_t at = findSlot(m_foldedSlots, hash, [&](size_t i) {
+            return m_names[m_firstOfName[i]].folded == folded;
         });
         if (m_foldedSlots[at].position != 0)
             return m_firstOfName[m_foldedSlots[at].position - 1];
-        m_firstOfName.push_back(&names);
-        m_foldedSlots[at] = HashSlot{static_cast<uint32_t>(m_firstOfName.size()),
-                                     static_cast<uint32_t>(hash >> 32)};
-        if (2 * m_firstOfName.size() > m_foldedSlots.size())
-            growSlots(m_foldedSlots, [this](size_t position) {
-                return std::hash<std::string_view>{}(m_firstOfName[position]->folded);
-            });
-        return &names;
+        m_firstOfName.push_back(static_cast<uint32_t>(position));
+        fillSlot(m_foldedSlots, at, hash, m_firstOfName.size(), [this](size_t i) {
+            return std::hash<std::string_view>{}(m_names[m_firstOfName[i]].folded);
+        });
+        return position;
     }
 
-    std::vector<HashSlot> m_slots;
-    std::vector<HashSlot> m_foldedSlots;
-    std::vector<Names*> m_firstOfName;
-    std::deque<Names> m_names; // Stays in place while it grows.
+    std::vector<Names> m_names;
+    std::vector<HashSlot> m_slots;       // By address.
+    std::vector<HashSlot> m_foldedSlots; // By folded name, over m_firstOfName.
+    std::vector<uint32_t> m_firstOfName;
+    std::vector<HashSlot> m_fullSlots; // By name as written, over m_joined; made when asked.
+    std::vector<uint32_t> m_joined;
     TextStore m_text;
     std::string m_scratch; // Reused for every name before it is kept.
+};
+
+// What rendering FROM needs besides its text, kept from one rendering to the next on the same
+// thread. Made anew for every rendering, the few megabytes of a long chain of joins came from
+// the top of the heap and, once freed, often went back to the system, so that the next
+// rendering faulted every page in again: rendering then grew twice as fast as the query.
+struct FromWorkspace {
+    struct JoinSides {
+        const cJoinCondition* join;
+        const cTable* left;
+        const cTable* right;
+    };
+    TableNameCache names;
+    PieceChain chain;
+    std::vector<JoinSides> joins;
+
+    size_t RetainedBytes() const {
+        return names.RetainedBytes() + chain.RetainedBytes() + joins.capacity() * sizeof(JoinSides);
+    }
+};
+
+// Lends the thread's workspace, or one of its own to a rendering nested in another (a sub-query
+// table renders its statement while its query renders FROM). A workspace grown beyond what
+// ordinary queries need is given back after use.
+class FromWorkspaceLease {
+public:
+    FromWorkspaceLease() {
+        if (!t_lent) {
+            t_lent = true;
+            m_workspace = &threadWorkspace();
+        } else {
+            m_own = std::make_unique<FromWorkspace>();
+            m_workspace = m_own.get();
+        }
+    }
+    ~FromWorkspaceLease() {
+        if (m_own)
+            return;
+        if (m_workspace->RetainedBytes() > kMostKept)
+            *m_workspace = FromWorkspace();
+        t_lent = false;
+    }
+    FromWorkspaceLease(const FromWorkspaceLease&) = delete;
+    FromWorkspaceLease& operator=(const FromWorkspaceLease&) = delete;
+
+    FromWorkspace& operator*() const { return *m_workspace; }
+
+private:
+    static constexpr size_t kMostKept = 32 * 1024 * 1024;
+    static FromWorkspace& threadWorkspace() {
+        thread_local FromWorkspace workspace;
+        return workspace;
+    }
+    static inline thread_local bool t_lent = false;
+
+    FromWorkspace* m_workspace = nullptr;
+    std::unique_ptr<FromWorkspace> m_own;
 };
 
 // Replaces every typed line break token by a blank, then collapses each run of line breaks to
@@ -664,16 +802,16 @@ void cSQLQuery::appendFrom(std::string& out) const {
     // a new chain, and one that meets it on both sides repeats it. Keeping pieces instead of text
     // means that wrapping never copies the chain.
     const size_t joinCount = static_cast<size_t>(m_JoinConditions->Count());
-    TableNameCache names(static_cast<size_t>(m_Tables->Count()));
-    PieceChain chain(4 * joinCount + 4);
+    const FromWorkspaceLease lease;
+    FromWorkspace& workspace = *lease;
+    TableNameCache& names = workspace.names;
+    names.Reset(static_cast<size_t>(m_Tables->Count()));
+    PieceChain& chain = workspace.chain;
+    chain.Reset(4 * joinCount + 4);
     // The joins and their tables are gathered first, so that each join's tables can be asked
     // for from memory a few joins before they are needed.
-    struct JoinSides {
-        const cJoinCondition* join;
-        const cTable* left;
-        const cTable* right;
-    };
-    std::vector<JoinSides> joins;
+    auto& joins = workspace.joins;
+    joins.clear();
     joins.reserve(joinCount);
     forEachAhead(*m_JoinConditions, [&joins](const cJoinCondition& join) {
         joins.push_back({&join, join.LeftTable().get(), join.RightTable().get()});
@@ -683,17 +821,17 @@ void cSQLQuery::appendFrom(std::string& out) const {
             prefetchObject(joins[i + kAhead].left);
             prefetchObject(joins[i + kAhead].right);
         }
-        const auto& left = names.OfJoin(joins[i].left, "left");
-        const auto& right = names.OfJoin(joins[i].right, "right");
-        const std::string_view leftName = left.trimmed;
-        const std::string_view rightName = right.trimmed;
+        const size_t left = names.OfJoin(joins[i].left, "left");
+        const size_t right = names.OfJoin(joins[i].right, "right");
+        const std::string_view leftName = names[left].trimmed;
+        const std::string_view rightName = names[right].trimmed;
 
-        const bool leftIsChain = !chain.empty() && TableNameCache::InChain(left);
+        const bool leftIsChain = !chain.empty() && names.InChain(left);
         if (!leftIsChain)
-            TableNameCache::AddToChain(left);
-        const bool rightIsChain = !chain.empty() && TableNameCache::InChain(right);
+            names.AddToChain(left);
+        const bool rightIsChain = !chain.empty() && names.InChain(right);
         if (!rightIsChain)
-            TableNameCache::AddToChain(right);
+            names.AddToChain(right);
 
         const cJoinCondition* join = joins[i].join;
         const std::string_view keyword = joinKeyword(*join);
@@ -718,26 +856,13 @@ void cSQLQuery::appendFrom(std::string& out) const {
     out += kItemIndent;
     chain.AppendTo(out);
 
-    // Tables named in no join follow as cross joins. A table of a join is named by it; any other
-    // table is looked up by its name among the joins' tables, whose names are gathered only when
-    // such a table exists. A joined table is found by its address, without reading the table.
-    std::unordered_set<std::string_view> joinedNames;
-    bool gathered = false;
+    // Tables named in no join follow as cross joins. A table of a join is named by it (and found
+    // by its address, without reading the table); any other table is looked up by its name among
+    // the joins' tables.
     long counter = m_JoinConditions->Count();
-    for (const auto& tablePtr : *m_Tables) {
-        const cTable& table = *tablePtr;
-        const auto& tableNames = names.Of(table);
-        if (tableNames.joined)
-            continue;
-        if (!gathered) {
-            joinedNames.reserve(2 * joinCount);
-            for (const JoinSides& sides : joins) {
-                joinedNames.insert(names.Of(*sides.left).full);
-                joinedNames.insert(names.Of(*sides.right).full);
-            }
-            gathered = true;
-        }
-        if (joinedNames.count(tableNames.full) != 0)
+    for (const auto& table : *m_Tables) {
+        const auto& tableNames = names[names.Of(*table)];
+        if (TableNameCache::Joined(tableNames) || names.IsJoinedName(tableNames.full))
             continue;
         if (counter != 0) {
             out += kCrLf;

@@ -14,6 +14,7 @@
 #include <marovin/Utilities.h>
 #include <marovin/cSQLQuery.h>
 #include <random>
+#include <thread>
 #include <unordered_set>
 
 using namespace marovin;
@@ -520,6 +521,37 @@ TEST(RenderingReference, LongChainsOfJoins) {
     for (uint32_t seed = 1; seed <= 6; ++seed)
         expectSameRendering([seed] { return chainQuery(seed, 300); },
                             "chain seed " + std::to_string(seed));
+}
+
+TEST(RenderingReference, ThreadsRenderingAtOnceKeepTheirWorkApart) {
+    // Each thread renders its own queries (errors among them) over and over while the others do.
+    constexpr int kThreads = 4;
+    std::vector<std::vector<std::string>> expected(kThreads);
+    for (int t = 0; t < kThreads; ++t) {
+        for (uint32_t seed = 1; seed <= 30; ++seed) {
+            const uint32_t mixed = seed * kThreads + static_cast<uint32_t>(t);
+            expected[t].push_back(outcome([&] { return refSQL(*Generator(mixed).query(0)); }));
+            expected[t].push_back(refSQL(*chainQuery(mixed, 60)));
+        }
+    }
+    std::vector<int> mismatches(kThreads, 0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 5; ++round) {
+                for (uint32_t seed = 1; seed <= 30; ++seed) {
+                    const uint32_t mixed = seed * kThreads + static_cast<uint32_t>(t);
+                    const size_t at = 2 * (seed - 1);
+                    mismatches[t] += outcome([&] { return Generator(mixed).query(0)->strSQL(); }) !=
+                                     expected[t][at];
+                    mismatches[t] += chainQuery(mixed, 60)->strSQL() != expected[t][at + 1];
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(mismatches, std::vector<int>(kThreads, 0));
 }
 
 TEST(RenderingReference, AggregateTestAndQuotingOnGeneratedTexts) {
