@@ -134,32 +134,23 @@ std::string renderOrderBy(cSQLQuery& q) {
     return q.strOrderBy();
 }
 
-#define MAROVIN_CLAUSE_BENCHMARK(render, label)                                                    \
-    BENCHMARK_TEMPLATE(BM_Clause, render)                                                          \
+#define MAROVIN_RENDERING_BENCHMARK(fixture, render, label, smallest)                              \
+    BENCHMARK_TEMPLATE(fixture, render)                                                            \
         ->Name(label)                                                                              \
         ->RangeMultiplier(10)                                                                      \
-        ->Range(10, 10000)                                                                         \
+        ->Range(smallest, 10000)                                                                   \
         ->Unit(benchmark::kMicrosecond)                                                            \
         ->Complexity()
 
-MAROVIN_CLAUSE_BENCHMARK(renderSQL, "strSQL");
-MAROVIN_CLAUSE_BENCHMARK(renderSelect, "strSelect");
-MAROVIN_CLAUSE_BENCHMARK(renderFrom, "strFrom");
-MAROVIN_CLAUSE_BENCHMARK(renderWhere, "strWhere");
-MAROVIN_CLAUSE_BENCHMARK(renderGroupBy, "strGroupBy");
-MAROVIN_CLAUSE_BENCHMARK(renderHaving, "strHaving");
-MAROVIN_CLAUSE_BENCHMARK(renderOrderBy, "strOrderBy");
-
-#define MAROVIN_NARROW_BENCHMARK(render, label)                                                    \
-    BENCHMARK_TEMPLATE(BM_NarrowClause, render)                                                    \
-        ->Name(label)                                                                              \
-        ->RangeMultiplier(10)                                                                      \
-        ->Range(100, 10000)                                                                        \
-        ->Unit(benchmark::kMicrosecond)                                                            \
-        ->Complexity()
-
-MAROVIN_NARROW_BENCHMARK(renderSQL, "strSQL_oneItemPerTable");
-MAROVIN_NARROW_BENCHMARK(renderFrom, "strFrom_oneItemPerTable");
+MAROVIN_RENDERING_BENCHMARK(BM_Clause, renderSQL, "strSQL", 10);
+MAROVIN_RENDERING_BENCHMARK(BM_Clause, renderSelect, "strSelect", 10);
+MAROVIN_RENDERING_BENCHMARK(BM_Clause, renderFrom, "strFrom", 10);
+MAROVIN_RENDERING_BENCHMARK(BM_Clause, renderWhere, "strWhere", 10);
+MAROVIN_RENDERING_BENCHMARK(BM_Clause, renderGroupBy, "strGroupBy", 10);
+MAROVIN_RENDERING_BENCHMARK(BM_Clause, renderHaving, "strHaving", 10);
+MAROVIN_RENDERING_BENCHMARK(BM_Clause, renderOrderBy, "strOrderBy", 10);
+MAROVIN_RENDERING_BENCHMARK(BM_NarrowClause, renderSQL, "strSQL_oneItemPerTable", 100);
+MAROVIN_RENDERING_BENCHMARK(BM_NarrowClause, renderFrom, "strFrom_oneItemPerTable", 100);
 
 // 100,000 selected items from ten tables.
 void BM_WideSelection(benchmark::State& state) {
