@@ -2,7 +2,8 @@
 // 60 diagram joins (49 tables chained, 11 of the links with a second column pair) and 500
 // selected rows. A click on "Unique records only" runs the notification: Changed, the assembly
 // of the query from the panes, its SQL text, and the text shown in the SQL view. Loading the
-// same query into the panes is measured as well. Runs offscreen.
+// same query into the panes is measured as well. Both again with 200 and 800 tables (ten rows
+// per table), to see how they grow. Runs offscreen.
 
 #include "SampleDatabaseGenerator.h"
 #include "marovin/cDbConnection.h"
@@ -25,7 +26,7 @@ using namespace marovin;
 namespace {
 
 constexpr int kTables = 50;
-constexpr int kRows = 500;
+constexpr int kRowsPerTable = 10;
 constexpr int kDoubleLinks = 11; // links with a second column pair: 49 + 11 = 60 joins
 const char* const kColumns[] = {"OrderID",        "CustomerID",  "EmployeeID", "OrderDate",
                                 "RequiredDate",   "ShippedDate", "ShipVia",    "Freight",
@@ -36,14 +37,15 @@ std::string alias(int i) {
     return i == 0 ? "Orders" : "Orders" + std::to_string(i);
 }
 
-std::shared_ptr<cSQLQuery> largeQuery() {
+std::shared_ptr<cSQLQuery> largeQuery(int tables = kTables) {
+    const int rows = kRowsPerTable * tables;
     auto query = std::make_shared<cSQLQuery>();
-    for (int t = 0; t < kTables; ++t) {
+    for (int t = 0; t < tables; ++t) {
         auto table = query->Tables()->Add();
         table->setStrName("dbo.Orders");
         table->setStrAlias(alias(t));
     }
-    for (int t = 0; t + 1 < kTables; ++t) {
+    for (int t = 0; t + 1 < tables; ++t) {
         auto join = query->JoinConditions()->Add();
         join->setLeftTable(query->Tables()->Item(t + 1));
         join->setRightTable(query->Tables()->Item(t + 2));
@@ -53,7 +55,7 @@ std::shared_ptr<cSQLQuery> largeQuery() {
             condition += " and " + alias(t) + ".CustomerID = " + alias(t + 1) + ".CustomerID";
         join->setStrCondition("(" + condition + ")");
     }
-    for (int r = 0; r < kRows; ++r) {
+    for (int r = 0; r < rows; ++r) {
         auto item = query->SelectedItems()->Add();
         const std::string column = kColumns[r % 14];
         item->setStrName(alias(r / 14) + "." + column);
@@ -91,10 +93,11 @@ struct Fixture {
 
 void BM_NotifyQueryChanged(benchmark::State& state) {
     Fixture f;
-    auto query = largeQuery();
+    const int tables = static_cast<int>(state.range(0));
+    auto query = largeQuery(tables);
     f.control->setSQLQueryObject(query);
-    if (query->Tables()->Count() != kTables || query->SelectedItems()->Count() != kRows ||
-        !f.box->shown().empty()) {
+    if (query->Tables()->Count() != tables ||
+        query->SelectedItems()->Count() != kRowsPerTable * tables || !f.box->shown().empty()) {
         state.SkipWithError("the large query did not load completely");
         return;
     }
@@ -112,7 +115,7 @@ void BM_NotifyQueryChanged(benchmark::State& state) {
     if (changed != static_cast<int>(state.iterations()))
         state.SkipWithError("Changed was not raised once per notification");
 }
-BENCHMARK(BM_NotifyQueryChanged)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_NotifyQueryChanged)->Arg(kTables)->Arg(200)->Arg(800)->Unit(benchmark::kMillisecond);
 
 // The share of the notification that is the SQL view taking the new text and colouring it.
 void BM_ShowSqlText(benchmark::State& state) {
@@ -129,7 +132,7 @@ BENCHMARK(BM_ShowSqlText)->Unit(benchmark::kMillisecond);
 
 void BM_LoadQuery(benchmark::State& state) {
     Fixture f;
-    const std::string document = largeQuery()->ToXmlText();
+    const std::string document = largeQuery(static_cast<int>(state.range(0)))->ToXmlText();
     for (auto _ : state) {
         auto query = std::make_shared<cSQLQuery>();
         query->LoadXmlText(document);
@@ -137,7 +140,7 @@ void BM_LoadQuery(benchmark::State& state) {
         benchmark::DoNotOptimize(f.control->strSQL().data());
     }
 }
-BENCHMARK(BM_LoadQuery)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadQuery)->Arg(kTables)->Arg(200)->Arg(800)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -23,19 +23,14 @@ void uscMarovin::AddSelectItem(const std::string& strFullFieldName, const std::s
     std::string fullName;
     for (const std::string& part : parts)
         AppendWithSeparator(fullName, part, ".");
-    const SelectedItemsTable& rows = m_selectedItems->table();
-    for (int r = 1; r <= rows.SelectedItemsCount(); ++r) {
-        const std::string existing =
-            rows.Value(r, T::kTableAlias) + "." + rows.Value(r, T::kSelectedField);
-        if (existing == fullName) {
-            if (blnShowMessage)
-                m_services.messageBox->Show(
-                    QStringLiteral("Select a Column"),
-                    QString::fromStdString(strFullFieldName +
-                                           " is already in the list of Select items"),
-                    MessageIcon::Exclamation, MessageButtons::Ok);
-            return;
-        }
+    if (m_selectedItems->table().CountWithField(fullName) > 0) {
+        if (blnShowMessage)
+            m_services.messageBox->Show(
+                QStringLiteral("Select a Column"),
+                QString::fromStdString(strFullFieldName +
+                                       " is already in the list of Select items"),
+                MessageIcon::Exclamation, MessageButtons::Ok);
+        return;
     }
 
     std::string tablePart;
@@ -75,11 +70,12 @@ void uscMarovin::addSelectRow(const std::string& tablePart, const std::string& f
 
 bool uscMarovin::IsAliasInUse(const std::string& strAlias, int intRow) const {
     const SelectedItemsTable& rows = m_selectedItems->table();
-    for (int r = 1; r <= rows.SelectedItemsCount(); ++r) {
-        if (r != intRow && rows.Value(r, T::kAlias) == strAlias)
-            return true;
-    }
-    return false;
+    // The row itself does not count.
+    const int own = intRow >= 1 && intRow <= rows.SelectedItemsCount() &&
+                            rows.Value(intRow, T::kAlias) == strAlias
+                        ? 1
+                        : 0;
+    return rows.CountWithAlias(strAlias) > own;
 }
 
 std::string uscMarovin::GetUniqueAlias(const std::string& strProposed, const std::string& strBase,
@@ -88,10 +84,8 @@ std::string uscMarovin::GetUniqueAlias(const std::string& strProposed, const std
         return strProposed;
     const SelectedItemsTable& rows = m_selectedItems->table();
     auto taken = [&](const std::string& candidate) {
-        for (int r = 1; r <= rows.SelectedItemsCount(); ++r) {
-            if (rows.Value(r, T::kAlias) == candidate)
-                return true;
-        }
+        if (rows.CountWithAlias(candidate) > 0)
+            return true;
         const QString name = QString::fromStdString(candidate);
         for (int i = 0; i < m_lvExpressions->topLevelItemCount(); ++i) {
             if (m_lvExpressions->topLevelItem(i)->text(0) == name)

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace marovin {
@@ -30,13 +31,25 @@ public:
     void RemoveRow(int row);
     // Exchanges the contents of two rows.
     void SwapRows(int a, int b);
-    void Clear() { m_rows.clear(); }
+    void Clear();
+
+    // How many rows have this alias; how many select this field ("table alias.field"). Kept
+    // up to date with every change, so that adding a row need not read all the others: loading
+    // a query of thousands of rows asked both questions for every row.
+    int CountWithAlias(const std::string& alias) const;
+    int CountWithField(const std::string& qualifiedField) const;
 
 private:
+    static std::string fieldKey(const Row& row);
+    static void change(std::unordered_map<std::string, int>& counts, const std::string& key,
+                       int delta);
+    void count(const Row& row, int delta);
     bool valid(int row, int column) const {
         return row >= 1 && row <= SelectedItemsCount() && column >= 1 && column <= kColumnCount;
     }
     std::vector<Row> m_rows;
+    std::unordered_map<std::string, int> m_aliasCounts;
+    std::unordered_map<std::string, int> m_fieldCounts;
 };
 
 } // namespace marovin

@@ -30,6 +30,8 @@
 #include <QTableView>
 #include <QToolButton>
 #include <QTreeWidget>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace marovin {
 
@@ -285,8 +287,13 @@ std::string uscMarovin::AddTableToCollection(const std::string& strTable, bool b
     std::string candidate = base;
     if (m_tables->Count() > 0) {
         // The collection's keys ignore letter case while aliases do not; a candidate that only
-        // differs in case from a key is skipped as well, so the key stays unique.
-        for (int k = 1; AliasExists(*m_tables, candidate) || m_tables->HasKey(candidate); ++k)
+        // differs in case from a key is skipped as well, so the key stays unique. The aliases
+        // are gathered once: a query of many tables of one name tries many candidates.
+        std::unordered_set<std::string> aliases;
+        aliases.reserve(static_cast<size_t>(m_tables->Count()));
+        for (const auto& table : *m_tables)
+            aliases.insert(table->strAlias());
+        for (int k = 1; aliases.count(candidate) != 0 || m_tables->HasKey(candidate); ++k)
             candidate = base + std::to_string(k);
     }
     auto table = m_tables->Add(candidate);
@@ -543,15 +550,17 @@ void uscMarovin::ArrangeTables() {
 }
 
 void uscMarovin::refreshTicks() {
+    // The rows' fields by table alias, gathered in one pass over the rows.
     const SelectedItemsTable& rows = m_selectedItems->table();
+    std::unordered_map<std::string, QStringList> fieldsByAlias;
+    for (int r = 1; r <= rows.SelectedItemsCount(); ++r) {
+        fieldsByAlias[Trim(rows.Value(r, SelectedItemsTable::kTableAlias))]
+            << qs(rows.Value(r, SelectedItemsTable::kSelectedField));
+    }
     for (const QString& alias : m_dvTablesAndJoins->tableAliases()) {
-        const std::string strAlias = alias.toStdString();
-        QStringList ticked;
-        for (int r = 1; r <= rows.SelectedItemsCount(); ++r) {
-            if (Trim(rows.Value(r, SelectedItemsTable::kTableAlias)) == strAlias)
-                ticked << qs(rows.Value(r, SelectedItemsTable::kSelectedField));
-        }
-        m_dvTablesAndJoins->setAllTicks(alias, ticked);
+        const auto found = fieldsByAlias.find(alias.toStdString());
+        m_dvTablesAndJoins->setAllTicks(alias, found == fieldsByAlias.end() ? QStringList()
+                                                                            : found->second);
     }
 }
 

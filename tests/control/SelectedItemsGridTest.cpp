@@ -131,6 +131,35 @@ TEST(SelectedItemsGridTest, RepeatedFieldNamesAreNumberedAndDuplicatesRefused) {
     EXPECT_EQ(h.changed, 1);
 }
 
+TEST(SelectedItemsGridTest, DuplicatesAndAliasesFollowRemovedRenamedAndMovedRows) {
+    ControlHarness h;
+    h.placeTable("dbo.Orders");
+    h.chooseColumn("Orders", "Freight");
+    h.chooseColumn("Orders", "OrderID");
+    h.typeAlias(1, "Cost");
+    // The old alias is free again; the new one is taken (the row falls back to its field name).
+    h.chooseColumn("Orders", "ShipCity");
+    h.typeAlias(3, "Freight");
+    EXPECT_EQ(h.cell(3, kAlias), "Freight");
+    h.typeAlias(3, "Cost");
+    EXPECT_EQ(h.cell(3, kAlias), "ShipCity");
+    // A row moved down is still found as a duplicate; once removed, its field can come back.
+    h.grid()->setCurrentIndex(h.grid()->model()->index(0, 0));
+    h.clickButton("cmdMoveDown");
+    ASSERT_EQ(h.cell(2, 1), "Freight");
+    h.chooseColumn("Orders", "Freight");
+    ASSERT_EQ(h.box->shown().size(), 1u);
+    EXPECT_EQ(h.rows(), 3);
+    h.grid()->setCurrentIndex(h.grid()->model()->index(1, 0));
+    h.clickButton("cmdRemoveSelectItem");
+    ASSERT_EQ(h.rows(), 2);
+    h.chooseColumn("Orders", "Freight");
+    EXPECT_EQ(h.box->shown().size(), 1u);
+    ASSERT_EQ(h.rows(), 3);
+    EXPECT_EQ(h.cell(3, 1), "Freight");
+    EXPECT_EQ(h.cell(3, kAlias), "Freight");
+}
+
 TEST(SelectedItemsGridTest, MovingRowsChangesTheSelectOrder) {
     ControlHarness h;
     chooseThree(h);
