@@ -42,70 +42,6 @@ template <class Collection, class Visit> void forEachAhead(const Collection& ite
     }
 }
 
-// The pieces of the join chain in order. It grows at both ends: the pieces put in front are
-// kept in a list of their own, last first, so that neither end ever moves the other's pieces.
-class PieceChain {
-public:
-    // Empties the chain for about `expected` pieces at each end, keeping the room it had.
-    void Reset(size_t expected) {
-        clear();
-        m_front.reserve(expected);
-        m_back.reserve(expected);
-    }
-    bool empty() const { return m_front.empty() && m_back.empty(); }
-    void clear() {
-        m_front.clear();
-        m_back.clear();
-    }
-    void Append(std::initializer_list<std::string_view> pieces) {
-        for (const std::string_view piece : pieces)
-            m_back.push_back(piece);
-    }
-    void Prepend(std::initializer_list<std::string_view> pieces) {
-        for (auto it = std::rbegin(pieces); it != std::rend(pieces); ++it)
-            m_front.push_back(*it);
-    }
-    // The chain followed by the pieces and the chain once more.
-    void AppendRepeated(std::initializer_list<std::string_view> pieces) {
-        m_copy.assign(m_front.rbegin(), m_front.rend());
-        m_copy.insert(m_copy.end(), m_back.begin(), m_back.end());
-        Append(pieces);
-        m_back.insert(m_back.end(), m_copy.begin(), m_copy.end());
-    }
-    size_t Length() const {
-        size_t length = 0;
-        for (const std::string_view piece : m_front)
-            length += piece.size();
-        for (const std::string_view piece : m_back)
-            length += piece.size();
-        return length;
-    }
-    // Writes the pieces in order. The join conditions among them lie all over the heap, so each
-    // piece is asked for from memory a few pieces before it is copied.
-    void AppendTo(std::string& out) const {
-        constexpr size_t kPiecesAhead = 4 * kAhead;
-        const size_t front = m_front.size();
-        const size_t count = front + m_back.size();
-        const auto at = [&](size_t i) {
-            return i < front ? m_front[front - 1 - i] : m_back[i - front];
-        };
-        for (size_t i = 0; i < count; ++i) {
-            if (i + kPiecesAhead < count)
-                __builtin_prefetch(at(i + kPiecesAhead).data());
-            out += at(i);
-        }
-    }
-    size_t RetainedBytes() const {
-        return (m_front.capacity() + m_back.capacity() + m_copy.capacity()) *
-               sizeof(std::string_view);
-    }
-
-private:
-    std::vector<std::string_view> m_front; // Last first.
-    std::vector<std::string_view> m_back;
-    std::vector<std::string_view> m_copy; // The chain while it is repeated.
-};
-
 // Slots of the open-addressing tables below: a position in a list and a tag of the hash, eight
 // bytes, so that the slots of ten thousand names stay within the processor's caches.
 struct HashSlot {
@@ -227,15 +163,24 @@ private:
 // position in the cache; the names live in one text store.
 class TableNameCache {
 public:
+    // Forty bytes a table, so that the names of ten thousand tables stay within the
+    // processor's caches next to the query they are read from.
     struct Names {
         const cTable* table;
-        std::string_view full;    // As written in FROM.
-        std::string_view trimmed; // Within full, without surrounding blanks (the join chain's).
-        std::string_view folded;  // The trimmed name folded for comparison without regard to case.
-        // Position + 1 of the first table named by a join under the same folded name: the one
-        // that stands for all of them in the chain. 0 for a table that no join names.
+        const char* text;
+        uint32_t size;
+        uint32_t trimmedStart = 0; // Of a joined table's name, without surrounding blanks.
+        uint32_t trimmedSize = 0;
+        // Position + 1 of the first table named by a join under the same name, compared without
+        // regard to case: the one that stands for all of them in the chain. 0 for a table that
+        // no join names.
         uint32_t sameName = 0;
         bool inChain = false; // Of the first table of a name: the name is in the chain.
+
+        // As written in FROM.
+        std::string_view full() const { return {text, size}; }
+        // As written in the join chain.
+        std::string_view trimmed() const { return {text + trimmedStart, trimmedSize}; }
     };
 
     // Forgets the tables of the last rendering, keeping the room, for about `expected` tables.
@@ -251,6 +196,9 @@ public:
 
     const Names& operator[](size_t position) const { return m_names[position]; }
 
+    // Keeps a text with the names until the next reset.
+    std::string_view Keep(std::string_view text) { return m_text.Keep(text); }
+
     // The position of a table's names.
     size_t Of(const cTable& table) { return entry(table); }
 
@@ -262,7 +210,7 @@ public:
     void AddToChain(size_t position) {
         Names& first = m_names[m_names[position].sameName - 1];
         if (first.inChain)
-            throw ModelError("Duplicate key \"" + std::string(m_names[position].trimmed) +
+            throw ModelError("Duplicate key \"" + std::string(m_names[position].trimmed()) +
                              "\": the key is already in use");
         first.inChain = true;
     }
@@ -274,14 +222,12 @@ public:
         const size_t position = entry(*table);
         Names& names = m_names[position];
         if (!Joined(names)) {
-            const std::string_view full = names.full;
+            const std::string_view full = names.full();
             const auto first = full.find_first_not_of(' ');
-            names.trimmed = first == std::string_view::npos
-                                ? std::string_view()
-                                : full.substr(first, full.find_last_not_of(' ') - first + 1);
-            m_scratch.clear();
-            AppendFoldedKey(m_scratch, names.trimmed);
-            names.folded = m_text.Keep(m_scratch);
+            if (first != std::string_view::npos) {
+                names.trimmedStart = static_cast<uint32_t>(first);
+                names.trimmedSize = static_cast<uint32_t>(full.find_last_not_of(' ') - first + 1);
+            }
             names.sameName = static_cast<uint32_t>(firstOfName(position) + 1);
         }
         return position;
@@ -290,7 +236,7 @@ public:
     // True when a table named by a join is written exactly so. Asked only after every join.
     bool IsJoinedName(std::string_view full) {
         const auto hashOf = [this](size_t i) {
-            return std::hash<std::string_view>{}(m_names[m_joined[i]].full);
+            return std::hash<std::string_view>{}(m_names[m_joined[i]].full());
         };
         if (m_fullSlots.empty()) {
             m_joined.clear();
@@ -307,7 +253,7 @@ public:
             }
         }
         const size_t at = findSlot(m_fullSlots, std::hash<std::string_view>{}(full),
-                                   [&](size_t i) { return m_names[m_joined[i]].full == full; });
+                                   [&](size_t i) { return m_names[m_joined[i]].full() == full; });
         return m_fullSlots[at].position != 0;
     }
 
@@ -316,7 +262,7 @@ public:
                (m_slots.capacity() + m_foldedSlots.capacity() + m_fullSlots.capacity()) *
                    sizeof(HashSlot) +
                (m_firstOfName.capacity() + m_joined.capacity()) * sizeof(uint32_t) +
-               m_text.RetainedBytes() + m_scratch.capacity();
+               m_text.RetainedBytes() + m_scratch.capacity() + m_folded.capacity();
     }
 
 private:
@@ -328,7 +274,10 @@ private:
             return m_slots[at].position - 1;
         m_scratch.clear();
         table.AppendFullTableName(m_scratch);
-        m_names.push_back(Names{&table, m_text.Keep(m_scratch), {}, {}, 0, false});
+        if (m_scratch.size() > UINT32_MAX)
+            throw ModelError("A table's name is longer than 4294967295 characters");
+        m_names.push_back(
+            Names{&table, m_text.Keep(m_scratch).data(), static_cast<uint32_t>(m_scratch.size())});
         fillSlot(m_slots, at, hash, m_names.size(),
                  [this](size_t position) { return hashAddress(m_names[position].table); });
         return m_names.size() - 1;
@@ -337,18 +286,27 @@ private:
     // The position of the first joined table of the folded name, which becomes this one when
     // none is known.
     size_t firstOfName(size_t position) {
-        const std::string_view folded = m_names[position].folded;
-        const uint64_t hash = std::hash<std::string_view>{}(folded);
+        m_scratch.clear();
+        AppendFoldedKey(m_scratch, m_names[position].trimmed());
+        const uint64_t hash = std::hash<std::string_view>{}(m_scratch);
         const size_t at = findSlot(m_foldedSlots, hash, [&](size_t i) {
-            return m_names[m_firstOfName[i]].folded == folded;
+            return foldedName(m_firstOfName[i]) == m_scratch;
         });
         if (m_foldedSlots[at].position != 0)
             return m_firstOfName[m_foldedSlots[at].position - 1];
         m_firstOfName.push_back(static_cast<uint32_t>(position));
         fillSlot(m_foldedSlots, at, hash, m_firstOfName.size(), [this](size_t i) {
-            return std::hash<std::string_view>{}(m_names[m_firstOfName[i]].folded);
+            return std::hash<std::string_view>{}(foldedName(m_firstOfName[i]));
         });
         return position;
+    }
+
+    // A joined table's name folded for comparison without regard to case. Folded names are not
+    // kept: they are compared only when their hashes agree, and folding is cheap.
+    std::string_view foldedName(size_t position) {
+        m_folded.clear();
+        AppendFoldedKey(m_folded, m_names[position].trimmed());
+        return m_folded;
     }
 
     std::vector<Names> m_names;
@@ -358,7 +316,127 @@ private:
     std::vector<HashSlot> m_fullSlots; // By name as written, over m_joined; made when asked.
     std::vector<uint32_t> m_joined;
     TextStore m_text;
-    std::string m_scratch; // Reused for every name before it is kept.
+    std::string m_scratch; // Reused for every name before it is kept, and for its folded form.
+    std::string m_folded;  // Another table's folded name, compared with the scratch.
+};
+
+// What a join writes into the chain, found by the join's place in the query's list: its keyword,
+// the positions of its tables' names and its condition. Kept in the place where the join's
+// tables were gathered, so that the chain costs no more room than the list of joins.
+struct JoinText {
+    const char* condition;
+    uint32_t conditionSize;
+    uint32_t left; // Positions of the tables' names.
+    uint32_t right;
+    uint32_t keyword; // Index into kJoinKeywords.
+};
+
+// The text between two tables of the chain for each kind of join, with the line break before
+// the keyword.
+constexpr std::string_view kJoinKeywords[] = {
+    " \r\n     INNER JOIN ",
+    " \r\n     LEFT OUTER JOIN ",
+    " \r\n     RIGHT OUTER JOIN ",
+    " \r\n     FULL OUTER JOIN ",
+};
+constexpr std::string_view kOn = "\r\n     ON ";
+
+uint32_t joinKeyword(const cJoinCondition& join) {
+    return (join.blnIncludeAllRowsOfLeftTable() ? 1u : 0u) +
+           (join.blnIncludeAllRowsOfRightTable() ? 2u : 0u);
+}
+
+// The parts of the join chain in order, each four bytes: a join's place in the list and which
+// of its texts goes there. The chain grows at both ends: the parts put in front are kept in a
+// list of their own, last first, so that neither end ever moves the other's parts. The texts
+// are looked up only when the chain is written, so that a long chain stays small enough for the
+// processor's caches.
+class JoinChain {
+public:
+    enum Part : uint32_t { kLeftName, kKeyword, kRightName, kCondition };
+
+    // Empties the chain for about `expected` parts at each end, keeping the room it had.
+    void Reset(size_t expected) {
+        clear();
+        m_front.reserve(expected);
+        m_back.reserve(expected);
+    }
+    bool empty() const { return m_front.empty() && m_back.empty(); }
+    void clear() {
+        m_front.clear();
+        m_back.clear();
+        m_length = 0;
+    }
+    // Parts of join `index` (whose texts are `join`'s) at the end or in front, in order.
+    void Append(uint32_t index, const JoinText& join, std::initializer_list<Part> parts,
+                const TableNameCache& names) {
+        for (const Part part : parts) {
+            m_back.push_back(index << 2 | part);
+            m_length += textOf(part, join, names).size() + (part == kCondition ? kOn.size() : 0);
+        }
+    }
+    void Prepend(uint32_t index, const JoinText& join, std::initializer_list<Part> parts,
+                 const TableNameCache& names) {
+        for (auto it = std::rbegin(parts); it != std::rend(parts); ++it) {
+            m_front.push_back(index << 2 | *it);
+            m_length += textOf(*it, join, names).size() + (*it == kCondition ? kOn.size() : 0);
+        }
+    }
+    // The chain followed by the join's keyword and the chain once more.
+    void AppendRepeated(uint32_t index, const JoinText& join) {
+        const size_t length = m_length;
+        m_copy.assign(m_front.rbegin(), m_front.rend());
+        m_copy.insert(m_copy.end(), m_back.begin(), m_back.end());
+        m_back.push_back(index << 2 | kKeyword);
+        m_back.insert(m_back.end(), m_copy.begin(), m_copy.end());
+        m_length = 2 * length + kJoinKeywords[join.keyword].size();
+    }
+    // The length of the chain's text.
+    size_t Length() const { return m_length; }
+
+    // Writes the chain. The join conditions lie all over the heap, so each is asked for from
+    // memory a few parts before it is copied.
+    void AppendTo(std::string& out, const std::vector<JoinText>& joins,
+                  const TableNameCache& names) const {
+        constexpr size_t kPartsAhead = 2 * kAhead;
+        const size_t front = m_front.size();
+        const size_t count = front + m_back.size();
+        const auto at = [&](size_t i) {
+            return i < front ? m_front[front - 1 - i] : m_back[i - front];
+        };
+        for (size_t i = 0; i < count; ++i) {
+            if (i + kPartsAhead < count)
+                __builtin_prefetch(joins[at(i + kPartsAhead) >> 2].condition);
+            const uint32_t part = at(i);
+            const JoinText& join = joins[part >> 2];
+            if ((part & 3) == kCondition)
+                out += kOn;
+            out += textOf(static_cast<Part>(part & 3), join, names);
+        }
+    }
+    size_t RetainedBytes() const {
+        return (m_front.capacity() + m_back.capacity() + m_copy.capacity()) * sizeof(uint32_t);
+    }
+
+private:
+    static std::string_view textOf(Part part, const JoinText& join, const TableNameCache& names) {
+        switch (part) {
+        case kLeftName:
+            return names[join.left].trimmed();
+        case kKeyword:
+            return kJoinKeywords[join.keyword];
+        case kRightName:
+            return names[join.right].trimmed();
+        case kCondition:
+            break;
+        }
+        return std::string_view(join.condition, join.conditionSize);
+    }
+
+    std::vector<uint32_t> m_front; // Last first.
+    std::vector<uint32_t> m_back;
+    std::vector<uint32_t> m_copy; // The chain while it is repeated.
+    size_t m_length = 0;
 };
 
 // What rendering FROM needs besides its text, kept from one rendering to the next on the same
@@ -366,17 +444,12 @@ private:
 // the top of the heap and, once freed, often went back to the system, so that the next
 // rendering faulted every page in again: rendering then grew twice as fast as the query.
 struct FromWorkspace {
-    struct JoinSides {
-        const cJoinCondition* join;
-        const cTable* left;
-        const cTable* right;
-    };
     TableNameCache names;
-    PieceChain chain;
-    std::vector<JoinSides> joins;
+    JoinChain chain;
+    std::vector<JoinText> joins;
 
     size_t RetainedBytes() const {
-        return names.RetainedBytes() + chain.RetainedBytes() + joins.capacity() * sizeof(JoinSides);
+        return names.RetainedBytes() + chain.RetainedBytes() + joins.capacity() * sizeof(JoinText);
     }
 };
 
@@ -564,18 +637,6 @@ size_t statementSizeEstimate(const cSQLQuery& query) {
         return entry.strItem().size() + 1 + entry.strSortOrder().size() + kLineStart;
     });
     return size;
-}
-
-const char* joinKeyword(const cJoinCondition& join) {
-    const bool left = join.blnIncludeAllRowsOfLeftTable();
-    const bool right = join.blnIncludeAllRowsOfRightTable();
-    if (left && right)
-        return "     FULL OUTER JOIN";
-    if (left)
-        return "     LEFT OUTER JOIN";
-    if (right)
-        return "     RIGHT OUTER JOIN";
-    return "     INNER JOIN";
 }
 
 } // namespace
@@ -796,35 +857,40 @@ void cSQLQuery::appendFrom(std::string& out) const {
         return;
     }
 
-    // The chain of joins as a list of pieces. A join that continues the chain on its left side
+    // The chain of joins as a list of parts. A join that continues the chain on its left side
     // extends it at the end; one that continues it on its right side wraps it (its left table and
     // keyword go in front, its condition after); one that meets the chain on neither side starts
-    // a new chain, and one that meets it on both sides repeats it. Keeping pieces instead of text
+    // a new chain, and one that meets it on both sides repeats it. Keeping parts instead of text
     // means that wrapping never copies the chain.
     const size_t joinCount = static_cast<size_t>(m_JoinConditions->Count());
     const FromWorkspaceLease lease;
     FromWorkspace& workspace = *lease;
     TableNameCache& names = workspace.names;
     names.Reset(static_cast<size_t>(m_Tables->Count()));
-    PieceChain& chain = workspace.chain;
-    chain.Reset(4 * joinCount + 4);
-    // The joins and their tables are gathered first, so that each join's tables can be asked
-    // for from memory a few joins before they are needed.
+    JoinChain& chain = workspace.chain;
+    chain.Reset(3 * joinCount + 4);
+    if (joinCount >= (size_t{1} << 30))
+        throw ModelError("A query can have at most 1073741823 joins");
+    // Each join's object is asked for from memory twice as many joins ahead as its tables and its
+    // condition, whose addresses are read from it: the objects of a large query lie far apart.
+    // The condition is kept next to the names, so that writing the chain reads it from there.
     auto& joins = workspace.joins;
-    joins.clear();
-    joins.reserve(joinCount);
-    forEachAhead(*m_JoinConditions, [&joins](const cJoinCondition& join) {
-        joins.push_back({&join, join.LeftTable().get(), join.RightTable().get()});
-    });
-    for (size_t i = 0; i < joins.size(); ++i) {
-        if (i + kAhead < joins.size()) {
-            prefetchObject(joins[i + kAhead].left);
-            prefetchObject(joins[i + kAhead].right);
+    joins.resize(joinCount);
+    const auto joinAt = [list = m_JoinConditions->begin()](size_t i) {
+        return list[i].get();
+    };
+    for (size_t i = 0; i < joinCount; ++i) {
+        if (i + 2 * kAhead < joinCount)
+            prefetchObject(joinAt(i + 2 * kAhead));
+        if (i + kAhead < joinCount) {
+            const cJoinCondition* ahead = joinAt(i + kAhead);
+            prefetchObject(ahead->LeftTable().get());
+            prefetchObject(ahead->RightTable().get());
+            __builtin_prefetch(ahead->strCondition().data());
         }
-        const size_t left = names.OfJoin(joins[i].left, "left");
-        const size_t right = names.OfJoin(joins[i].right, "right");
-        const std::string_view leftName = names[left].trimmed;
-        const std::string_view rightName = names[right].trimmed;
+        const cJoinCondition& join = *joinAt(i);
+        const size_t left = names.OfJoin(join.LeftTable().get(), "left");
+        const size_t right = names.OfJoin(join.RightTable().get(), "right");
 
         const bool leftIsChain = !chain.empty() && names.InChain(left);
         if (!leftIsChain)
@@ -833,19 +899,26 @@ void cSQLQuery::appendFrom(std::string& out) const {
         if (!rightIsChain)
             names.AddToChain(right);
 
-        const cJoinCondition* join = joins[i].join;
-        const std::string_view keyword = joinKeyword(*join);
+        const std::string& condition = join.strCondition();
+        if (condition.size() > UINT32_MAX)
+            throw ModelError("A join condition is longer than 4294967295 characters");
+        joins[i] =
+            JoinText{names.Keep(condition).data(), static_cast<uint32_t>(condition.size()),
+                     static_cast<uint32_t>(left), static_cast<uint32_t>(right), joinKeyword(join)};
+        const JoinText& text = joins[i];
+        const auto index = static_cast<uint32_t>(i);
+        using enum JoinChain::Part;
         if (leftIsChain && rightIsChain) {
-            chain.AppendRepeated({" \r\n", keyword, " "});
+            chain.AppendRepeated(index, text);
         } else if (leftIsChain) {
-            chain.Append({" \r\n", keyword, " ", rightName});
+            chain.Append(index, text, {kKeyword, kRightName}, names);
         } else if (rightIsChain) {
-            chain.Prepend({leftName, " \r\n", keyword, " "});
+            chain.Prepend(index, text, {kLeftName, kKeyword}, names);
         } else {
             chain.clear();
-            chain.Append({leftName, " \r\n", keyword, " ", rightName});
+            chain.Append(index, text, {kLeftName, kKeyword, kRightName}, names);
         }
-        chain.Append({"\r\n     ON ", join->strCondition()});
+        chain.Append(index, text, {kCondition}, names);
     }
 
     const size_t length = chain.Length();
@@ -854,7 +927,7 @@ void cSQLQuery::appendFrom(std::string& out) const {
     out += "FROM";
     out += kCrLf;
     out += kItemIndent;
-    chain.AppendTo(out);
+    chain.AppendTo(out, joins, names);
 
     // Tables named in no join follow as cross joins. A table of a join is named by it (and found
     // by its address, without reading the table); any other table is looked up by its name among
@@ -862,14 +935,14 @@ void cSQLQuery::appendFrom(std::string& out) const {
     long counter = m_JoinConditions->Count();
     for (const auto& table : *m_Tables) {
         const auto& tableNames = names[names.Of(*table)];
-        if (TableNameCache::Joined(tableNames) || names.IsJoinedName(tableNames.full))
+        if (TableNameCache::Joined(tableNames) || names.IsJoinedName(tableNames.full()))
             continue;
         if (counter != 0) {
             out += kCrLf;
             out += kItemIndent;
             out += "CROSS JOIN ";
         }
-        out += tableNames.full;
+        out += tableNames.full();
         ++counter;
     }
 }
