@@ -2,6 +2,7 @@
 
 #include "marovin/MarovinExport.h"
 
+#include <QHash>
 #include <QList>
 #include <QPainterPath>
 #include <QPoint>
@@ -299,9 +300,12 @@ private:
     void applyStyle();
 
     std::unique_ptr<DiagramStyle> m_style;
-    QGraphicsScene* m_scene;       // Owned through Qt parent.
-    DiagramView* m_view;           // Owned through Qt parent.
-    QList<TableBoxItem*> m_boxes;  // Owned by m_scene.
+    QGraphicsScene* m_scene;      // Owned through Qt parent.
+    DiagramView* m_view;          // Owned through Qt parent.
+    QList<TableBoxItem*> m_boxes; // Owned by m_scene.
+    // The boxes of m_boxes by alias: the widget names boxes by alias in every call, and a query
+    // of thousands of tables makes thousands of such calls at once.
+    QHash<QString, TableBoxItem*> m_boxByAlias;
     QList<JoinLineItem*> m_joins;  // Owned by m_scene.
     QObject* m_selected = nullptr; // Not owned: a box of m_boxes, a line of m_joins, or null.
     QList<QPointer<TableBoxItem>> m_unfitted; // Not owned: boxes added while the view was hidden

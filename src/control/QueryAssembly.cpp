@@ -9,6 +9,8 @@
 
 #include <QCheckBox>
 #include <QTreeWidget>
+#include <algorithm>
+#include <unordered_map>
 
 namespace marovin {
 
@@ -73,6 +75,9 @@ std::string uscMarovin::AssembleQuery() {
 
     query.setBlnUniqueRecordsOnly(m_chkUniqueRecords->isChecked());
 
+    // The tables by alias, the first of an alias winning, for the joins to name them.
+    std::unordered_map<std::string, std::shared_ptr<cTable>> tablesByAlias;
+    tablesByAlias.reserve(static_cast<size_t>(m_tables->Count()));
     for (const auto& placed : *m_tables) {
         auto table = query.Tables()->Add();
         // A sub-query's name is not written into the statement; a table's is.
@@ -82,7 +87,13 @@ std::string uscMarovin::AssembleQuery() {
         table->setBlnIsSubQuery(placed->blnIsSubQuery());
         if (placed->blnIsSubQuery())
             table->setSubQuery(placed->SubQuery());
+        tablesByAlias.emplace(table->strAlias(), table);
     }
+    const auto tableByAlias =
+        [&tablesByAlias](const std::string& alias) -> std::shared_ptr<cTable> {
+        const auto found = tablesByAlias.find(alias);
+        return found == tablesByAlias.end() ? nullptr : found->second;
+    };
 
     for (int i = 0; i < m_lvExpressions->topLevelItemCount(); ++i) {
         const QTreeWidgetItem* entry = m_lvExpressions->topLevelItem(i);
@@ -95,7 +106,8 @@ std::string uscMarovin::AssembleQuery() {
     // join whose condition is the conjunction of their column pairs.
     const QStringList lines = m_dvTablesAndJoins->JoinsList().split(QLatin1Char('\n'));
     const int count = lines.value(0).toInt();
-    std::vector<std::string> keys;
+    std::unordered_map<std::string, size_t> keys; // Position in texts and ends.
+    keys.reserve(static_cast<size_t>(std::max(count, 0)));
     std::vector<std::string> texts;
     std::vector<std::array<std::string, 3>> ends; // left alias, right alias, type name
     for (int i = 0; i < count; ++i) {
@@ -110,21 +122,18 @@ std::string uscMarovin::AssembleQuery() {
                                  QuoteIdentifier(sqlPart(rightColumn));
         // The line feed cannot occur inside the three parts, so the key is unambiguous.
         const std::string key = leftAlias + "\n" + rightAlias + "\n" + typeName;
-        size_t at = 0;
-        while (at < keys.size() && keys[at] != key)
-            ++at;
-        if (at < keys.size()) {
-            texts[at] += " and " + pair;
+        const auto [at, added] = keys.try_emplace(key, texts.size());
+        if (!added) {
+            texts[at->second] += " and " + pair;
         } else {
-            keys.push_back(key);
             texts.push_back(pair);
             ends.push_back({leftAlias, rightAlias, typeName});
         }
     }
-    for (size_t i = 0; i < keys.size(); ++i) {
+    for (size_t i = 0; i < texts.size(); ++i) {
         auto join = query.JoinConditions()->Add();
-        join->setLeftTable(FindTableByAlias(*query.Tables(), sqlPart(ends[i][0])));
-        join->setRightTable(FindTableByAlias(*query.Tables(), sqlPart(ends[i][1])));
+        join->setLeftTable(tableByAlias(sqlPart(ends[i][0])));
+        join->setRightTable(tableByAlias(sqlPart(ends[i][1])));
         const JoinFlags flags = flagsOf(ends[i][2]);
         join->setBlnIncludeAllRowsOfLeftTable(flags.left);
         join->setBlnIncludeAllRowsOfRightTable(flags.right);

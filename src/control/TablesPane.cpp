@@ -31,7 +31,6 @@
 #include <QToolButton>
 #include <QTreeWidget>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace marovin {
 
@@ -284,18 +283,12 @@ std::string uscMarovin::AddTableToCollection(const std::string& strTable, bool b
         if (Trim(base).empty())
             base = blnIsSubQuery ? "VirtualTable" : "Table";
     }
+    // Every placed table is keyed by its alias, which is set here and never changed, so testing
+    // the key tests the aliases as well. The keys ignore letter case: a candidate that only
+    // differs in case from an alias is skipped too, so the key stays unique.
     std::string candidate = base;
-    if (m_tables->Count() > 0) {
-        // The collection's keys ignore letter case while aliases do not; a candidate that only
-        // differs in case from a key is skipped as well, so the key stays unique. The aliases
-        // are gathered once: a query of many tables of one name tries many candidates.
-        std::unordered_set<std::string> aliases;
-        aliases.reserve(static_cast<size_t>(m_tables->Count()));
-        for (const auto& table : *m_tables)
-            aliases.insert(table->strAlias());
-        for (int k = 1; aliases.count(candidate) != 0 || m_tables->HasKey(candidate); ++k)
-            candidate = base + std::to_string(k);
-    }
+    for (int k = 1; m_tables->HasKey(candidate); ++k)
+        candidate = base + std::to_string(k);
     auto table = m_tables->Add(candidate);
     table->setBlnIsSubQuery(blnIsSubQuery);
     if (blnIsSubQuery)

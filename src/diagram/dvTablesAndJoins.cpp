@@ -81,6 +81,7 @@ dvTablesAndJoins::~dvTablesAndJoins() {
     m_selected = nullptr;
     m_joins.clear();
     m_boxes.clear();
+    m_boxByAlias.clear();
     m_scene->clear();
 }
 
@@ -99,6 +100,7 @@ void dvTablesAndJoins::Clear() {
         delete box;
     }
     m_boxes.clear();
+    m_boxByAlias.clear();
     m_unfitted.clear();
     m_nextZ = 1;
     updateSceneRect();
@@ -126,6 +128,7 @@ void dvTablesAndJoins::insertBox(TableBoxItem* item, const QPointF& pos) {
     item->setViewFocused(m_view->hasFocus());
     m_scene->addItem(item);
     m_boxes.append(item);
+    m_boxByAlias.insert(item->alias(), item);
     // The hint of the empty diagram goes with the first box: the whole viewport is drawn again,
     // not only the box's part of it. (The same when the last box goes.)
     if (m_boxes.size() == 1)
@@ -599,11 +602,7 @@ void dvTablesAndJoins::applyStyle() {
 }
 
 TableBoxItem* dvTablesAndJoins::box(const QString& alias) const {
-    for (TableBoxItem* b : m_boxes) {
-        if (b->alias() == alias)
-            return b;
-    }
-    return nullptr;
+    return m_boxByAlias.value(alias, nullptr);
 }
 
 TableBoxItem* dvTablesAndJoins::selectedBox() const {
@@ -681,6 +680,7 @@ void dvTablesAndJoins::deleteBoxItem(TableBoxItem* b) {
     reportObject(b, QAccessible::ObjectDestroyed);
     const QRectF was = b->mapRectToScene(b->bodyRect());
     m_boxes.removeOne(b);
+    m_boxByAlias.remove(b->alias());
     delete b;
     if (m_boxes.isEmpty())
         m_view->viewport()->update();

@@ -4,6 +4,9 @@
 
 #include <QEvent>
 #include <QFontDatabase>
+#include <QScrollBar>
+#include <QTextCursor>
+#include <algorithm>
 
 namespace marovin {
 
@@ -15,6 +18,9 @@ SqlTextView::SqlTextView(QWidget* parent)
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     font.setStyleHint(QFont::Monospace);
     setFont(font);
+    // The text is replaced by the program, never typed: keeping each replacement for undo would
+    // only hold on to old statements.
+    document()->setUndoRedoEnabled(false);
 }
 
 void SqlTextView::setStrText(const std::string& text) {
@@ -22,7 +28,47 @@ void SqlTextView::setStrText(const std::string& text) {
     // The document keeps paragraphs; a CR before the LF would show as a stray glyph.
     QString shown = QString::fromStdString(text);
     shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    setPlainText(shown);
+    showText(std::move(shown));
+}
+
+void SqlTextView::showText(QString shown) {
+    // Only the part between what the old and the new text share at their start and at their end
+    // is replaced. A change to a query usually touches a few lines of its statement: the document
+    // then neither rebuilds nor colours again its other lines, which on a statement of thousands
+    // of lines is most of the work, and the place the user scrolled to and a selection outside
+    // the change stay where they were.
+    const QString& old = m_shown;
+    const qsizetype most = std::min(old.size(), shown.size());
+    qsizetype head =
+        std::mismatch(old.begin(), old.begin() + most, shown.begin()).first - old.begin();
+    qsizetype tail =
+        std::mismatch(old.rbegin(), old.rbegin() + (most - head), shown.rbegin()).first -
+        old.rbegin();
+    if (head == old.size() && head == shown.size())
+        return;
+    // A surrogate pair is replaced whole, never split between the kept and the replaced part.
+    if (head > 0 && shown.at(head - 1).isHighSurrogate())
+        --head;
+    if (tail > 0 && shown.at(shown.size() - tail).isLowSurrogate())
+        --tail;
+    // A text mostly new is shown anew, which the document does faster than an edit; so is a
+    // document that was changed by other means than this view.
+    if (shown.size() - tail - head > shown.size() / 2 ||
+        document()->characterCount() - 1 != old.size()) {
+        // The place the user scrolled to is kept as far as the new text reaches.
+        const int line = verticalScrollBar()->value();
+        const int column = horizontalScrollBar()->value();
+        setPlainText(shown);
+        verticalScrollBar()->setValue(line);
+        horizontalScrollBar()->setValue(column);
+        m_shown = std::move(shown);
+        return;
+    }
+    QTextCursor cursor(document());
+    cursor.setPosition(static_cast<int>(head));
+    cursor.setPosition(static_cast<int>(old.size() - tail), QTextCursor::KeepAnchor);
+    cursor.insertText(shown.mid(head, shown.size() - tail - head));
+    m_shown = std::move(shown);
 }
 
 void SqlTextView::changeEvent(QEvent* event) {

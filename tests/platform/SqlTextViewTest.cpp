@@ -4,6 +4,7 @@
 
 #include <QFontInfo>
 #include <QFontMetricsF>
+#include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextLayout>
@@ -103,4 +104,79 @@ TEST(SqlTextViewTest, AppliesTheColoursToTheShownDocument) {
     EXPECT_TRUE(literal);
     EXPECT_NE(view.highlighter()->format(Kind::Keyword).foreground(),
               view.highlighter()->format(Kind::String).foreground());
+}
+
+// A new statement replaces only what differs from the shown one: the document must still hold
+// exactly the new text, coloured, with the place the user scrolled to kept.
+TEST(SqlTextViewTest, ShowsAChangedStatementWithoutLosingThePlaceOrTheColours) {
+    SqlTextView view;
+    view.resize(400, 200);
+    view.show();
+    const auto statement = [](const std::string& head, const std::string& last) {
+        std::string sql = head + "\r\nFROM Orders";
+        for (int i = 0; i < 300; ++i)
+            sql += "\r\n     INNER JOIN T" + std::to_string(i) + " ON (T" + std::to_string(i) +
+                   ".ID = Orders.ID)";
+        return sql + "\r\n" + last;
+    };
+    const auto shown = [](const std::string& sql) {
+        return QString::fromStdString(sql).replace("\r\n", "\n");
+    };
+    const std::string first = statement("SELECT Orders.Freight", "WHERE Freight > 10");
+    view.setStrText(first);
+    auto* bar = view.verticalScrollBar();
+    bar->setValue(bar->maximum() / 2);
+    const int place = bar->value();
+    ASSERT_GT(place, 0);
+
+    // A word added at the start, a line changed at the end, lines taken away, lines added.
+    const std::vector<std::string> texts = {
+        statement("SELECT DISTINCT Orders.Freight", "WHERE Freight > 10"),
+        statement("SELECT DISTINCT Orders.Freight", "WHERE Freight > 12 AND Freight < 99"),
+        "SELECT 1",
+        statement("SELECT Orders.Freight", "WHERE Freight > 10"),
+        statement("SELECT Orders.Freight", "WHERE Freight > 10"),
+    };
+    for (const std::string& text : texts) {
+        view.setStrText(text);
+        EXPECT_EQ(view.strText(), text);
+        EXPECT_EQ(view.toPlainText(), shown(text));
+    }
+    view.setStrText(statement("SELECT DISTINCT Orders.Freight", "WHERE Freight > 10"));
+    bar->setValue(place);
+    view.setStrText(statement("SELECT Orders.Freight", "WHERE Freight > 11"));
+    EXPECT_EQ(bar->value(), place);
+    view.setStrText(statement("SELECT Orders.Freight", "WHERE Freight > 13"));
+    EXPECT_EQ(bar->value(), place);
+
+    // The changed line is coloured again: DISTINCT now shows as a keyword.
+    view.setStrText(statement("SELECT DISTINCT Orders.Freight", "WHERE Freight > 11"));
+    const QString firstLine = view.document()->firstBlock().text();
+    ASSERT_TRUE(firstLine.startsWith("SELECT DISTINCT"));
+    bool distinct = false;
+    for (const auto& range : view.document()->firstBlock().layout()->formats())
+        distinct = distinct || (range.start == 7 && range.length == 8 &&
+                                range.format.foreground() ==
+                                    view.highlighter()->format(Kind::Keyword).foreground());
+    EXPECT_TRUE(distinct);
+}
+
+TEST(SqlTextViewTest, ReplacesCharactersBeyondTheBasicPlaneWhole) {
+    SqlTextView view;
+    // The two emoji share their first UTF-16 unit and differ in the second.
+    const std::string before = "SELECT '\xF0\x9F\x98\x80' AS Face FROM Faces";
+    const std::string after = "SELECT '\xF0\x9F\x98\x81' AS Face FROM Faces";
+    view.setStrText(before);
+    view.setStrText(after);
+    EXPECT_EQ(view.toPlainText(), QString::fromStdString(after));
+    view.setStrText(before);
+    EXPECT_EQ(view.toPlainText(), QString::fromStdString(before));
+}
+
+TEST(SqlTextViewTest, ShowsTheStatementWholeAfterTheDocumentWasChangedElsewhere) {
+    SqlTextView view;
+    view.setStrText("SELECT a FROM t");
+    view.setPlainText("something else entirely");
+    view.setStrText("SELECT b FROM t");
+    EXPECT_EQ(view.toPlainText(), "SELECT b FROM t");
 }

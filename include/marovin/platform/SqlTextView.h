@@ -25,7 +25,10 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    void showText(QString shown);
+
     std::string m_strText;
+    QString m_shown;               // The document's text: m_strText with one line feed per CR LF.
     SqlHighlighter* m_highlighter; // Owned by the document.
 };
 
