@@ -38,13 +38,14 @@ void SqlTextView::showText(QString shown) {
     // of lines is most of the work, and the place the user scrolled to and a selection outside
     // the change stay where they were.
     const QString& old = m_shown;
+    const bool documentIsAsShown = document()->characterCount() - 1 == old.size();
     const qsizetype most = std::min(old.size(), shown.size());
     qsizetype head =
         std::mismatch(old.begin(), old.begin() + most, shown.begin()).first - old.begin();
     qsizetype tail =
         std::mismatch(old.rbegin(), old.rbegin() + (most - head), shown.rbegin()).first -
         old.rbegin();
-    if (head == old.size() && head == shown.size())
+    if (head == old.size() && head == shown.size() && documentIsAsShown)
         return;
     // A surrogate pair is replaced whole, never split between the kept and the replaced part.
     if (head > 0 && shown.at(head - 1).isHighSurrogate())
@@ -53,8 +54,7 @@ void SqlTextView::showText(QString shown) {
         --tail;
     // A text mostly new is shown anew, which the document does faster than an edit; so is a
     // document that was changed by other means than this view.
-    if (shown.size() - tail - head > shown.size() / 2 ||
-        document()->characterCount() - 1 != old.size()) {
+    if (shown.size() - tail - head > shown.size() / 2 || !documentIsAsShown) {
         // The place the user scrolled to is kept as far as the new text reaches.
         const int line = verticalScrollBar()->value();
         const int column = horizontalScrollBar()->value();

@@ -179,4 +179,7 @@ TEST(SqlTextViewTest, ShowsTheStatementWholeAfterTheDocumentWasChangedElsewhere)
     view.setPlainText("something else entirely");
     view.setStrText("SELECT b FROM t");
     EXPECT_EQ(view.toPlainText(), "SELECT b FROM t");
+    view.setPlainText("something else entirely");
+    view.setStrText("SELECT b FROM t");
+    EXPECT_EQ(view.toPlainText(), "SELECT b FROM t");
 }
