@@ -113,4 +113,6 @@ function(marovin_add_benchmark name)
   add_executable(${name} ${ARG_SOURCES})
   marovin_apply_defaults(${name})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} benchmark::benchmark)
+  # The shared pieces of the benchmarks (QtBenchMain.h among them).
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/bench/support)
 endfunction()

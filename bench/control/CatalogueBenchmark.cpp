@@ -6,6 +6,7 @@
 // Runs offscreen.
 
 #include "BenchData.h"
+#include "QtBenchMain.h"
 #include "marovin/CatalogueCache.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cSQLQuery.h"
@@ -193,11 +194,5 @@ BENCHMARK(BM_SearchKeystroke)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillise
 } // namespace
 
 int main(int argc, char** argv) {
-    if (std::getenv("QT_QPA_PLATFORM") == nullptr)
-        setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return marovin::bench::RunQtBenchmarks(argc, argv);
 }

@@ -5,6 +5,7 @@
 // same query into the panes is measured as well. Both again with 200 and 800 tables (ten rows
 // per table), to see how they grow. Runs offscreen.
 
+#include "QtBenchMain.h"
 #include "SampleDatabaseGenerator.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cSQLQuery.h"
@@ -159,11 +160,5 @@ BENCHMARK(BM_LoadQuery)->Arg(kTables)->Arg(200)->Arg(800)->Unit(benchmark::kMill
 } // namespace
 
 int main(int argc, char** argv) {
-    if (std::getenv("QT_QPA_PLATFORM") == nullptr)
-        setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return marovin::bench::RunQtBenchmarks(argc, argv);
 }

@@ -2,6 +2,8 @@
 // joins (adding them, producing the joins list), dragging a box with 20 joins attached, and
 // routing every line around the boxes in its way after the whole layout changed.
 
+#include "QtBenchMain.h"
+
 #include <QApplication>
 #include <QGraphicsView>
 #include <QMouseEvent>
@@ -214,13 +216,5 @@ BENCHMARK(BM_DragBoxWith20Joins)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicro
 } // namespace marovin
 
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return marovin::bench::RunQtBenchmarks(argc, argv);
 }

@@ -3,6 +3,7 @@
 // against a plain sqlite3 step loop over the same rows, how much memory a row takes against its
 // size as tab-separated text, and how long copying every row to the clipboard takes.
 
+#include "QtBenchMain.h"
 #include "marovin/cDbConnection.h"
 #include "marovin/cRecordset.h"
 #include "marovin/frmViewQueryResults.h"
@@ -321,14 +322,5 @@ BENCHMARK(BM_ClipboardText_1M)->Unit(benchmark::kMillisecond)->Iterations(3);
 } // namespace
 
 int main(int argc, char** argv) {
-    if (std::getenv("QT_QPA_PLATFORM") == nullptr)
-        setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("MarovinViewerBench"));
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return marovin::bench::RunQtBenchmarks(argc, argv, "MarovinViewerBench");
 }
