@@ -30,6 +30,8 @@
 #include <QToolBar>
 #include <QTreeWidget>
 #include <gtest/gtest.h>
+#include <utility>
+#include <vector>
 
 using namespace marovin;
 using namespace marovin::test;
@@ -1026,6 +1028,27 @@ TEST(DesignerTest, ColoursFollowTheViewMenuAndAreRemembered) {
     ASSERT_TRUE(designer.waitForFinished(60000));
     EXPECT_EQ(designer.exitCode(), 2);
     EXPECT_TRUE(designer.readAllStandardError().contains("--colours: \"purple\""));
+}
+
+// A database named with an option that belongs to another kind of connection is refused, not
+// left aside for the sample database.
+TEST(DesignerTest, ServerOptionsWithoutAServerAreRefused) {
+    const QString sample = QString::fromStdString(SampleDatabasePath());
+    const std::vector<std::pair<QStringList, QString>> cases = {
+        {{"--database", sample}, "--database needs --server"},
+        {{"--user", "sa"}, "--user needs --server"},
+        {{"--windows-auth"}, "--windows-auth needs --server"},
+        {{"--sqlite", sample, "--server", "db1", "--database", "Shop"}, "give one of them"},
+    };
+    for (const auto& [arguments, message] : cases) {
+        QProcess designer;
+        designer.start(MAROVIN_DESIGNER_EXE, arguments + QStringList{"--print-sql"});
+        ASSERT_TRUE(designer.waitForFinished(60000));
+        EXPECT_EQ(designer.exitCode(), 2) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(designer.readAllStandardOutput().isEmpty());
+        EXPECT_TRUE(designer.readAllStandardError().contains(message.toUtf8()))
+            << arguments.join(' ').toStdString();
+    }
 }
 
 TEST(DesignerTest, PastedSqlIsAskedAboutAndBecomesANewUnsavedDocument) {

@@ -161,6 +161,22 @@ int main(int argc, char** argv) {
     if (auto* box = dynamic_cast<QtMessageBox*>(services.messageBox.get()))
         box->setParentWidget(&window);
 
+    // The server's options mean nothing without a server. Ignoring them would open the sample
+    // database (or none) while the user believes they named another one.
+    if (parser.isSet(sqlite) && parser.isSet(server)) {
+        printError(QStringLiteral("--sqlite and --server name two databases: give one of them"));
+        return 2;
+    }
+    for (const QCommandLineOption* option :
+         {&database, &user, &passwordEnv, &windowsAuth, &driver}) {
+        if (parser.isSet(*option) && !parser.isSet(server)) {
+            printError(QStringLiteral("--%1 needs --server (an SQLite file is opened with "
+                                      "--sqlite PATH)")
+                           .arg(option->names().constFirst()));
+            return 2;
+        }
+    }
+
     std::shared_ptr<cDbConnection> connection;
     if (parser.isSet(sqlite)) {
         const QString path = parser.value(sqlite);
