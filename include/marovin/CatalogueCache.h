@@ -36,6 +36,9 @@ class MAROVIN_EXPORT CatalogueCache {
 public:
     /// Seconds a catalogue stays usable when the database has no stamp to check it against.
     static constexpr std::int64_t kDefaultMaxAge = 600;
+    /// Seconds after which a catalogue that was neither read nor written is deleted (when
+    /// another catalogue is written into the same folder).
+    static constexpr std::int64_t kUnusedLifetime = 90 * 24 * 3600;
     /// The environment variable that names the cache folder.
     static constexpr const char* kDirectoryEnvironmentVariable = "MAROVIN_CACHE_DIR";
 

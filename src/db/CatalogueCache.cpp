@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -34,7 +35,7 @@ namespace marovin {
 namespace {
 
 constexpr std::string_view kMagic = "marovin-catalogue 1";
-constexpr const char* kExtension = ".catalogue";
+constexpr std::string_view kExtension = ".catalogue";
 
 void appendEscaped(std::string& out, std::string_view text) {
     std::size_t start = 0;
@@ -266,6 +267,31 @@ std::string environment(const char* name) {
     return value ? value : "";
 }
 
+// Deletes the catalogues in the folder that were neither read nor written for `lifetime`
+// seconds, and the temporaries of writes that never finished, other than the file `kept`.
+// Regular files only, and only the cache's own (by their extension).
+void removeUnused(const std::string& directory, const std::filesystem::path& kept,
+                  std::int64_t lifetime) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    const auto oldest = fs::file_time_type::clock::now() - std::chrono::seconds(lifetime);
+    for (fs::directory_iterator it(directory, ec), end; !ec && it != end; it.increment(ec)) {
+        const fs::path& file = it->path();
+        const std::string name = file.filename().string();
+        const auto at = name.find(kExtension);
+        const bool catalogue =
+            at != std::string::npos && at > 0 &&
+            (at + kExtension.size() == name.size() || name[at + kExtension.size()] == '.');
+        std::error_code fileError;
+        if (!catalogue || file == kept ||
+            it->symlink_status(fileError).type() != fs::file_type::regular)
+            continue;
+        const auto written = it->last_write_time(fileError);
+        if (!fileError && written < oldest)
+            fs::remove(file, fileError);
+    }
+}
+
 } // namespace
 
 CatalogueCache::CatalogueCache(std::string strDirectory) {
@@ -297,7 +323,7 @@ std::string CatalogueCache::FilePath(const cDbConnection& connection) const {
         if (m_strDirectory.empty())
             return {};
         return (std::filesystem::path(m_strDirectory) /
-                (hex64(fnv1a(catalogueKey(connection))) + kExtension))
+                (hex64(fnv1a(catalogueKey(connection))) + std::string(kExtension)))
             .string();
     } catch (...) {
         return {};
@@ -310,7 +336,12 @@ std::optional<Catalogue> CatalogueCache::Load(const cDbConnection& connection) c
         std::string text;
         if (path.empty() || !readFile(path, text))
             return std::nullopt;
-        return parse(text, catalogueKey(connection));
+        std::optional<Catalogue> catalogue = parse(text, catalogueKey(connection));
+        // A catalogue in use counts as new, however long ago it was written: only catalogues
+        // nobody reads are swept out.
+        if (catalogue)
+            ::utimensat(AT_FDCWD, path.c_str(), nullptr, 0);
+        return catalogue;
     } catch (...) {
         return std::nullopt;
     }
@@ -370,6 +401,10 @@ bool CatalogueCache::Save(const cDbConnection& connection, const Catalogue& cata
             ::unlink(temporary.c_str());
             return false;
         }
+        // A catalogue is written when a database is listed, which is seldom: the time to sweep
+        // out the catalogues of databases nobody opens any more (temporary files, test
+        // databases), which would otherwise pile up for ever.
+        removeUnused(m_strDirectory, path, kUnusedLifetime);
         return true;
     } catch (...) {
         return false;

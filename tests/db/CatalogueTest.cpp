@@ -606,6 +606,38 @@ TEST_F(CatalogueFiles, AreWrittenIntoANewFolderAndReadBack) {
     EXPECT_EQ(filesInCache().size(), 1u);
 }
 
+TEST_F(CatalogueFiles, ThoseNobodyReadsForMonthsAreSweptOutWhenAnotherIsWritten) {
+    namespace fs = std::filesystem;
+    const cDbConnection other = sqliteConnection(dir.file("other.sqlite"));
+    const cDbConnection read = sqliteConnection(dir.file("read.sqlite"));
+    ASSERT_TRUE(cache.Save(other, sample()));
+    ASSERT_TRUE(cache.Save(read, sample()));
+    const fs::path folder = cache.strDirectory();
+    const fs::path unfinished = fs::path(cache.FilePath(other) + ".Ab12Cd");
+    std::ofstream(unfinished) << "half a catalogue";
+    const fs::path foreign = folder / "notes.txt";
+    std::ofstream(foreign) << "not the cache's";
+    // All of them last written long ago; the one catalogue is read since.
+    const auto longAgo = fs::file_time_type::clock::now() -
+                         std::chrono::seconds(CatalogueCache::kUnusedLifetime + 3600);
+    for (const fs::path& file :
+         {fs::path(cache.FilePath(other)), fs::path(cache.FilePath(read)), unfinished, foreign})
+        fs::last_write_time(file, longAgo);
+    ASSERT_TRUE(cache.Load(read).has_value());
+
+    ASSERT_TRUE(cache.Save(db, sample()));
+    EXPECT_FALSE(fs::exists(cache.FilePath(other)));
+    EXPECT_FALSE(fs::exists(unfinished));
+    EXPECT_TRUE(cache.Load(read).has_value());
+    EXPECT_TRUE(cache.Load(db).has_value());
+    EXPECT_TRUE(fs::exists(foreign));
+
+    // Recent catalogues stay, read or not.
+    ASSERT_TRUE(cache.Save(other, sample()));
+    ASSERT_TRUE(cache.Save(db, sample()));
+    EXPECT_TRUE(cache.Load(other).has_value());
+}
+
 TEST_F(CatalogueFiles, KeepAnyNameAsItIs) {
     Catalogue c;
     c.strStamp = "mssql:2024-01-02T03:04:05.678:\t\n\\";
