@@ -821,13 +821,36 @@ bool registerSqlServerFunctions(sqlite3* db) {
     return ok;
 }
 
+namespace {
+
+// Where the text after `from` first ends with `endMark` (just past it), else the text's end.
+std::size_t skipPast(const std::string& sql, std::size_t from, std::string_view endMark) {
+    const std::size_t e = sql.find(endMark, from);
+    return e == std::string::npos ? sql.size() : e + endMark.size();
+}
+
+// Just past the quoted text or name that opens at `open` with the quote `sql[open]`: a doubled
+// quote stays inside. The text's end when the quote is never closed.
+std::size_t endOfQuoted(const std::string& sql, std::size_t open) {
+    const char quote = sql[open];
+    std::size_t next = open + 1;
+    for (;;) {
+        next = sql.find(quote, next);
+        if (next == std::string::npos)
+            return sql.size();
+        if (next + 1 < sql.size() && sql[next + 1] == quote) {
+            next += 2;
+            continue;
+        }
+        return next + 1;
+    }
+}
+
+} // namespace
+
 std::string translateBracketEscapes(const std::string& sql) {
     if (sql.find("]]") == std::string::npos)
         return sql;
-    auto skipTo = [&sql](std::size_t from, const char* endMark) {
-        std::size_t e = sql.find(endMark, from);
-        return e == std::string::npos ? sql.size() : e + std::char_traits<char>::length(endMark);
-    };
     std::string out;
     out.reserve(sql.size() + 8);
     std::size_t i = 0;
@@ -835,23 +858,11 @@ std::string translateBracketEscapes(const std::string& sql) {
         const char c = sql[i];
         std::size_t next = i + 1;
         if (c == '\'' || c == '"' || c == '`') {
-            for (;;) {
-                next = sql.find(c, next);
-                if (next == std::string::npos) {
-                    next = sql.size();
-                    break;
-                }
-                if (next + 1 < sql.size() && sql[next + 1] == c) {
-                    next += 2;
-                    continue;
-                }
-                ++next;
-                break;
-            }
+            next = endOfQuoted(sql, i);
         } else if (c == '-' && i + 1 < sql.size() && sql[i + 1] == '-') {
-            next = skipTo(i + 2, "\n");
+            next = skipPast(sql, i + 2, "\n");
         } else if (c == '/' && i + 1 < sql.size() && sql[i + 1] == '*') {
-            next = skipTo(i + 2, "*/");
+            next = skipPast(sql, i + 2, "*/");
         } else if (c == '[') {
             // The name runs to the first "]" that is not doubled.
             std::string name;
@@ -890,10 +901,6 @@ std::string quoteJoinKeywordCalls(const std::string& sql) {
         return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
                c == '_' || c == '$' || static_cast<unsigned char>(c) >= 0x80;
     };
-    auto skipTo = [&sql](std::size_t from, const char* endMark) {
-        std::size_t e = sql.find(endMark, from);
-        return e == std::string::npos ? sql.size() : e + std::char_traits<char>::length(endMark);
-    };
     std::string out;
     out.reserve(sql.size() + 8);
     std::size_t i = 0;
@@ -901,27 +908,13 @@ std::string quoteJoinKeywordCalls(const std::string& sql) {
         char c = sql[i];
         std::size_t next = i + 1;
         if (c == '\'' || c == '"' || c == '`') {
-            // A quoted text or name; a doubled quote stays inside.
-            next = i + 1;
-            for (;;) {
-                next = sql.find(c, next);
-                if (next == std::string::npos) {
-                    next = sql.size();
-                    break;
-                }
-                if (next + 1 < sql.size() && sql[next + 1] == c) {
-                    next += 2;
-                    continue;
-                }
-                ++next;
-                break;
-            }
+            next = endOfQuoted(sql, i);
         } else if (c == '[') {
-            next = skipTo(i + 1, "]");
+            next = skipPast(sql, i + 1, "]");
         } else if (c == '-' && i + 1 < sql.size() && sql[i + 1] == '-') {
-            next = skipTo(i + 2, "\n");
+            next = skipPast(sql, i + 2, "\n");
         } else if (c == '/' && i + 1 < sql.size() && sql[i + 1] == '*') {
-            next = skipTo(i + 2, "*/");
+            next = skipPast(sql, i + 2, "*/");
         } else if (isWord(c)) {
             next = i;
             while (next < sql.size() && isWord(sql[next]))
