@@ -354,6 +354,9 @@ uint32_t joinKeyword(const cJoinCondition& join) {
 class JoinChain {
 public:
     enum Part : uint32_t { kLeftName, kKeyword, kRightName, kCondition };
+    // The most text the chain may grow to by repeating itself: what SQL Server takes in one
+    // batch with its default packet size (65,536 packets of 4 kB).
+    static constexpr size_t kMostChainText = size_t{256} * 1024 * 1024;
 
     // Empties the chain for about `expected` parts at each end, keeping the room it had.
     void Reset(size_t expected) {
@@ -383,8 +386,15 @@ public:
         }
     }
     // The chain followed by the join's keyword and the chain once more.
+    // Throws ModelError when the chain would grow beyond what any server takes in one
+    // statement: every join that meets the chain on both sides doubles it, so a few dozen such
+    // joins would otherwise ask for more memory than there is.
     void AppendRepeated(uint32_t index, const JoinText& join) {
         const size_t length = m_length;
+        const size_t parts = m_front.size() + m_back.size();
+        if (length > kMostChainText / 2 || parts > kMostChainText / 2)
+            throw ModelError("The joins repeat the chain of joins so often that FROM would be "
+                             "longer than 256 MB");
         m_copy.assign(m_front.rbegin(), m_front.rend());
         m_copy.insert(m_copy.end(), m_back.begin(), m_back.end());
         m_back.push_back(index << 2 | kKeyword);

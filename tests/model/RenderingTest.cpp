@@ -66,6 +66,35 @@ TEST(From, LaterJoinWithTheSameTableOnBothSidesRepeatsTheChain) {
                                "     ON j1\r\n     ON j2");
 }
 
+// Every join that meets the chain on both sides repeats the chain: a few dozen of them would
+// make a text of terabytes. Up to the size a server takes in one statement the chain is written;
+// beyond it the rendering fails with a clear message instead of running out of memory.
+TEST(From, JoinsThatDoubleTheChainTooOftenFailWithAClearMessage) {
+    const auto query = [](int repeats) {
+        auto q = std::make_shared<cSQLQuery>();
+        auto a = addTable(*q, "A");
+        auto b = addTable(*q, "B");
+        addJoin(*q, a, b, "c0");
+        for (int i = 1; i <= repeats; ++i)
+            addJoin(*q, a, b, "c" + std::to_string(i));
+        q->SelectedItems()->Add()->setStrName("A.x");
+        return q;
+    };
+    const std::string from = query(10)->strFrom();
+    size_t count = 0;
+    for (size_t at = from.find("ON c0"); at != std::string::npos; at = from.find("ON c0", at + 1))
+        ++count;
+    EXPECT_EQ(count, 1024u);
+
+    try {
+        query(60)->strSQL();
+        FAIL() << "a chain of 2^60 copies was written";
+    } catch (const ModelError& error) {
+        EXPECT_STREQ(error.what(), "The joins repeat the chain of joins so often that FROM would "
+                                   "be longer than 256 MB");
+    }
+}
+
 TEST(From, ManyJoinsStayLinearAndKeepEveryJoin) {
     cSQLQuery query;
     auto previous = addTable(query, "T0");
