@@ -321,8 +321,8 @@ private:
 };
 
 // What a join writes into the chain, found by the join's place in the query's list: its keyword,
-// the positions of its tables' names and its condition. Kept in the place where the join's
-// tables were gathered, so that the chain costs no more room than the list of joins.
+// the positions of its tables' names and its condition. The chain's parts refer to these by
+// that place, so a part takes four bytes however long its text.
 struct JoinText {
     const char* condition;
     uint32_t conditionSize;
