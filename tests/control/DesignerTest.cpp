@@ -1038,7 +1038,8 @@ TEST(DesignerTest, ServerOptionsWithoutAServerAreRefused) {
         {{"--database", sample}, "--database needs --server"},
         {{"--user", "sa"}, "--user needs --server"},
         {{"--windows-auth"}, "--windows-auth needs --server"},
-        {{"--sqlite", sample, "--server", "db1", "--database", "Shop"}, "give one of them"},
+        {{"--sqlite", sample, "--server", "db1", "--database", "Shop"},
+         "give only one of --sqlite and --server"},
     };
     for (const auto& [arguments, message] : cases) {
         QProcess designer;

@@ -164,7 +164,7 @@ int main(int argc, char** argv) {
     // The server's options mean nothing without a server. Ignoring them would open the sample
     // database (or none) while the user believes they named another one.
     if (parser.isSet(sqlite) && parser.isSet(server)) {
-        printError(QStringLiteral("--sqlite and --server name two databases: give one of them"));
+        printError(QStringLiteral("give only one of --sqlite and --server"));
         return 2;
     }
     for (const QCommandLineOption* option :
