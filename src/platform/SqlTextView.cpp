@@ -40,18 +40,13 @@ void SqlTextView::showText(QString shown) {
     const QString& old = m_shown;
     const bool documentIsAsShown = document()->characterCount() - 1 == old.size();
     const qsizetype most = std::min(old.size(), shown.size());
-    qsizetype head =
+    const qsizetype head =
         std::mismatch(old.begin(), old.begin() + most, shown.begin()).first - old.begin();
-    qsizetype tail =
+    const qsizetype tail =
         std::mismatch(old.rbegin(), old.rbegin() + (most - head), shown.rbegin()).first -
         old.rbegin();
     if (head == old.size() && head == shown.size() && documentIsAsShown)
         return;
-    // A surrogate pair is replaced whole, never split between the kept and the replaced part.
-    if (head > 0 && shown.at(head - 1).isHighSurrogate())
-        --head;
-    if (tail > 0 && shown.at(shown.size() - tail).isLowSurrogate())
-        --tail;
     // A text mostly new is shown anew, which the document does faster than an edit; so is a
     // document that was changed by other means than this view.
     if (shown.size() - tail - head > shown.size() / 2 || !documentIsAsShown) {

@@ -161,7 +161,7 @@ TEST(SqlTextViewTest, ShowsAChangedStatementWithoutLosingThePlaceOrTheColours) {
     EXPECT_TRUE(distinct);
 }
 
-TEST(SqlTextViewTest, ReplacesCharactersBeyondTheBasicPlaneWhole) {
+TEST(SqlTextViewTest, ReplacesCharactersBeyondTheBasicPlaneCorrectly) {
     SqlTextView view;
     // The two emoji share their first UTF-16 unit and differ in the second.
     const std::string before = "SELECT '\xF0\x9F\x98\x80' AS Face FROM Faces";
@@ -171,6 +171,10 @@ TEST(SqlTextViewTest, ReplacesCharactersBeyondTheBasicPlaneWhole) {
     EXPECT_EQ(view.toPlainText(), QString::fromStdString(after));
     view.setStrText(before);
     EXPECT_EQ(view.toPlainText(), QString::fromStdString(before));
+    // These share their second unit and differ in the first.
+    const std::string other = "SELECT '\xF0\x9F\x88\x80' AS Face FROM Faces";
+    view.setStrText(other);
+    EXPECT_EQ(view.toPlainText(), QString::fromStdString(other));
 }
 
 TEST(SqlTextViewTest, ShowsTheStatementWholeAfterTheDocumentWasChangedElsewhere) {
