@@ -247,7 +247,6 @@ private:
     /// statusMessage.
     void joinAlongForeignKeys(const std::string& strAlias, const std::string& strName);
     std::string AddTableToCollection(const std::string& strTable, bool blnIsSubQuery);
-    static bool AliasExists(const cTables& colTables, const std::string& strAlias);
     bool IsInTableList(const QString& strText) const;
     /// The table-list entry naming this table, brackets ignored ("dbo.[Order]" finds
     /// "dbo.Order"); empty when there is none.

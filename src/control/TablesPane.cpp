@@ -262,14 +262,6 @@ QString uscMarovin::tableListEntry(const std::string& strName) const {
     return QString();
 }
 
-bool uscMarovin::AliasExists(const cTables& colTables, const std::string& strAlias) {
-    for (const auto& table : colTables) {
-        if (table->strAlias() == strAlias)
-            return true;
-    }
-    return false;
-}
-
 std::string uscMarovin::AddTableToCollection(const std::string& strTable, bool blnIsSubQuery) {
     std::string base = LastNamePart(strTable);
     if (Trim(base).empty()) {
