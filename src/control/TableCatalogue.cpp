@@ -49,7 +49,8 @@ void closeInBackground(std::unique_ptr<DbSession> session) {
 // What the worker hands to the user-interface thread, in order.
 struct TableCatalogue::Event {
     enum Kind {
-        CacheRead,      // the cache's catalogue (rows and column lists)
+        CacheRead,      // rows known before the database is asked: the cache's catalogue (rows and
+                        // column lists), or the names an SQLite file's pages give
         Confirmed,      // the rows in hand describe the database
         ListingStarted, // the tables are listed afresh
         Batch,          // rows of the listing, in order
@@ -253,6 +254,13 @@ void TableCatalogue::startWorker(bool blnForce, bool blnReadCache) {
             }
         } else if (haveRows) {
             known = Catalogue{knownStamp, knownListedAt, {}, {}};
+        }
+        // With nothing known, an SQLite file's own pages give the names long before SQLite has
+        // parsed its schema; the listing below confirms or replaces them.
+        if (blnReadCache && !known) {
+            if (std::optional<std::vector<DbSession::TableRow>> rows =
+                    connection.GetTablesFromFile())
+                post(Event{Event::CacheRead, Rows::prepared(std::move(*rows)), {}, {}, 0, nullptr});
         }
         if (shared->stop) {
             post(Event{Event::Cancelled, {}, {}, {}, 0, nullptr});

@@ -19,11 +19,12 @@ class QWidget;
 namespace marovin {
 
 // The catalogue of the control's database, read off the user-interface thread. Opening a
-// connection shows what is known at once (the rows in hand, or the cache on disk) and then, on a
-// worker thread, checks it against the database's stamp and lists the tables again when the
-// database changed, handing the rows over as they arrive. The rows are every table and view of
-// the database; the table list applies its options to them. Column lists are fetched once per
-// table and connection and kept (in memory and in the cache file).
+// connection shows what is known at once (the rows in hand, the cache on disk, or else the names
+// an SQLite file's pages give without parsing its schema) and then, on a worker thread, checks
+// it against the database's stamp and lists the tables again when the database changed, handing
+// the rows over as they arrive. The rows are every table and view of the database; the table
+// list applies its options to them. Column lists are fetched once per table and connection and
+// kept (in memory and in the cache file).
 class TableCatalogue : public QObject {
     Q_OBJECT
 public:
@@ -55,7 +56,8 @@ public:
     bool blnReading() const { return m_state == State::Reading; }
     // Whether the rows in hand are the whole catalogue (of the database or of its cache).
     bool blnComplete() const { return m_blnComplete; }
-    // Whether the rows came from the cache and have not been confirmed yet.
+    // Whether the rows were known before the database was asked (from the cache, or read from
+    // an SQLite file's pages) and have not been confirmed yet.
     bool blnFromCache() const { return m_blnFromCache; }
     const std::vector<DbSession::TableRow>& rows() const { return m_rows.rows; }
     // Each row's table-list entry ("schema.name") and its case-folded form, made on the worker

@@ -216,6 +216,60 @@ void SqliteSession::Interrupt() {
         sqlite3_interrupt(m_db);
 }
 
+SqliteCatalogueRows::SqliteCatalogueRows(std::size_t expectedRows) {
+    m_entries.reserve(expectedRows + 1);
+    m_names.reserve(16 * (expectedRows + 1));
+    // The schema table itself is not listed in itself.
+    push("sqlite_schema", 0);
+}
+
+void SqliteCatalogueRows::push(std::string_view name, std::uint32_t type) {
+    m_entries.push_back({m_names.size(), static_cast<std::uint32_t>(name.size()), type});
+    m_names.append(name);
+}
+
+void SqliteCatalogueRows::add(std::string_view type, std::string_view name) {
+    push(name, startsWithNoCase(name, "sqlite_") ? 0 : type == "view" ? 2 : 1);
+}
+
+void SqliteCatalogueRows::handOver(
+    const std::function<void(std::vector<DbSession::TableRow>&&)>& batch) {
+    // Types in the catalogue order of SQL Server.
+    static constexpr const char* kTypes[] = {"SYSTEM TABLE", "TABLE", "VIEW"};
+    // The catalogue order of SQL Server: by type, then by name (case-insensitive first). The
+    // names are compared in a lower-case copy at the same places, as plain bytes.
+    std::string lowered = m_names;
+    for (char& c : lowered)
+        c = static_cast<char>(lowerAscii(static_cast<unsigned char>(c)));
+    const auto nameOf = [this](const Entry& e) {
+        return std::string_view(m_names).substr(e.offset, e.length);
+    };
+    const auto lowerNameOf = [&lowered](const Entry& e) {
+        return std::string_view(lowered).substr(e.offset, e.length);
+    };
+    std::sort(m_entries.begin(), m_entries.end(), [&](const Entry& a, const Entry& b) {
+        if (a.type != b.type)
+            return a.type < b.type;
+        const int c = lowerNameOf(a).compare(lowerNameOf(b));
+        return c != 0 ? c < 0 : nameOf(a) < nameOf(b);
+    });
+
+    std::vector<DbSession::TableRow> part;
+    part.reserve(std::min(m_entries.size(), DbSession::kTableBatch));
+    bool handedOver = false;
+    for (const Entry& e : m_entries) {
+        part.push_back(DbSession::TableRow{kSchema, std::string(nameOf(e)), kTypes[e.type]});
+        if (part.size() == DbSession::kTableBatch) {
+            batch(std::move(part));
+            handedOver = true;
+            part.clear();
+            part.reserve(DbSession::kTableBatch);
+        }
+    }
+    if (!part.empty() || !handedOver)
+        batch(std::move(part));
+}
+
 void SqliteSession::Tables(const std::function<void(std::vector<TableRow>&&)>& batch) {
     sqlite3* db = handle();
     startClock();
@@ -225,73 +279,21 @@ void SqliteSession::Tables(const std::function<void(std::vector<TableRow>&&)>& b
                            "WHERE type IN ('table', 'view')",
                            -1, stmt.out(), nullptr) != SQLITE_OK)
         fail();
-    // Types in the catalogue order of SQL Server.
-    static constexpr const char* kTypes[] = {"SYSTEM TABLE", "TABLE", "VIEW"};
-    struct Entry {
-        std::size_t offset; // of the name in names
-        std::uint32_t length;
-        std::uint32_t type; // index into kTypes
+    SqliteCatalogueRows rows(m_schemaRows);
+    const auto textOf = [&stmt](int column) {
+        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), column));
+        return text ? std::string_view(
+                          text, static_cast<std::size_t>(sqlite3_column_bytes(stmt.get(), column)))
+                    : std::string_view();
     };
-    // The names one after the other (and below the same in lower case at the same places, so
-    // that the sort compares plain bytes).
-    std::string names;
-    std::vector<Entry> entries;
-    entries.reserve(m_schemaRows + 1);
-    names.reserve(16 * (m_schemaRows + 1));
-    const auto add = [&](std::string_view name, std::uint32_t type) {
-        entries.push_back({names.size(), static_cast<std::uint32_t>(name.size()), type});
-        names.append(name);
-    };
-    // The schema table itself is not listed in itself.
-    add("sqlite_schema", 0);
     int rc;
-    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
-        const auto* typeText = reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0));
-        const auto* nameText = reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 1));
-        const std::string_view name =
-            nameText ? std::string_view(
-                           nameText, static_cast<std::size_t>(sqlite3_column_bytes(stmt.get(), 1)))
-                     : std::string_view();
-        add(name, startsWithNoCase(name, "sqlite_")                ? 0
-                  : typeText && std::strcmp(typeText, "view") == 0 ? 2
-                                                                   : 1);
-    }
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
+        rows.add(textOf(0), textOf(1));
     if (rc != SQLITE_DONE)
         fail();
     // Done with the statement: the file is not kept locked while the parts are handed over.
     stmt.out();
-
-    // The catalogue order of SQL Server: by type, then by name (case-insensitive first).
-    std::string lowered = names;
-    for (char& c : lowered)
-        c = static_cast<char>(lowerAscii(static_cast<unsigned char>(c)));
-    const auto nameOf = [&names](const Entry& e) {
-        return std::string_view(names).substr(e.offset, e.length);
-    };
-    const auto lowerNameOf = [&lowered](const Entry& e) {
-        return std::string_view(lowered).substr(e.offset, e.length);
-    };
-    std::sort(entries.begin(), entries.end(), [&](const Entry& a, const Entry& b) {
-        if (a.type != b.type)
-            return a.type < b.type;
-        const int c = lowerNameOf(a).compare(lowerNameOf(b));
-        return c != 0 ? c < 0 : nameOf(a) < nameOf(b);
-    });
-
-    std::vector<TableRow> part;
-    part.reserve(std::min(entries.size(), kTableBatch));
-    bool handedOver = false;
-    for (const Entry& e : entries) {
-        part.push_back(TableRow{kSchema, std::string(nameOf(e)), kTypes[e.type]});
-        if (part.size() == kTableBatch) {
-            batch(std::move(part));
-            handedOver = true;
-            part.clear();
-            part.reserve(kTableBatch);
-        }
-    }
-    if (!part.empty() || !handedOver)
-        batch(std::move(part));
+    rows.handOver(batch);
 }
 
 std::vector<std::string> SqliteSession::Columns(const std::string& schema,

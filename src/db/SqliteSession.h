@@ -4,14 +4,41 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
 
 namespace marovin {
+
+// The tables and views of an SQLite schema in SQL Server's catalogue order: SQLite's own tables
+// ("sqlite_" names, and the schema table itself) as system tables first, then the tables, then
+// the views, each kind by name without regard to case, then with. The names are gathered in one
+// text, so that a catalogue of 100,000 tables never stands as one vector of rows here.
+class SqliteCatalogueRows {
+public:
+    explicit SqliteCatalogueRows(std::size_t expectedRows);
+    // A row of the schema table whose type is "table" or "view".
+    void add(std::string_view type, std::string_view name);
+    // Sorts the rows and hands them to batch in parts of DbSession::kTableBatch rows (one empty
+    // part when there are none).
+    void handOver(const std::function<void(std::vector<DbSession::TableRow>&&)>& batch);
+
+private:
+    struct Entry {
+        std::size_t offset; // of the name in m_names
+        std::uint32_t length;
+        std::uint32_t type; // 0 system table, 1 table, 2 view
+    };
+    void push(std::string_view name, std::uint32_t type);
+    std::string m_names;
+    std::vector<Entry> m_entries;
+};
 
 // An SQLite file opened read-only and attached under the schema name "dbo", with the
 // Transact-SQL functions registered. Nothing sent through it can change the file: the file is
@@ -33,9 +60,8 @@ public:
     void Open(const std::string& path);
 
     using DbSession::Tables;
-    // The whole schema is read and sorted into the catalogue order first (compactly: the names
-    // in one text), then handed over in parts of kTableBatch rows, so that a catalogue of
-    // 100,000 tables never stands as one vector of rows here.
+    // The whole schema is read and sorted into the catalogue order first, then handed over in
+    // parts of kTableBatch rows.
     void Tables(const std::function<void(std::vector<TableRow>&&)>& batch) override;
     std::vector<std::string> Columns(const std::string& schema, const std::string& table) override;
     // Keys as PRAGMA foreign_key_list declares them, found for every table of the file; a key

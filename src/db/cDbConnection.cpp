@@ -2,7 +2,7 @@
 
 #include "OdbcSession.h"
 #include "Providers.h"
-#include "SqliteFileStamp.h"
+#include "SqliteFile.h"
 #include "SqliteSession.h"
 #include "marovin/DbError.h"
 
@@ -375,6 +375,26 @@ bool cDbConnection::ListTables(const std::function<void(std::vector<DbSession::T
         strError = isCancelled(cancellation) ? kCancelledText : "The catalogue could not be read";
     }
     return false;
+}
+
+std::optional<std::vector<DbSession::TableRow>> cDbConnection::GetTablesFromFile() const {
+    try {
+        if (providerOf(m_strProvider) != Provider::Sqlite)
+            return std::nullopt;
+        SqliteCatalogueRows rows(0);
+        if (!readSqliteSchemaNames(
+                m_strDatabase,
+                [&rows](std::string_view type, std::string_view name) { rows.add(type, name); }))
+            return std::nullopt;
+        std::vector<DbSession::TableRow> result;
+        rows.handOver([&result](std::vector<DbSession::TableRow>&& part) {
+            result.insert(result.end(), std::make_move_iterator(part.begin()),
+                          std::make_move_iterator(part.end()));
+        });
+        return result;
+    } catch (...) {
+        return std::nullopt;
+    }
 }
 
 std::string cDbConnection::GetCatalogueStamp() const {

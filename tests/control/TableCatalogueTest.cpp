@@ -13,7 +13,10 @@
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace marovin;
 using namespace marovin::test;
@@ -279,4 +282,83 @@ TEST_F(LargeCatalogue, ColumnListsAreAskedForOncePerTableAndKeptInTheCache) {
     PlaceTable(*c, "dbo.base");
     auto* diagram = c->findChild<dvTablesAndJoins*>("dvTablesAndJoins");
     EXPECT_EQ(diagram->tableColumns("base1"), (QStringList{"a", "b", "FromCache"}));
+}
+
+namespace {
+
+// Another process holding SQLite's pending lock on a file: SQLite cannot begin to read the file
+// (it retries for its busy time-out) until the lock is let go. Plain reads are not held up.
+class PendingLock {
+public:
+    explicit PendingLock(const std::string& path) {
+        int ready[2];
+        if (::pipe(ready) != 0 || ::pipe(m_release) != 0)
+            throw std::runtime_error("pipe failed");
+        m_child = ::fork();
+        if (m_child == 0) {
+            // In the child only calls that are safe after fork. The ends the parent uses are
+            // closed, so that the parent closing its end is the end of the release pipe here.
+            ::close(ready[0]);
+            ::close(m_release[1]);
+            const int fd = ::open(path.c_str(), O_RDWR);
+            struct flock lock {};
+            lock.l_type = F_WRLCK;
+            lock.l_whence = SEEK_SET;
+            lock.l_start = 0x40000000; // the pending byte
+            lock.l_len = 1;
+            const char ok = fd >= 0 && ::fcntl(fd, F_SETLK, &lock) == 0 ? '1' : '0';
+            (void)!::write(ready[1], &ok, 1);
+            char done;
+            (void)!::read(m_release[0], &done, 1);
+            ::_exit(0);
+        }
+        ::close(ready[1]);
+        ::close(m_release[0]);
+        char ok = '0';
+        m_locked = ::read(ready[0], &ok, 1) == 1 && ok == '1';
+        ::close(ready[0]);
+    }
+    ~PendingLock() { release(); }
+    bool locked() const { return m_locked; }
+    void release() {
+        if (m_child <= 0)
+            return;
+        ::close(m_release[1]);
+        ::waitpid(m_child, nullptr, 0);
+        m_child = -1;
+    }
+
+private:
+    pid_t m_child = -1;
+    int m_release[2] = {-1, -1};
+    bool m_locked = false;
+};
+
+} // namespace
+
+TEST_F(LargeCatalogue, WithoutACacheTheFilesOwnPagesFillTheListBeforeSQLiteHasReadItsSchema) {
+    PendingLock lock(s_path);
+    ASSERT_TRUE(lock.locked());
+    auto c = control(cache());
+    c->setSQLQueryObject(std::make_shared<cSQLQuery>());
+    auto* list = c->findChild<QListView*>("lstTables");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return list->model()->rowCount() > 0; }, 4000));
+    // Every name at once, while SQLite still waits to read the file.
+    EXPECT_EQ(list->model()->rowCount(), kViews + 1);
+    EXPECT_TRUE(c->blnReadingTableList());
+    EXPECT_TRUE(countText(*c).endsWith("reading...")) << countText(*c).toStdString();
+    auto* search = c->findChild<QLineEdit*>("txtTableFilter");
+    QTest::keyClicks(search, "v0299");
+    EXPECT_EQ(list->model()->rowCount(), 100);
+    EXPECT_TRUE(c->blnReadingTableList());
+
+    // SQLite then lists the same rows, which stand as the catalogue from then on.
+    lock.release();
+    search->clear();
+    const QStringList entries = TableEntries(*c);
+    ASSERT_EQ(entries.size(), kViews + 1);
+    EXPECT_EQ(entries.first(), "dbo.base");
+    EXPECT_EQ(entries.last(), "dbo.V030000");
+    EXPECT_EQ(countText(*c), "30001 tables");
+    EXPECT_TRUE(m_box->shown().empty());
 }
