@@ -2,10 +2,11 @@
 # Builds the libFuzzer targets with clang (folder build-fuzz) and runs them one after the other,
 # each from its seed corpus, for a bounded number of runs or seconds each.
 #   scripts/fuzz.sh [--runs N | --seconds S] [TARGET...]
-# TARGET is marovin_fuzz_document, marovin_fuzz_parser, marovin_fuzz_diagram or
-# marovin_fuzz_widget; all four by default. With --runs, the diagram and widget targets, whose
-# runs each build Qt widgets, are also stopped after 60 seconds each, which keeps the short run
-# of the test command to about three minutes. The input of a finding is kept under fuzz/findings/<target>/.
+# TARGET is marovin_fuzz_document, marovin_fuzz_parser, marovin_fuzz_sqlite_schema,
+# marovin_fuzz_diagram or marovin_fuzz_widget; all five by default. With --runs, the diagram and
+# widget targets, whose runs each build Qt widgets, are also stopped after 60 seconds each, which
+# keeps the short run of the test command to about three minutes. The input of a finding is kept
+# under fuzz/findings/<target>/.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
@@ -17,13 +18,15 @@ while (($#)); do
   case "$1" in
     --runs) limit=(-runs="$2"); gui_limit=(-max_total_time=60); shift 2 ;;
     --seconds) limit=(-max_total_time="$2"); gui_limit=(); shift 2 ;;
-    marovin_fuzz_document|marovin_fuzz_parser|marovin_fuzz_diagram|marovin_fuzz_widget)
+    marovin_fuzz_document|marovin_fuzz_parser|marovin_fuzz_sqlite_schema|marovin_fuzz_diagram|\
+    marovin_fuzz_widget)
       targets+=("$1"); shift ;;
     *) usage; exit 2 ;;
   esac
 done
 ((${#targets[@]})) ||
-  targets=(marovin_fuzz_document marovin_fuzz_parser marovin_fuzz_diagram marovin_fuzz_widget)
+  targets=(marovin_fuzz_document marovin_fuzz_parser marovin_fuzz_sqlite_schema marovin_fuzz_diagram
+    marovin_fuzz_widget)
 
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMAROVIN_FUZZ=ON \
   -DMAROVIN_GUI=ON -DMAROVIN_TESTS=OFF -DMAROVIN_BENCH=OFF >/dev/null
@@ -69,7 +72,8 @@ for target in "${targets[@]}"; do
   findings="$root/fuzz/findings/$target"
   mkdir -p "$findings"
   extra=()
-  [[ $target == marovin_fuzz_document || $target == marovin_fuzz_parser ]] ||
+  [[ $target == marovin_fuzz_document || $target == marovin_fuzz_parser ||
+    $target == marovin_fuzz_sqlite_schema ]] ||
     extra=("${gui_limit[@]}")
   echo "== $target"
   if ! ./build-fuzz/fuzz/"$target" "${limit[@]}" "${extra[@]}" -max_len=16384 -timeout=60 \

@@ -176,12 +176,16 @@ void uscMarovin::updateTableCount() {
             tr("%1 of %2").arg(locale.toString(m_tableModel->shownCount()), locale.toString(total));
     else
         text = total == 1 ? tr("1 table") : tr("%1 tables").arg(locale.toString(total));
+    // While the list is read, the progress bar beside the count shows it; the words would not
+    // fit beside it in a narrow pane, so they are in the accessible name and the tooltip only.
+    QString fullText = text;
     if (m_catalogue->blnReading())
-        text = tr("%1, reading...").arg(text);
+        fullText = tr("%1, reading...").arg(text);
     else if (m_catalogue->state() == TableCatalogue::State::Cancelled)
-        text = tr("%1, stopped").arg(text);
+        text = fullText = tr("%1, stopped").arg(text);
     m_lblTableCount->setText(text);
-    m_lblTableCount->setAccessibleName(text);
+    m_lblTableCount->setAccessibleName(fullText);
+    m_lblTableCount->setToolTip(fullText);
     // What the empty list says depends on why it is empty.
     QString hint;
     if (m_catalogue->blnReading())
