@@ -23,9 +23,6 @@ constexpr std::size_t kPageSizeOffset = 16;
 constexpr std::size_t kReservedOffset = 20;
 // Incremented by SQLite whenever the schema changes (tables, views, indexes, columns).
 constexpr std::size_t kSchemaCookieOffset = 40;
-// 1 for the legacy rollback journal, 2 for write-ahead logging.
-constexpr std::size_t kWriteVersionOffset = 18;
-constexpr std::size_t kReadVersionOffset = 19;
 // 1 UTF-8, 2 UTF-16le, 3 UTF-16be; 0 while the database has no schema yet.
 constexpr std::size_t kTextEncodingOffset = 56;
 // The b-tree page types of a table: inner pages and leaves.
