@@ -6,6 +6,7 @@
 #include <QFontDatabase>
 #include <QScrollBar>
 #include <QTextCursor>
+#include <QTextDocument>
 #include <algorithm>
 
 namespace marovin {
@@ -21,6 +22,18 @@ SqlTextView::SqlTextView(QWidget* parent)
     // The text is replaced by the program, never typed: keeping each replacement for undo would
     // only hold on to old statements.
     document()->setUndoRedoEnabled(false);
+    watchDocument();
+}
+
+void SqlTextView::watchDocument() {
+    m_watched = document();
+    m_documentIsAsShown = false;
+    // Any change this view did not make (a host editing the document, or giving the view another
+    // one) means the next statement is shown whole.
+    connect(m_watched, &QTextDocument::contentsChange, this, [this](int, int removed, int added) {
+        if (!m_editing && (removed != 0 || added != 0))
+            m_documentIsAsShown = false;
+    });
 }
 
 void SqlTextView::setStrText(const std::string& text) {
@@ -37,8 +50,13 @@ void SqlTextView::showText(QString shown) {
     // then neither rebuilds nor colours again its other lines, which on a statement of thousands
     // of lines is most of the work, and the place the user scrolled to and a selection outside
     // the change stay where they were.
+    if (document() != m_watched) {
+        if (m_watched)
+            disconnect(m_watched, nullptr, this, nullptr);
+        watchDocument();
+    }
+    const bool documentIsAsShown = m_documentIsAsShown;
     const QString& old = m_shown;
-    const bool documentIsAsShown = document()->characterCount() - 1 == old.size();
     const qsizetype most = std::min(old.size(), shown.size());
     const qsizetype head =
         std::mismatch(old.begin(), old.begin() + most, shown.begin()).first - old.begin();
@@ -53,16 +71,21 @@ void SqlTextView::showText(QString shown) {
         // The place the user scrolled to is kept as far as the new text reaches.
         const int line = verticalScrollBar()->value();
         const int column = horizontalScrollBar()->value();
+        m_editing = true;
         setPlainText(shown);
+        m_editing = false;
         verticalScrollBar()->setValue(line);
         horizontalScrollBar()->setValue(column);
         m_shown = std::move(shown);
+        m_documentIsAsShown = true;
         return;
     }
     QTextCursor cursor(document());
     cursor.setPosition(static_cast<int>(head));
     cursor.setPosition(static_cast<int>(old.size() - tail), QTextCursor::KeepAnchor);
+    m_editing = true;
     cursor.insertText(shown.mid(head, shown.size() - tail - head));
+    m_editing = false;
     m_shown = std::move(shown);
 }
 

@@ -148,6 +148,13 @@ TEST(SqlTextViewTest, ShowsAChangedStatementWithoutLosingThePlaceOrTheColours) {
     EXPECT_EQ(bar->value(), place);
     view.setStrText(statement("SELECT Orders.Freight", "WHERE Freight > 13"));
     EXPECT_EQ(bar->value(), place);
+    // A selection away from the change stays selected: the rest of the document was left alone.
+    QTextCursor selection(view.document());
+    selection.setPosition(7);
+    selection.setPosition(13, QTextCursor::KeepAnchor);
+    view.setTextCursor(selection);
+    view.setStrText(statement("SELECT Orders.Freight", "WHERE Freight > 14"));
+    EXPECT_EQ(view.textCursor().selectedText(), "Orders");
 
     // The changed line is coloured again: DISTINCT now shows as a keyword.
     view.setStrText(statement("SELECT DISTINCT Orders.Freight", "WHERE Freight > 11"));
@@ -186,4 +193,12 @@ TEST(SqlTextViewTest, ShowsTheStatementWholeAfterTheDocumentWasChangedElsewhere)
     view.setPlainText("something else entirely");
     view.setStrText("SELECT b FROM t");
     EXPECT_EQ(view.toPlainText(), "SELECT b FROM t");
+    // A change elsewhere that keeps the length, away from what the next statement changes.
+    QTextCursor cursor(view.document());
+    cursor.setPosition(14);
+    cursor.setPosition(15, QTextCursor::KeepAnchor);
+    cursor.insertText("u");
+    ASSERT_EQ(view.toPlainText(), "SELECT b FROM u");
+    view.setStrText("SELECT c FROM t");
+    EXPECT_EQ(view.toPlainText(), "SELECT c FROM t");
 }

@@ -3,6 +3,7 @@
 #include "marovin/MarovinExport.h"
 
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <string>
 
 namespace marovin {
@@ -26,10 +27,14 @@ protected:
 
 private:
     void showText(QString shown);
+    void watchDocument();
 
     std::string m_strText;
     QString m_shown;               // The document's text: m_strText with one line feed per CR LF.
     SqlHighlighter* m_highlighter; // Owned by the document.
+    QPointer<QTextDocument> m_watched; // The document whose changes are followed.
+    bool m_documentIsAsShown = false;  // No one else changed the document since m_shown.
+    bool m_editing = false;            // The view itself is changing the document.
 };
 
 } // namespace marovin
