@@ -152,11 +152,19 @@ TEST(SqlPaneTest, ACrossJoinIsPreviewedOnlyAfterYes) {
     EXPECT_EQ(h.box->shown().size(), 2u);
     // No setting: at most 50 rows, and the viewer is handed 50 as its limit.
     EXPECT_EQ(shown.rows, 50);
+    EXPECT_EQ(shown.limit, 50);
 }
 
 TEST(SqlPaneTest, ThePreviewFetchesAsManyRowsAsTheSettingSays) {
-    const std::vector<std::pair<QString, int>> cases = {{"0", 50}, {"200", 200}, {"7", 7}};
-    for (const auto& [setting, expected] : cases) {
+    // The rows fetched, and the limit the viewer then shows: a setting of 0 fetches 50 rows, but
+    // the viewer reads the same setting on its own and takes 100 for 0.
+    struct Case {
+        QString setting;
+        int rows;
+        int limit;
+    };
+    const std::vector<Case> cases = {{"0", 50, 100}, {"200", 200, 200}, {"7", 7, 7}};
+    for (const auto& [setting, expected, limit] : cases) {
         auto settings = std::make_shared<MemorySettingsStore>();
         settings->SaveSetting("QueryPreview", "NrRecords", setting);
         ControlHarness h(settings);
@@ -167,6 +175,7 @@ TEST(SqlPaneTest, ThePreviewFetchesAsManyRowsAsTheSettingSays) {
         h.control().FireQuery();
         ASSERT_TRUE(driver.ran()) << setting.toStdString();
         EXPECT_EQ(shown.rows, expected) << setting.toStdString();
+        EXPECT_EQ(shown.limit, limit) << setting.toStdString();
     }
 }
 

@@ -32,17 +32,8 @@ using TableRow = DbSession::TableRow;
 using Rows = std::vector<TableRow>;
 using test::sqliteConnection;
 
-std::string rowText(const TableRow& row) {
-    return row.strSchema + "|" + row.strName + "|" + row.strType;
-}
-
-std::vector<std::string> rowTexts(const Rows& rows) {
-    std::vector<std::string> texts;
-    texts.reserve(rows.size());
-    for (const TableRow& row : rows)
-        texts.push_back(rowText(row));
-    return texts;
-}
+using test::rowText;
+using test::rowTexts;
 
 std::string generate(const std::string& path, SampleDatabaseGenerator::Options options) {
     std::string error;
@@ -866,19 +857,6 @@ TEST(CatalogueFolder, ComesFromTheArgumentOrTheEnvironment) {
     }
 }
 
-TEST(CatalogueFolder, TheEnvironmentFolderIsUsedForFiles) {
-    test::TempDir dir;
-    const std::string folder = dir.file("from-env");
-    const ScopedEnvironment cacheDir(CatalogueCache::kDirectoryEnvironmentVariable, folder.c_str());
-    const CatalogueCache cache;
-    const cDbConnection db = sqliteConnection(dir.file("n.sqlite"));
-    Catalogue c;
-    c.tables = {{"dbo", "a", "TABLE"}};
-    ASSERT_TRUE(cache.Save(db, c));
-    EXPECT_TRUE(std::filesystem::is_regular_file(cache.FilePath(db)));
-    EXPECT_EQ(std::filesystem::path(cache.FilePath(db)).parent_path(), folder);
-}
-
 TEST(CatalogueIsCurrent, ByTheStampOrElseByAge) {
     Catalogue c;
     c.lngListedAt = 1000;
@@ -905,28 +883,6 @@ TEST(CatalogueIsCurrent, ByTheStampOrElseByAge) {
     // Far apart times do not wrap round.
     c.lngListedAt = std::numeric_limits<std::int64_t>::min();
     EXPECT_FALSE(CatalogueCache::IsCurrent(c, "", std::numeric_limits<std::int64_t>::max()));
-}
-
-TEST(CatalogueRoundTrip, AListingSavedAndLoadedIsTheListing) {
-    test::TempDir dir;
-    const cDbConnection db = sqliteConnection(sampleWithExtras(dir.file("n.sqlite")));
-    const CatalogueCache cache(dir.file("cache"));
-    Catalogue c;
-    c.strStamp = db.GetCatalogueStamp();
-    c.lngListedAt = 1'700'000'000;
-    std::string error;
-    ASSERT_TRUE(db.ListTables(
-        [&c](Rows&& part) { c.tables.insert(c.tables.end(), part.begin(), part.end()); }, error,
-        nullptr))
-        << error;
-    ASSERT_TRUE(cache.Save(db, c));
-    ASSERT_TRUE(
-        cache.AppendColumns(db, "dbo.Customers", db.GetListOfFields("dbo.Customers", false)));
-    const std::optional<Catalogue> loaded = cache.Load(db);
-    ASSERT_TRUE(loaded.has_value());
-    EXPECT_EQ(listOf(db, loaded->tables), db.GetListOfTables());
-    EXPECT_EQ(loaded->columns.at("dbo.Customers"), db.GetListOfFields("dbo.Customers", false));
-    EXPECT_TRUE(CatalogueCache::IsCurrent(*loaded, db.GetCatalogueStamp(), 0));
 }
 
 } // namespace

@@ -40,6 +40,19 @@ private:
     std::filesystem::path m_path;
 };
 
+// A catalogue row as "schema|name|type", and a list of them, for comparing listings.
+inline std::string rowText(const DbSession::TableRow& row) {
+    return row.strSchema + "|" + row.strName + "|" + row.strType;
+}
+
+inline std::vector<std::string> rowTexts(const std::vector<DbSession::TableRow>& rows) {
+    std::vector<std::string> texts;
+    texts.reserve(rows.size());
+    for (const DbSession::TableRow& row : rows)
+        texts.push_back(rowText(row));
+    return texts;
+}
+
 // A connection on the embedded SQLite provider to the file.
 inline cDbConnection sqliteConnection(const std::string& path) {
     cDbConnection db;

@@ -477,20 +477,6 @@ TEST_F(SqliteSample, ServerErrorsComeBackAsErrorText) {
     }
 }
 
-TEST_F(SqliteSample, NullStaysDistinctFromTheEmptyString) {
-    // The generator gives every third customer a fax, an empty fax or none.
-    std::string error;
-    auto rs = db.FireQuery("SELECT CustomerID, Fax FROM dbo.Customers ORDER BY rowid", error, 3);
-    ASSERT_NE(rs, nullptr) << error;
-    ASSERT_EQ(rs->RecordCount(), 3);
-    EXPECT_EQ(rs->value(0, 1).Kind(), DbValueKind::Text);
-    EXPECT_FALSE(rs->value(0, 1).AsText().empty());
-    EXPECT_EQ(rs->value(1, 1).Kind(), DbValueKind::Text);
-    EXPECT_EQ(rs->value(1, 1).AsText(), "");
-    EXPECT_TRUE(rs->value(2, 1).IsNull());
-    EXPECT_NE(rs->value(1, 1), rs->value(2, 1));
-}
-
 TEST_F(SqliteSample, ValuesKeepTheirTypesAndColumnsTheirDeclaredTypes) {
     std::string error;
     auto rs = db.FireQuery("SELECT CategoryID, CategoryName, Picture, 1.5 AS Half, NULL AS NoValue "

@@ -16,14 +16,8 @@
 namespace marovin {
 namespace {
 
+using test::rowTexts;
 using test::sqliteConnection;
-
-std::vector<std::string> texts(const std::vector<DbSession::TableRow>& rows) {
-    std::vector<std::string> out;
-    for (const DbSession::TableRow& row : rows)
-        out.push_back(row.strSchema + "|" + row.strName + "|" + row.strType);
-    return out;
-}
 
 std::vector<std::string> listed(const cDbConnection& db) {
     std::vector<DbSession::TableRow> rows;
@@ -34,7 +28,7 @@ std::vector<std::string> listed(const cDbConnection& db) {
         },
         error, nullptr);
     EXPECT_TRUE(ok) << error;
-    return texts(rows);
+    return rowTexts(rows);
 }
 
 // The file's rows read from its pages, and the same from SQLite's listing.
@@ -42,7 +36,7 @@ void expectSameAsListing(const std::string& path) {
     const cDbConnection db = sqliteConnection(path);
     const auto fromFile = db.GetTablesFromFile();
     ASSERT_TRUE(fromFile.has_value()) << path;
-    EXPECT_EQ(texts(*fromFile), listed(db)) << path;
+    EXPECT_EQ(rowTexts(*fromFile), listed(db)) << path;
 }
 
 // A script that creates n tables, a view and an index per ten tables, and a trigger.
@@ -97,7 +91,7 @@ TEST_F(TablesFromFile, GivesTheListingsRowsForEverySchemaSQLiteWrites) {
     expectSameAsListing(odd);
     const auto rows = sqliteConnection(odd).GetTablesFromFile();
     ASSERT_TRUE(rows.has_value());
-    EXPECT_EQ(texts(*rows).front(), "dbo|sqlite_schema|SYSTEM TABLE");
+    EXPECT_EQ(rowTexts(*rows).front(), "dbo|sqlite_schema|SYSTEM TABLE");
 }
 
 TEST_F(TablesFromFile, FollowsNamesThatSpillOntoOverflowPages) {

@@ -324,6 +324,7 @@ TEST_F(DatabaseCommands, AnUnreachableSqlServerFailsWithTheFixedText) {
     Outcome r = run("preview", {"--sql", "SELECT 1", "--server", server, "--database", "Northwind",
                                 "--user", "sa", "--password-env", "MAROVIN_TEST_PASSWORD",
                                 "--driver", "FreeTDS", "--login-timeout", "2"});
+    ::unsetenv("MAROVIN_TEST_PASSWORD");
     EXPECT_EQ(r.code, 1);
     EXPECT_TRUE(r.err.starts_with("Problems connecting to database\nmarovin: preview: [FreeTDS]"))
         << r.err;

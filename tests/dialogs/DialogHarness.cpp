@@ -1,13 +1,11 @@
 #include "DialogHarness.h"
 
-#include "SampleDatabaseGenerator.h"
 #include "marovin/cSQLQuery.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QKeyEvent>
 #include <QPointer>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <stdexcept>

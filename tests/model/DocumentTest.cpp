@@ -83,22 +83,6 @@ TEST(Document, RoundTripGivesTheSameStatementAndDocument) {
     EXPECT_FALSE(fromText.Filters()->Item(2)->blnIsActive());
 }
 
-TEST(Document, BlankAliasesComeBackAsDefaultAliases) {
-    cSQLQuery query;
-    auto item = query.SelectedItems()->Add();
-    item->setStrName("O.City");
-    item->setStrAlias(" ");
-    auto table = query.Tables()->Add();
-    table->setStrName("dbo.O");
-    table->setStrAlias("");
-    EXPECT_EQ(query.strSelect(), "SELECT\r\n     O.City");
-    cSQLQuery copy;
-    copy.LoadXmlText(query.ToXmlText());
-    EXPECT_EQ(copy.SelectedItems()->Item(1)->strAlias(), "City");
-    EXPECT_EQ(copy.strSelect(), "SELECT\r\n     O.City AS City");
-    EXPECT_EQ(copy.Tables()->Item(1)->strFullTableName(), "dbo.O AS O");
-}
-
 TEST(Document, WhiteSpaceTextsSurvive) {
     cSQLQuery query;
     auto item = query.SelectedItems()->Add();
