@@ -1,17 +1,20 @@
 #pragma once
 
 // Helpers shared by the database tests: temporary directories, SQLite files written with plain
-// SQL, the bytes of a file (to prove that nothing wrote to it), and foreign keys as text.
+// SQL, a loopback port nobody listens on, the bytes of a file (to prove that nothing wrote to it),
+// and foreign keys as text.
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <marovin/DbForeignKey.h>
 #include <marovin/cDbConnection.h>
+#include <netinet/in.h>
 #include <sqlite3.h>
 #include <stdexcept>
 #include <stdlib.h>
 #include <string>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <vector>
 
@@ -51,6 +54,34 @@ inline std::vector<std::string> rowTexts(const std::vector<DbSession::TableRow>&
     for (const DbSession::TableRow& row : rows)
         texts.push_back(rowText(row));
     return texts;
+}
+
+// The entries of a comma-separated list such as GetListOfTables gives; none for "".
+inline std::vector<std::string> splitCommas(const std::string& list) {
+    std::vector<std::string> items;
+    for (std::size_t start = 0; !list.empty();) {
+        const std::size_t comma = list.find(',', start);
+        items.push_back(list.substr(start, comma == std::string::npos ? comma : comma - start));
+        if (comma == std::string::npos)
+            break;
+        start = comma + 1;
+    }
+    return items;
+}
+
+// A loopback port on which nothing listens (one the system just handed out and took back).
+inline int unusedLoopbackPort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof addr;
+    int port = 0;
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) == 0)
+        port = ntohs(addr.sin_port);
+    ::close(fd);
+    return port;
 }
 
 // A connection on the embedded SQLite provider to the file.

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 #include <marovin/DbSession.h>
 #include <marovin/cDbConnection.h>
-#include <sstream>
 
 namespace marovin {
 namespace {
@@ -234,10 +233,7 @@ TEST_F(SampleDatabaseForeignKeys, KeysAmongListedTablesAreTheWholeAnswerLimitedT
                   "dbo.Orders(EmployeeID) -> dbo.Employees(EmployeeID)",
               }));
     // Every table listed: the whole answer, for every table.
-    std::vector<std::string> all;
-    std::istringstream list(db.GetListOfTables());
-    for (std::string entry; std::getline(list, entry, ',');)
-        all.push_back(entry);
+    const std::vector<std::string> all = test::splitCommas(db.GetListOfTables());
     ASSERT_GT(all.size(), 10u);
     for (const std::string& table : all)
         EXPECT_EQ(among(table, all), keys(table)) << table;

@@ -135,25 +135,12 @@ protected:
 std::unique_ptr<test::PostgresServer> OdbcPostgres::s_server;
 std::string OdbcPostgres::s_startError;
 
-std::vector<std::string> splitList(const std::string& list) {
-    std::vector<std::string> items;
-    std::size_t start = 0;
-    while (!list.empty()) {
-        std::size_t comma = list.find(',', start);
-        items.push_back(list.substr(start, comma == std::string::npos ? comma : comma - start));
-        if (comma == std::string::npos)
-            break;
-        start = comma + 1;
-    }
-    return items;
-}
-
 bool contains(const std::vector<std::string>& items, const std::string& item) {
     return std::find(items.begin(), items.end(), item) != items.end();
 }
 
 TEST_F(OdbcPostgres, TheCatalogueHoldsTablesAndViewsWithTheirSchemasInTheDriversOrder) {
-    auto items = splitList(db.GetListOfTables());
+    auto items = test::splitCommas(db.GetListOfTables());
     EXPECT_TRUE(contains(items, "public.orders"));
     EXPECT_TRUE(contains(items, "sales.orders"));
     EXPECT_TRUE(contains(items, "public.Order Details"));
@@ -161,13 +148,13 @@ TEST_F(OdbcPostgres, TheCatalogueHoldsTablesAndViewsWithTheirSchemasInTheDrivers
     EXPECT_FALSE(contains(items, "pg_catalog.pg_class"));
 
     db.setBlnIncludeViews(false);
-    items = splitList(db.GetListOfTables());
+    items = test::splitCommas(db.GetListOfTables());
     EXPECT_FALSE(contains(items, "public.big_orders"));
     EXPECT_TRUE(contains(items, "public.orders"));
 
     db.setBlnIncludeUserTables(false);
     db.setBlnIncludeViews(true);
-    items = splitList(db.GetListOfTables());
+    items = test::splitCommas(db.GetListOfTables());
     EXPECT_EQ(items, std::vector<std::string>{"public.big_orders"});
 
     // With the default options: tables and views in the driver's order.
@@ -179,7 +166,7 @@ TEST_F(OdbcPostgres, TheCatalogueHoldsTablesAndViewsWithTheirSchemasInTheDrivers
         if (row.strType == "TABLE" || row.strType == "VIEW")
             expected.push_back(row.strSchema + "." + row.strName);
     }
-    EXPECT_EQ(splitList(db.GetListOfTables()), expected);
+    EXPECT_EQ(test::splitCommas(db.GetListOfTables()), expected);
 }
 
 TEST_F(OdbcPostgres, ColumnsOfOneSchemaOrOfEveryAndFieldInTable) {
@@ -347,7 +334,7 @@ TEST_F(OdbcPostgres, OddNamesHugeValuesNullsAndBlobs) {
                      "decode(repeat('00ff', 1500000), 'hex'))");
     session.reset();
 
-    auto items = splitList(db.GetListOfTables());
+    auto items = test::splitCommas(db.GetListOfTables());
     EXPECT_TRUE(contains(items, "Zürich 東京.it's [x]"));
     EXPECT_EQ(db.GetListOfFields("Zürich 東京.it's [x]", false), "b'c,Straße,100%_sure");
     EXPECT_EQ(db.GetListOfFields(" Zürich 東京 . it's [x] ", true),

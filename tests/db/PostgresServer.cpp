@@ -1,5 +1,7 @@
 #include "PostgresServer.h"
 
+#include "DbTestSupport.h"
+
 #include <arpa/inet.h>
 #include <chrono>
 #include <fcntl.h>
@@ -20,21 +22,6 @@
 namespace marovin::test {
 
 namespace {
-
-int freePort() {
-    int s = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = 0;
-    socklen_t len = sizeof addr;
-    int port = 0;
-    if (::bind(s, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 &&
-        ::getsockname(s, reinterpret_cast<sockaddr*>(&addr), &len) == 0)
-        port = ntohs(addr.sin_port);
-    ::close(s);
-    return port;
-}
 
 bool canConnect(int port) {
     int s = ::socket(AF_INET, SOCK_STREAM, 0);
@@ -136,7 +123,7 @@ bool PostgresServer::Start(const std::string& superuserPassword, std::string& er
         return false;
     }
     for (int attempt = 0; attempt < 5 && m_pid < 0; ++attempt) {
-        m_port = freePort();
+        m_port = unusedLoopbackPort();
         pid_t pid = spawn({bin + "/postgres", "-D", m_dir + "/data", "-p", std::to_string(m_port),
                            "-k", m_dir, "-c", "listen_addresses=127.0.0.1", "-c", "fsync=off", "-c",
                            "max_connections=20"},

@@ -24,11 +24,7 @@ std::string generate(const test::TempDir& dir, const std::string& name,
 std::string contents(const std::string& path) {
     const cDbConnection db = test::sqliteConnection(path);
     std::string all;
-    std::string list = db.GetListOfTables();
-    std::size_t start = 0;
-    while (start < list.size()) {
-        std::size_t comma = list.find(',', start);
-        std::string table = list.substr(start, comma == std::string::npos ? comma : comma - start);
+    for (const std::string& table : test::splitCommas(db.GetListOfTables())) {
         std::string error;
         auto rs = db.FireQuery("SELECT * FROM " + table.substr(0, 4) + "\"" + table.substr(4) +
                                    "\" ORDER BY 1, 2",
@@ -40,9 +36,6 @@ std::string contents(const std::string& path) {
                 all += rs->value(r, c).ToString() + (rs->value(r, c).IsNull() ? "<null>|" : "|");
             all += "\n";
         }
-        if (comma == std::string::npos)
-            break;
-        start = comma + 1;
     }
     return all;
 }

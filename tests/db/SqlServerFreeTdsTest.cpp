@@ -3,6 +3,8 @@
 // time-out, and no password can add keys of its own to the connection string. The catalogue
 // stamp is also checked on a real server when the environment names one (skipped otherwise).
 
+#include "DbTestSupport.h"
+
 #include <arpa/inet.h>
 #include <atomic>
 #include <chrono>
@@ -33,16 +35,6 @@ int boundPort(int fd) {
     socklen_t len = sizeof addr;
     ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
     return ntohs(addr.sin_port);
-}
-
-// A loopback port on which nothing listens.
-int closedPort() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr = loopback(0);
-    ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
-    int port = boundPort(fd);
-    ::close(fd);
-    return port;
 }
 
 // Accepts connections on a loopback port and never sends a byte.
@@ -108,7 +100,7 @@ std::string onLoopback(int port) {
 }
 
 TEST(SqlServerFreeTds, AClosedPortFailsWithTheFixedTexts) {
-    cDbConnection db = sqlServer(onLoopback(closedPort()), "secret");
+    cDbConnection db = sqlServer(onLoopback(test::unusedLoopbackPort()), "secret");
     EXPECT_EQ(db.GetConnection(), nullptr);
     EXPECT_NE(cDbConnection::LastConnectionError().find("[FreeTDS]"), std::string::npos)
         << cDbConnection::LastConnectionError();
@@ -188,7 +180,7 @@ TEST_P(HostilePassword, CannotRedirectTheConnection) {
     std::string password = GetParam();
     for (std::size_t pos; (pos = password.find("TRAP")) != std::string::npos;)
         password.replace(pos, 4, std::to_string(trap.port()));
-    cDbConnection db = sqlServer(onLoopback(closedPort()), password);
+    cDbConnection db = sqlServer(onLoopback(test::unusedLoopbackPort()), password);
     EXPECT_FALSE(db.Check(true));
     EXPECT_EQ(trap.accepted(), 0) << db.strOdbcConnectionString();
 }
@@ -204,9 +196,9 @@ TEST(SqlServerFreeTds, TheSameTextWrittenRawDoesRedirect) {
     cDbConnection db;
     db.setStrProvider("ODBC");
     db.setLngLoginTimeout(1);
-    db.setStrConnectionString("DRIVER={FreeTDS};SERVER=127.0.0.1," + std::to_string(closedPort()) +
-                              ";UID=sa;PWD=x;Port=" + std::to_string(trap.port()) +
-                              ";TDS_Version=7.3;");
+    db.setStrConnectionString(
+        "DRIVER={FreeTDS};SERVER=127.0.0.1," + std::to_string(test::unusedLoopbackPort()) +
+        ";UID=sa;PWD=x;Port=" + std::to_string(trap.port()) + ";TDS_Version=7.3;");
     EXPECT_FALSE(db.Check(true));
     EXPECT_GE(trap.accepted(), 1);
 }

@@ -6,12 +6,9 @@
 #include "DbTestSupport.h"
 #include "SampleDatabaseGenerator.h"
 
-#include <arpa/inet.h>
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <sstream>
-#include <sys/socket.h>
 
 namespace marovin::cli {
 namespace {
@@ -311,15 +308,7 @@ TEST_F(DatabaseCommands, NoPasswordInsideAConnectionString) {
 }
 
 TEST_F(DatabaseCommands, AnUnreachableSqlServerFailsWithTheFixedText) {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
-    std::string server = "127.0.0.1," + std::to_string(ntohs(addr.sin_port));
-    ::close(fd);
+    const std::string server = "127.0.0.1," + std::to_string(test::unusedLoopbackPort());
     ::setenv("MAROVIN_TEST_PASSWORD", "p;w}d", 1);
     Outcome r = run("preview", {"--sql", "SELECT 1", "--server", server, "--database", "Northwind",
                                 "--user", "sa", "--password-env", "MAROVIN_TEST_PASSWORD",
