@@ -257,7 +257,7 @@ void TableCatalogue::startWorker(bool blnForce, bool blnReadCache) {
         }
         // With nothing known, an SQLite file's own pages give the names long before SQLite has
         // parsed its schema; the listing below confirms or replaces them.
-        if (blnReadCache && !known) {
+        if (blnReadCache && !known && !shared->stop) {
             if (std::optional<std::vector<DbSession::TableRow>> rows =
                     connection.GetTablesFromFile())
                 post(Event{Event::CacheRead, Rows::prepared(std::move(*rows)), {}, {}, 0, nullptr});
