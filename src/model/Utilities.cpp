@@ -115,27 +115,37 @@ bool ContainsAggregateFunction(std::string_view expression) {
 }
 
 void AppendQuotedIdentifier(std::string& out, std::string_view name) {
-    const auto first = name.find_first_not_of(' ');
-    if (first == std::string_view::npos)
+    // One pass over the name, which is usually short: a search per piece for its dot and another
+    // for a blank cost more than the name's few bytes.
+    size_t begin = 0;
+    size_t end = name.size();
+    while (begin < end && name[begin] == ' ')
+        ++begin;
+    if (begin == end)
         return;
-    const std::string_view trimmed = name.substr(first, name.find_last_not_of(' ') - first + 1);
-    size_t start = 0;
-    while (true) {
-        const auto dot = trimmed.find('.', start);
-        const std::string_view piece =
-            trimmed.substr(start, dot == std::string_view::npos ? dot : dot - start);
-        const bool bracketed = !piece.empty() && piece.front() == '[' && piece.back() == ']';
-        if (piece.find(' ') != std::string_view::npos && !bracketed) {
-            out += '[';
-            out += piece;
-            out += ']';
-        } else {
-            out += piece;
+    while (name[end - 1] == ' ')
+        --end;
+    size_t start = begin;
+    bool blank = false;
+    for (size_t i = begin;; ++i) {
+        if (i == end || name[i] == '.') {
+            const std::string_view piece = name.substr(start, i - start);
+            const bool bracketed = !piece.empty() && piece.front() == '[' && piece.back() == ']';
+            if (blank && !bracketed) {
+                out += '[';
+                out += piece;
+                out += ']';
+            } else {
+                out += piece;
+            }
+            if (i == end)
+                return;
+            out += '.';
+            start = i + 1;
+            blank = false;
+        } else if (name[i] == ' ') {
+            blank = true;
         }
-        if (dot == std::string_view::npos)
-            return;
-        out += '.';
-        start = dot + 1;
     }
 }
 
