@@ -26,14 +26,17 @@ SqlTextView::SqlTextView(QWidget* parent)
 }
 
 void SqlTextView::watchDocument() {
+    // Only this view's own connection to the document it watched before is dropped.
+    disconnect(m_watchConnection);
     m_watched = document();
     m_documentIsAsShown = false;
     // Any change this view did not make (a host editing the document, or giving the view another
     // one) means the next statement is shown whole.
-    connect(m_watched, &QTextDocument::contentsChange, this, [this](int, int removed, int added) {
-        if (!m_editing && (removed != 0 || added != 0))
-            m_documentIsAsShown = false;
-    });
+    m_watchConnection = connect(m_watched, &QTextDocument::contentsChange, this,
+                                [this](int, int removed, int added) {
+                                    if (!m_editing && (removed != 0 || added != 0))
+                                        m_documentIsAsShown = false;
+                                });
 }
 
 void SqlTextView::setStrText(const std::string& text) {
@@ -50,11 +53,8 @@ void SqlTextView::showText(QString shown) {
     // then neither rebuilds nor colours again its other lines, which on a statement of thousands
     // of lines is most of the work, and the place the user scrolled to and a selection outside
     // the change stay where they were.
-    if (document() != m_watched) {
-        if (m_watched)
-            disconnect(m_watched, nullptr, this, nullptr);
+    if (document() != m_watched)
         watchDocument();
-    }
     const bool documentIsAsShown = m_documentIsAsShown;
     const QString& old = m_shown;
     const qsizetype most = std::min(old.size(), shown.size());

@@ -33,8 +33,9 @@ private:
     QString m_shown;               // The document's text: m_strText with one line feed per CR LF.
     SqlHighlighter* m_highlighter; // Owned by the document.
     QPointer<QTextDocument> m_watched; // The document whose changes are followed.
-    bool m_documentIsAsShown = false;  // No one else changed the document since m_shown.
-    bool m_editing = false;            // The view itself is changing the document.
+    QMetaObject::Connection m_watchConnection;
+    bool m_documentIsAsShown = false; // No one else changed the document since m_shown.
+    bool m_editing = false;           // The view itself is changing the document.
 };
 
 } // namespace marovin
