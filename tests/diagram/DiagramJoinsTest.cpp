@@ -121,19 +121,6 @@ TEST_F(DiagramJoins, AddJoinDrawsWithoutAskingAndChecksItsArguments) {
                   "\n" + joinText("Orders", "EmployeeID", "Employees", "EmployeeID", "Full Join"));
 }
 
-TEST_F(DiagramJoins, AllFourTypeNamesTravelThroughTheList) {
-    const QStringList types{"Inner Join", "Left Join", "Right Join", "Full Join"};
-    QStringList expected{"4"};
-    const QStringList columns{"CustomerID", "CompanyName", "City", "CustomerID"};
-    const QStringList targets{"CustomerID", "OrderID", "ShipCity", "EmployeeID"};
-    for (int i = 0; i < 4; ++i) {
-        ASSERT_TRUE(diagram->AddJoin("Customers", columns[i], "Orders", targets[i], types[i]));
-        expected << joinText("Customers", columns[i], "Orders", targets[i], types[i]);
-    }
-    EXPECT_EQ(diagram->JoinsList(), expected.join(u'\n'));
-    EXPECT_EQ(diagram->joins()[2].type, JoinType::Right);
-}
-
 TEST_F(DiagramJoins, TheContextMenuChangesTheTypeAndRemovesTheJoin) {
     dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
     dragColumn("Orders", "EmployeeID", "Employees", "EmployeeID");

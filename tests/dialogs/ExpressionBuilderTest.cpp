@@ -139,10 +139,6 @@ TEST_F(ExpressionBuilderTest, FunctionsComeFromTheChosenGroupWithTheirTemplates)
     choose(groups, "String");
     EXPECT_EQ(openedEntries(functions),
               (QStringList{"LEFT", "LOWER", "LTRIM", "REVERSE", "RIGHT", "RTRIM", "STR", "UPPER"}));
-    choose(groups, "Mathematical");
-    const QStringList mathematical = openedEntries(functions);
-    EXPECT_EQ(mathematical.size(), 23);
-    EXPECT_EQ(mathematical.first(), "ABS");
 
     auto* expression = editor(*dialog);
     // STR at an empty expression: the caret directly after the opening bracket.
@@ -159,17 +155,13 @@ TEST_F(ExpressionBuilderTest, FunctionsComeFromTheChosenGroupWithTheirTemplates)
         const char* text;
         int caretFromStart;
     };
+    // One function of each group through the dialog; every template's text and caret are the
+    // builder texts' own test.
     const Case cases[] = {
         {"String", "LEFT", "LEFT(,)", 5},
-        {"String", "RIGHT", "RIGHT(,)", 6},
-        {"Mathematical", "POWER", "POWER(,)", 6},
         {"Mathematical", "ROUND", "ROUND(,)", 6},
         {"Date and Time", "DATEADD", "DATEADD(,,)", 11},
-        {"Date and Time", "DATEPART", "DATEPART(,)", 11},
         {"Date and Time", "GETDATE", "GETDATE()", 9},
-        {"Mathematical", "RAND", "RAND()", 6},
-        {"String", "UPPER", "UPPER()", 6},
-        {"Date and Time", "YEAR", "YEAR()", 5},
     };
     for (const Case& c : cases) {
         click(button(*dialog, "cmdClear"));
