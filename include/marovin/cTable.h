@@ -2,12 +2,41 @@
 
 #include "marovin/MarovinExport.h"
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 
 namespace marovin {
 
 class cSQLQuery;
+
+namespace detail {
+
+// A position a rendering notes on an object so that it finds the object's entry in its own list
+// again without a search. It is only a hint: whoever reads it checks that the entry at that
+// position is the object's, since another rendering may have noted a different position since.
+// A copy starts without a hint.
+class PositionHint {
+public:
+    static constexpr uint32_t kNone = UINT32_MAX;
+
+    PositionHint() = default;
+    PositionHint(const PositionHint&) noexcept {}
+    PositionHint& operator=(const PositionHint&) noexcept { return *this; }
+
+    uint32_t Get() const noexcept { return m_position.load(std::memory_order_relaxed); }
+    void Set(uint32_t position) const noexcept {
+        m_position.store(position, std::memory_order_relaxed);
+    }
+
+private:
+    mutable std::atomic<uint32_t> m_position{kNone};
+};
+
+struct TableRendering;
+
+} // namespace detail
 
 /// A database table or view of the FROM clause, or a sub-query used as a table.
 class MAROVIN_EXPORT cTable {
@@ -35,8 +64,13 @@ public:
     void AppendFullTableName(std::string& out) const;
 
 private:
+    friend struct detail::TableRendering;
+
     std::shared_ptr<cSQLQuery> m_SubQuery; // Owned (shared) when this table is a sub-query.
     bool m_blnIsSubQuery = false;
+    // Where the last rendering of FROM listed this table's names (it lies in the padding after
+    // the flag, so the table is no larger for it).
+    detail::PositionHint m_fromPosition;
     std::string m_strAlias;
     std::string m_strName;
 };

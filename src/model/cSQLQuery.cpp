@@ -94,18 +94,17 @@ void fillSlot(std::vector<HashSlot>& slots, size_t at, uint64_t hash, size_t cou
         growSlots(slots, hashOf);
 }
 
-// Mixes every bit of an address into the low bits the slots are chosen by: objects are aligned,
-// so the address's own low bits are always zero, and a plain multiplication keeps them so (the
-// lookups then crowd into one slot in sixteen).
-uint64_t hashAddress(const void* address) {
-    uint64_t x = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(address));
-    x ^= x >> 30;
-    x *= 0xBF58476D1CE4E5B9ull;
-    x ^= x >> 27;
-    x *= 0x94D049BB133111EBull;
-    x ^= x >> 31;
-    return x;
-}
+} // namespace
+
+namespace detail {
+
+struct TableRendering {
+    static const PositionHint& FromPosition(const cTable& table) { return table.m_fromPosition; }
+};
+
+} // namespace detail
+
+namespace {
 
 // Texts that stay where they are until the store is reset: copied into large blocks, so that
 // the names of thousands of tables cost a handful of allocations. A reset keeps the blocks for
@@ -159,8 +158,8 @@ private:
 };
 
 // The names of the tables met while rendering FROM, each table's name rendered once (a sub-query
-// table renders its whole statement for it). Tables are found by address and their names by
-// position in the cache; the names live in one text store.
+// table renders its whole statement for it). Each table keeps the position of its names, and the
+// names live in one text store.
 class TableNameCache {
 public:
     // Forty bytes a table, so that the names of ten thousand tables stay within the
@@ -187,7 +186,6 @@ public:
     void Reset(size_t expected) {
         m_names.clear();
         m_names.reserve(expected);
-        m_slots.assign(slotCountFor(expected), HashSlot{});
         m_foldedSlots.assign(slotCountFor(expected), HashSlot{});
         m_firstOfName.clear();
         m_fullSlots.clear();
@@ -259,27 +257,32 @@ public:
 
     size_t RetainedBytes() const {
         return m_names.capacity() * sizeof(Names) +
-               (m_slots.capacity() + m_foldedSlots.capacity() + m_fullSlots.capacity()) *
-                   sizeof(HashSlot) +
+               (m_foldedSlots.capacity() + m_fullSlots.capacity()) * sizeof(HashSlot) +
                (m_firstOfName.capacity() + m_joined.capacity()) * sizeof(uint32_t) +
                m_text.RetainedBytes() + m_scratch.capacity() + m_folded.capacity();
     }
 
 private:
+    // A table's position, found through the position it keeps of the last rendering. When that
+    // is not this rendering's (the table is met for the first time, or another rendering of a
+    // query with the same table has noted its own since), the table gets an entry of its own:
+    // two entries of one table have the same names and the same first table of that name, so a
+    // second entry changes nothing in the text. Looking tables up by address instead took a
+    // random probe into a table of slots for every join once the query outgrew the caches.
     size_t entry(const cTable& table) {
-        const uint64_t hash = hashAddress(&table);
-        const size_t at = findSlot(
-            m_slots, hash, [&](size_t position) { return m_names[position].table == &table; });
-        if (m_slots[at].position != 0)
-            return m_slots[at].position - 1;
+        const detail::PositionHint& hint = detail::TableRendering::FromPosition(table);
+        const uint32_t noted = hint.Get();
+        if (noted < m_names.size() && m_names[noted].table == &table)
+            return noted;
         m_scratch.clear();
         table.AppendFullTableName(m_scratch);
         if (m_scratch.size() > UINT32_MAX)
             throw ModelError("A table's name is longer than 4294967295 characters");
+        if (m_names.size() >= detail::PositionHint::kNone)
+            throw ModelError("A query can have at most 4294967294 tables in FROM");
         m_names.push_back(
             Names{&table, m_text.Keep(m_scratch).data(), static_cast<uint32_t>(m_scratch.size())});
-        fillSlot(m_slots, at, hash, m_names.size(),
-                 [this](size_t position) { return hashAddress(m_names[position].table); });
+        hint.Set(static_cast<uint32_t>(m_names.size() - 1));
         return m_names.size() - 1;
     }
 
@@ -310,7 +313,6 @@ private:
     }
 
     std::vector<Names> m_names;
-    std::vector<HashSlot> m_slots;       // By address.
     std::vector<HashSlot> m_foldedSlots; // By folded name, over m_firstOfName.
     std::vector<uint32_t> m_firstOfName;
     std::vector<HashSlot> m_fullSlots; // By name as written, over m_joined; made when asked.
@@ -939,14 +941,13 @@ void cSQLQuery::appendFrom(std::string& out) const {
     out += kItemIndent;
     chain.AppendTo(out, joins, names);
 
-    // Tables named in no join follow as cross joins. A table of a join is named by it (and found
-    // by its address, without reading the table); any other table is looked up by its name among
-    // the joins' tables.
+    // Tables named in no join follow as cross joins. A table of a join is named by it; any other
+    // table is looked up by its name among the joins' tables.
     long counter = m_JoinConditions->Count();
-    for (const auto& table : *m_Tables) {
-        const auto& tableNames = names[names.Of(*table)];
+    forEachAhead(*m_Tables, [&](const cTable& table) {
+        const auto& tableNames = names[names.Of(table)];
         if (TableNameCache::Joined(tableNames) || names.IsJoinedName(tableNames.full()))
-            continue;
+            return;
         if (counter != 0) {
             out += kCrLf;
             out += kItemIndent;
@@ -954,7 +955,7 @@ void cSQLQuery::appendFrom(std::string& out) const {
         }
         out += tableNames.full();
         ++counter;
-    }
+    });
 }
 
 std::string cSQLQuery::strSQL() {

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <gtest/gtest.h>
+#include <latch>
 #include <marovin/ModelError.h>
 #include <marovin/Utilities.h>
 #include <marovin/cSQLQuery.h>
@@ -552,6 +553,73 @@ TEST(RenderingReference, ThreadsRenderingAtOnceKeepTheirWorkApart) {
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(mismatches, std::vector<int>(kThreads, 0));
+}
+
+TEST(RenderingReference, ThreadsRenderingTheSameQueryAtOnceAgree) {
+    // Every rendering notes on each table where it listed the table's names; here the notes of
+    // four renderings overwrite each other while each of them reads its own back.
+    for (uint32_t seed = 1; seed <= 3; ++seed) {
+        const auto q = chainQuery(seed, 400);
+        const std::string expected = outcome([&] { return refFrom(*q); });
+        std::vector<int> mismatches(4, 0);
+        std::latch start(4);
+        std::vector<std::thread> threads;
+        for (int& count : mismatches)
+            threads.emplace_back([&q, &expected, &count, &start] {
+                start.arrive_and_wait();
+                for (int round = 0; round < 100; ++round)
+                    count += outcome([&] { return q->strFrom(); }) != expected;
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_EQ(mismatches, std::vector<int>(4, 0)) << "seed " << seed;
+    }
+}
+
+TEST(RenderingReference, ATableJoinedInAQueryAndInItsSubQuery) {
+    // The same table object is joined in the query and in the sub-query that the query uses as a
+    // table; rendering the sub-query in the middle of the query's joins lists the table at
+    // another place than the query does.
+    const auto make = [](bool shared) {
+        auto q = std::make_shared<cSQLQuery>();
+        auto a = q->Tables()->Add();
+        a->setStrName("dbo.A");
+        auto s = q->Tables()->Add();
+        s->setStrName("Inner");
+        s->setStrAlias("S");
+        s->setBlnIsSubQuery(true);
+        auto c = q->Tables()->Add();
+        c->setStrName("dbo.C");
+        auto inner = std::make_shared<cSQLQuery>();
+        inner->setBlnIsSubQuery(true);
+        auto b = inner->Tables()->Add();
+        b->setStrName("dbo.B");
+        auto innerA = inner->Tables()->Add();
+        innerA->setStrName("dbo.A");
+        if (shared)
+            innerA = a;
+        auto innerJoin = inner->JoinConditions()->Add();
+        innerJoin->setLeftTable(b);
+        innerJoin->setRightTable(innerA);
+        innerJoin->setStrCondition("B.ID = A.ID");
+        inner->SelectedItems()->Add()->setStrName("B.ID");
+        s->setSubQuery(inner);
+        for (const auto& [left, right] : {std::pair{a, s}, std::pair{a, c}}) {
+            auto join = q->JoinConditions()->Add();
+            join->setLeftTable(left);
+            join->setRightTable(right);
+            join->setStrCondition(left->strAlias() + ".ID = " + right->strAlias() + ".ID");
+        }
+        q->SelectedItems()->Add()->setStrName("A.ID");
+        return q;
+    };
+    const auto shared = make(true);
+    const std::string expected = outcome([&] { return refFrom(*make(false)); });
+    EXPECT_NE(expected.find("dbo.B AS B \r\n             INNER JOIN dbo.A AS A"), std::string::npos)
+        << expected;
+    EXPECT_EQ(outcome([&] { return shared->strFrom(); }), expected);
+    EXPECT_EQ(outcome([&] { return shared->strFrom(); }), expected) << "second rendering";
+    EXPECT_EQ(outcome([&] { return make(false)->strFrom(); }), expected);
 }
 
 TEST(RenderingReference, AggregateTestAndQuotingOnGeneratedTexts) {
