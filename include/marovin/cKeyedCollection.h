@@ -1,5 +1,6 @@
 #pragma once
 
+#include "marovin/ItemPool.h"
 #include "marovin/MarovinExport.h"
 #include "marovin/ModelError.h"
 
@@ -28,7 +29,7 @@ public:
     /// Creates a new item, appends it, and stores it under sKey when sKey is not empty.
     /// Throws ModelError when the key is already present (nothing is added then).
     ItemPtr Add(const std::string& sKey = {}) {
-        auto item = std::make_shared<T>();
+        auto item = std::allocate_shared<T>(detail::PoolAllocator<T>(m_pool.get()));
         if (!sKey.empty()) {
             auto folded = FoldKey(sKey);
             if (m_byKey.count(folded) != 0)
@@ -118,6 +119,9 @@ private:
         m_keys.erase(m_keys.begin() + static_cast<long>(pos));
     }
 
+    // The collection's items lie together in memory (a copy of a collection gets a pool of its
+    // own for the items it adds).
+    detail::PoolHandle m_pool;
     std::vector<ItemPtr> m_items;
     std::vector<std::string> m_keys;
     std::unordered_map<std::string, ItemPtr> m_byKey;

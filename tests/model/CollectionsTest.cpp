@@ -1,7 +1,12 @@
+#include <algorithm>
+#include <cstdint>
 #include <gtest/gtest.h>
+#include <latch>
+#include <map>
 #include <marovin/ModelError.h>
 #include <marovin/ModelMessages.h>
 #include <marovin/cSQLQuery.h>
+#include <thread>
 #include <vector>
 
 using namespace marovin;
@@ -107,6 +112,93 @@ TEST(KeyedCollection, EnumerationAndClear) {
     EXPECT_EQ(joins.Count(), 0);
     EXPECT_FALSE(joins.HasKey("k"));
     EXPECT_EQ(snapshot[1]->strCondition(), "") << "items handed out stay alive";
+}
+
+TEST(KeyedCollectionMemory, ItemsLieTogetherInTheOrderTheyWereAdded) {
+    // Items of two collections added in turn, with other allocations between them: each
+    // collection's items still follow one another at one distance, apart from the few places
+    // where the collection started a new block of room.
+    cSelectedItems items;
+    cTables tables;
+    std::vector<std::unique_ptr<std::string>> between;
+    std::vector<uintptr_t> itemAddresses;
+    std::vector<uintptr_t> tableAddresses;
+    for (int i = 0; i < 2000; ++i) {
+        itemAddresses.push_back(reinterpret_cast<uintptr_t>(items.Add().get()));
+        between.push_back(std::make_unique<std::string>(100, 'x'));
+        tableAddresses.push_back(reinterpret_cast<uintptr_t>(tables.Add().get()));
+    }
+    for (const auto* addresses : {&itemAddresses, &tableAddresses}) {
+        std::map<intptr_t, int> distances;
+        for (size_t i = 1; i < addresses->size(); ++i)
+            ++distances[static_cast<intptr_t>((*addresses)[i] - (*addresses)[i - 1])];
+        int most = 0;
+        for (const auto& [distance, count] : distances)
+            most = std::max(most, count);
+        EXPECT_GE(most, 1980) << "one distance between neighbours";
+        const intptr_t usual =
+            std::max_element(distances.begin(), distances.end(), [](auto& a, auto& b) {
+                return a.second < b.second;
+            })->first;
+        EXPECT_GT(usual, 0);
+        EXPECT_LE(usual, 160);
+    }
+}
+
+TEST(KeyedCollectionMemory, ItemsOutliveTheirCollectionAndMayBeFreedOnAnyThread) {
+    std::vector<std::shared_ptr<cSelectedItem>> kept;
+    {
+        auto query = std::make_shared<cSQLQuery>();
+        for (int i = 0; i < 500; ++i) {
+            auto item = query->SelectedItems()->Add("k" + std::to_string(i));
+            item->setStrName("Item " + std::to_string(i) + std::string(40, '.'));
+            if (i % 2 == 0)
+                kept.push_back(item);
+        }
+    }
+    // The query and its collection are gone; the kept items are whole.
+    for (size_t i = 0; i < kept.size(); ++i)
+        EXPECT_EQ(kept[i]->strName(), "Item " + std::to_string(2 * i) + std::string(40, '.'));
+
+    // One thread adds and removes items while three others drop items of the same collection.
+    cFilters filters;
+    std::vector<std::shared_ptr<cFilter>> shared;
+    for (int i = 0; i < 3000; ++i)
+        shared.push_back(filters.Add());
+    filters.Clear();
+    std::latch start(4);
+    std::vector<std::thread> droppers;
+    for (int t = 0; t < 3; ++t)
+        droppers.emplace_back([&shared, &start, t] {
+            start.arrive_and_wait();
+            for (size_t i = static_cast<size_t>(t); i < shared.size(); i += 3)
+                shared[i].reset();
+        });
+    start.arrive_and_wait();
+    for (int i = 0; i < 3000; ++i) {
+        filters.Add()->setStrCondition("x > " + std::to_string(i));
+        if (i % 2)
+            filters.Remove(1);
+    }
+    for (std::thread& thread : droppers)
+        thread.join();
+    ASSERT_EQ(filters.Count(), 1500);
+    EXPECT_EQ(filters.Item(1)->strCondition(), "x > 1500");
+    EXPECT_EQ(filters.Item(1500)->strCondition(), "x > 2999");
+}
+
+TEST(KeyedCollectionMemory, RoomOfRemovedItemsIsUsedAgain) {
+    cJoinConditions joins;
+    std::vector<const void*> first;
+    for (int i = 0; i < 100; ++i)
+        first.push_back(joins.Add().get());
+    joins.Clear();
+    std::vector<const void*> second;
+    for (int i = 0; i < 100; ++i)
+        second.push_back(joins.Add().get());
+    std::sort(first.begin(), first.end());
+    std::sort(second.begin(), second.end());
+    EXPECT_EQ(first, second);
 }
 
 TEST(OrderByItems, DuplicateKeyShowsTheMessageAndAddsNothing) {
