@@ -24,7 +24,8 @@ void* ItemPool::Allocate(size_t size, size_t align) {
             if (m_slotsLeft == 0) {
                 // Blocks double up to a limit, so that a small collection takes little room and
                 // a large one few blocks.
-                m_blocks.push_back(std::make_unique<std::byte[]>(m_nextBlockSlots * m_slotSize));
+                m_blocks.push_back(
+                    std::make_unique_for_overwrite<std::byte[]>(m_nextBlockSlots * m_slotSize));
                 m_next = m_blocks.back().get();
                 m_slotsLeft = m_nextBlockSlots;
                 if (2 * m_nextBlockSlots * m_slotSize <= kMostBlockBytes)
