@@ -9,6 +9,7 @@
 #include <initializer_list>
 #include <iterator>
 #include <memory>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -32,12 +33,32 @@ void prefetchObject(const void* object) {
     __builtin_prefetch(bytes + 64);
 }
 
+// Filters and calculated items are mostly longer than fifteen bytes, so their texts lie
+// elsewhere on the heap: for them the item twice as far ahead is asked for, and the text of the
+// item half as far ahead, whose address is read from it by then. Names and aliases are mostly
+// short enough to lie in the item itself.
+const std::string& farText(const cFilter& filter) {
+    return filter.strCondition();
+}
+const std::string& farText(const cCalculatedItem& item) {
+    return item.strComputation();
+}
+template <class Item>
+constexpr bool kHasFarText = std::is_same_v<Item, cFilter> || std::is_same_v<Item, cCalculatedItem>;
+
 template <class Collection, class Visit> void forEachAhead(const Collection& items, Visit&& visit) {
     const auto begin = items.begin();
     const size_t count = static_cast<size_t>(items.end() - begin);
+    using Item = typename std::remove_cvref_t<decltype(*begin)>::element_type;
     for (size_t i = 0; i < count; ++i) {
-        if (i + kAhead < count)
+        if constexpr (kHasFarText<Item>) {
+            if (i + 2 * kAhead < count)
+                prefetchObject(begin[i + 2 * kAhead].get());
+            if (i + kAhead < count)
+                __builtin_prefetch(farText(*begin[i + kAhead]).data());
+        } else if (i + kAhead < count) {
             prefetchObject(begin[i + kAhead].get());
+        }
         visit(*begin[i]);
     }
 }
