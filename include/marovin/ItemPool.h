@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace marovin::detail {
@@ -13,18 +12,20 @@ namespace marovin::detail {
 // Room for the items of one collection, one size of slot, handed out from blocks that grow with
 // the collection. The items of a collection then lie next to each other in the order they were
 // added, whatever else the host allocates in between, so that walking a large query reads memory
-// in order instead of from all over the heap. A freed slot is reused by the next item; the
-// blocks are given back when the collection and every item that came from it are gone.
+// in order instead of from all over the heap. A freed slot is reused by a later item; the blocks
+// are given back when the collection and every item that came from it are gone.
 //
-// The pool counts its users (the collection and every allocator copy, one of which each item's
-// control block holds) and deletes itself after the last one. Items may be freed on any thread.
+// Slots are handed out only by the collection's Add, which like every change of a collection is
+// never run by two threads at once. An item may be freed on any thread at any time: its slot goes
+// onto a list of its own without a lock, and Add takes that list over when it runs out of slots.
+// The pool counts its users (the collection and every slot in use) and deletes itself after the
+// last one.
 class MAROVIN_EXPORT ItemPool {
 public:
     static ItemPool* Create() { return new ItemPool(); }
     ItemPool(const ItemPool&) = delete;
     ItemPool& operator=(const ItemPool&) = delete;
 
-    void AddUser() noexcept { m_users.fetch_add(1, std::memory_order_relaxed); }
     void RemoveUser() noexcept {
         if (m_users.fetch_sub(1, std::memory_order_acq_rel) == 1)
             delete this;
@@ -34,44 +35,42 @@ public:
     // gives). The pool's slots take the size and alignment of its first request; a request of
     // another shape is passed to the global allocator.
     void* Allocate(size_t size, size_t align);
-    // Gives back what Allocate(size, align) returned.
+    // Gives back what Allocate(size, align) returned; any thread.
     void Deallocate(void* slot, size_t size, size_t align) noexcept;
 
 private:
     ItemPool() = default;
     ~ItemPool() = default;
 
+    struct FreeSlot {
+        FreeSlot* next;
+    };
+
     static constexpr size_t kFirstBlockSlots = 4;
     static constexpr size_t kMostBlockBytes = 64 * 1024;
 
     std::atomic<size_t> m_users{1};
-    std::mutex m_mutex;
+    std::atomic<FreeSlot*> m_freed{nullptr}; // Slots freed since Add last took them over.
+    // Touched by Allocate only.
     size_t m_requestSize = 0; // Of the first request, which sets the slots' shape.
     size_t m_requestAlign = 0;
     size_t m_slotSize = 0;
-    void* m_free = nullptr; // Freed slots, each holding the address of the next.
+    FreeSlot* m_free = nullptr; // Freed slots taken over from m_freed.
     std::byte* m_next = nullptr;
     size_t m_slotsLeft = 0; // In the newest block, from m_next.
     size_t m_nextBlockSlots = kFirstBlockSlots;
     std::vector<std::unique_ptr<std::byte[]>> m_blocks;
 };
 
-// Hands std::allocate_shared the slots of a pool; each copy counts as a user of the pool.
+// Hands std::allocate_shared the slots of a pool. The pool lives as long as its collection or
+// any of its slots, so a copy of the allocator needs no count of its own.
 template <class T> class PoolAllocator {
 public:
     using value_type = T;
 
-    explicit PoolAllocator(ItemPool* pool) noexcept : m_pool(pool) { m_pool->AddUser(); }
-    PoolAllocator(const PoolAllocator& other) noexcept : PoolAllocator(other.m_pool) {}
+    explicit PoolAllocator(ItemPool* pool) noexcept : m_pool(pool) {}
     template <class U>
-    PoolAllocator(const PoolAllocator<U>& other) noexcept : PoolAllocator(other.pool()) {}
-    PoolAllocator& operator=(const PoolAllocator& other) noexcept {
-        other.m_pool->AddUser();
-        m_pool->RemoveUser();
-        m_pool = other.m_pool;
-        return *this;
-    }
-    ~PoolAllocator() { m_pool->RemoveUser(); }
+    PoolAllocator(const PoolAllocator<U>& other) noexcept : m_pool(other.pool()) {}
 
     T* allocate(size_t n) {
         if (n != 1 || alignof(T) > __STDCPP_DEFAULT_NEW_ALIGNMENT__)

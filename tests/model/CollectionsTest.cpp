@@ -159,6 +159,14 @@ TEST(KeyedCollectionMemory, ItemsOutliveTheirCollectionAndMayBeFreedOnAnyThread)
     // The query and its collection are gone; the kept items are whole.
     for (size_t i = 0; i < kept.size(); ++i)
         EXPECT_EQ(kept[i]->strName(), "Item " + std::to_string(2 * i) + std::string(40, '.'));
+    // The last of them go on two other threads, the last one of all taking the room with it.
+    std::thread first(
+        [half = std::vector(kept.begin(), kept.begin() + 125)]() mutable { half.clear(); });
+    std::thread second(
+        [rest = std::vector(kept.begin() + 125, kept.end())]() mutable { rest.clear(); });
+    kept.clear();
+    first.join();
+    second.join();
 
     // One thread adds and removes items while three others drop items of the same collection.
     cFilters filters;
