@@ -88,6 +88,7 @@ int authorize(void*, int action, const char*, const char*, const char*, const ch
 class Statement {
 public:
     Statement() = default;
+    explicit Statement(sqlite3_stmt* stmt) : m_stmt(stmt) {}
     ~Statement() { sqlite3_finalize(m_stmt); }
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
@@ -199,6 +200,15 @@ void SqliteSession::fail() const {
     throw DbError(sqlite3_errmsg(m_db));
 }
 
+sqlite3_stmt* SqliteSession::prepare(const char* sql) const {
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(handle(), sql, -1, &stmt, nullptr) != SQLITE_OK) {
+        sqlite3_finalize(stmt);
+        fail();
+    }
+    return stmt;
+}
+
 void SqliteSession::startClock() {
     m_deadline = std::chrono::steady_clock::now() + m_timeout;
 }
@@ -271,14 +281,9 @@ void SqliteCatalogueRows::handOver(
 }
 
 void SqliteSession::Tables(const std::function<void(std::vector<TableRow>&&)>& batch) {
-    sqlite3* db = handle();
     startClock();
-    Statement stmt;
-    if (sqlite3_prepare_v2(db,
-                           "SELECT type, name FROM dbo.sqlite_schema "
-                           "WHERE type IN ('table', 'view')",
-                           -1, stmt.out(), nullptr) != SQLITE_OK)
-        fail();
+    Statement stmt(prepare("SELECT type, name FROM dbo.sqlite_schema "
+                           "WHERE type IN ('table', 'view')"));
     SqliteCatalogueRows rows(m_schemaRows);
     const auto textOf = [&stmt](int column) {
         const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), column));
@@ -298,7 +303,7 @@ void SqliteSession::Tables(const std::function<void(std::vector<TableRow>&&)>& b
 
 std::vector<std::string> SqliteSession::Columns(const std::string& schema,
                                                 const std::string& table) {
-    sqlite3* db = handle();
+    handle(); // A closed or interrupted connection fails before anything else.
     std::vector<std::string> columns;
     if (!schema.empty() && !equalsNoCase(schema, kSchema))
         return columns;
@@ -310,14 +315,10 @@ std::vector<std::string> SqliteSession::Columns(const std::string& schema,
         tables.push_back(table);
     }
     startClock();
-    Statement stmt;
     // table_xinfo, not table_info, so that generated columns are listed as SELECT * shows them;
     // hidden = 1 marks the hidden columns of a virtual table, which SELECT * leaves out.
-    if (sqlite3_prepare_v2(db,
-                           "SELECT name FROM pragma_table_xinfo(?1, 'dbo') WHERE hidden <> 1 "
-                           "ORDER BY cid",
-                           -1, stmt.out(), nullptr) != SQLITE_OK)
-        fail();
+    Statement stmt(prepare("SELECT name FROM pragma_table_xinfo(?1, 'dbo') WHERE hidden <> 1 "
+                           "ORDER BY cid"));
     for (const std::string& name : tables) {
         sqlite3_reset(stmt.get());
         sqlite3_bind_text(stmt.get(), 1, name.data(), static_cast<int>(name.size()),
@@ -334,12 +335,8 @@ std::vector<std::string> SqliteSession::Columns(const std::string& schema,
 }
 
 std::optional<std::string> SqliteSession::declaredTableName(const std::string& name) const {
-    Statement stmt;
-    if (sqlite3_prepare_v2(handle(),
-                           "SELECT name FROM dbo.sqlite_schema "
-                           "WHERE type = 'table' AND name = ?1 COLLATE NOCASE",
-                           -1, stmt.out(), nullptr) != SQLITE_OK)
-        fail();
+    Statement stmt(prepare("SELECT name FROM dbo.sqlite_schema "
+                           "WHERE type = 'table' AND name = ?1 COLLATE NOCASE"));
     sqlite3_bind_text(stmt.get(), 1, name.data(), static_cast<int>(name.size()), SQLITE_TRANSIENT);
     const int rc = sqlite3_step(stmt.get());
     if (rc == SQLITE_ROW) {
@@ -353,14 +350,10 @@ std::optional<std::string> SqliteSession::declaredTableName(const std::string& n
 
 std::vector<std::string> SqliteSession::columnNames(const std::string& table,
                                                     bool primaryKeyOnly) const {
-    Statement stmt;
-    if (sqlite3_prepare_v2(handle(),
-                           primaryKeyOnly
+    Statement stmt(prepare(primaryKeyOnly
                                ? "SELECT name FROM pragma_table_info(?1, 'dbo') WHERE pk > 0 "
                                  "ORDER BY pk"
-                               : "SELECT name FROM pragma_table_info(?1, 'dbo') ORDER BY cid",
-                           -1, stmt.out(), nullptr) != SQLITE_OK)
-        fail();
+                               : "SELECT name FROM pragma_table_info(?1, 'dbo') ORDER BY cid"));
     sqlite3_bind_text(stmt.get(), 1, table.data(), static_cast<int>(table.size()),
                       SQLITE_TRANSIENT);
     std::vector<std::string> names;
@@ -384,22 +377,18 @@ std::optional<std::string> SqliteSession::keyedTableName(const std::string& sche
 
 std::vector<DbForeignKey> SqliteSession::ForeignKeys(const std::string& schema,
                                                      const std::string& table) {
-    sqlite3* db = handle();
+    handle(); // A closed or interrupted connection fails before anything else.
     const std::optional<std::string> name = keyedTableName(schema, table);
     if (!name)
         return {};
     // One row per column pair of every key that belongs to the table or names it as the
     // referenced table. The referenced name is kept as the REFERENCES clause writes it, so it
     // is compared without regard to case, as SQLite resolves it.
-    Statement stmt;
-    if (sqlite3_prepare_v2(
-            db,
-            "SELECT m.name, f.id, f.\"table\", f.\"from\", f.\"to\" "
-            "FROM dbo.sqlite_schema AS m, pragma_foreign_key_list(m.name, 'dbo') AS f "
-            "WHERE m.type = 'table' AND (m.name = ?1 OR f.\"table\" = ?1 COLLATE "
-            "NOCASE) ORDER BY m.name, f.id, f.seq",
-            -1, stmt.out(), nullptr) != SQLITE_OK)
-        fail();
+    Statement stmt(
+        prepare("SELECT m.name, f.id, f.\"table\", f.\"from\", f.\"to\" "
+                "FROM dbo.sqlite_schema AS m, pragma_foreign_key_list(m.name, 'dbo') AS f "
+                "WHERE m.type = 'table' AND (m.name = ?1 OR f.\"table\" = ?1 COLLATE "
+                "NOCASE) ORDER BY m.name, f.id, f.seq"));
     sqlite3_bind_text(stmt.get(), 1, name->data(), static_cast<int>(name->size()),
                       SQLITE_TRANSIENT);
     std::vector<DeclaredKey> declared;
@@ -410,19 +399,15 @@ std::vector<DbForeignKey> SqliteSession::ForeignKeys(const std::string& schema,
 std::vector<DbForeignKey> SqliteSession::ForeignKeysAmong(
     const std::string& schema, const std::string& table,
     const std::vector<std::pair<std::string, std::string>>& referencingTables) {
-    sqlite3* db = handle();
+    handle(); // A closed or interrupted connection fails before anything else.
     const std::optional<std::string> name = keyedTableName(schema, table);
     if (!name)
         return {};
     // The keys of one table at a time: all of its own (?2 null), or those naming ?2.
-    Statement stmt;
-    if (sqlite3_prepare_v2(db,
-                           "SELECT ?1, f.id, f.\"table\", f.\"from\", f.\"to\" "
+    Statement stmt(prepare("SELECT ?1, f.id, f.\"table\", f.\"from\", f.\"to\" "
                            "FROM pragma_foreign_key_list(?1, 'dbo') AS f "
                            "WHERE ?2 IS NULL OR f.\"table\" = ?2 COLLATE NOCASE "
-                           "ORDER BY f.id, f.seq",
-                           -1, stmt.out(), nullptr) != SQLITE_OK)
-        fail();
+                           "ORDER BY f.id, f.seq"));
     std::vector<DeclaredKey> declared;
     const auto read = [&](const std::string& owner, const std::string* referenced) {
         sqlite3_reset(stmt.get());

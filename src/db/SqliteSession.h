@@ -13,6 +13,7 @@
 
 struct sqlite3;
 struct sqlite3_stmt;
+struct sqlite3_stmt;
 
 namespace marovin {
 
@@ -86,6 +87,8 @@ private:
     // that no statement starts after an interrupt, however short.
     sqlite3* handle() const;
     [[noreturn]] void fail() const;
+    // A prepared statement (the caller finalizes it); throws DbError with SQLite's message.
+    sqlite3_stmt* prepare(const char* sql) const;
     void startClock();
     // Compiles the statements of a batch one after the other and hands each to onStatement
     // until it answers false; raises DbError for the first that does not compile.
