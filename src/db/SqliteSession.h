@@ -13,7 +13,6 @@
 
 struct sqlite3;
 struct sqlite3_stmt;
-struct sqlite3_stmt;
 
 namespace marovin {
 

@@ -555,20 +555,39 @@ TEST(RenderingReference, ThreadsRenderingAtOnceKeepTheirWorkApart) {
     EXPECT_EQ(mismatches, std::vector<int>(kThreads, 0));
 }
 
-TEST(RenderingReference, ThreadsRenderingTheSameQueryAtOnceAgree) {
-    // Every rendering notes on each table where it listed the table's names; here the notes of
-    // four renderings overwrite each other while each of them reads its own back.
+TEST(RenderingReference, ThreadsRenderingQueriesThatShareTablesAtOnceAgree) {
+    // Every rendering notes on each table where it listed the table's names. The second query
+    // joins the first one's table objects in the opposite order, so the two list the same tables
+    // at other places; four threads render the two at once, and each must read back only what
+    // it noted itself.
     for (uint32_t seed = 1; seed <= 3; ++seed) {
         const auto q = chainQuery(seed, 400);
-        const std::string expected = outcome([&] { return refFrom(*q); });
+        auto reversed = std::make_shared<cSQLQuery>();
+        reversed->Tables()->Add()->setStrName("dbo.Extra");
+        reversed->Tables()->Add()->setStrName("dbo.Other");
+        reversed->SelectedItems()->Add()->setStrName("Extra.ID");
+        for (long j = q->JoinConditions()->Count(); j >= 1; --j) {
+            const cJoinCondition& from = *q->JoinConditions()->Item(j);
+            auto join = reversed->JoinConditions()->Add();
+            join->setLeftTable(from.LeftTable());
+            join->setRightTable(from.RightTable());
+            join->setBlnIncludeAllRowsOfLeftTable(from.blnIncludeAllRowsOfLeftTable());
+            join->setBlnIncludeAllRowsOfRightTable(from.blnIncludeAllRowsOfRightTable());
+            join->setStrCondition(from.strCondition());
+        }
+        const std::array<std::shared_ptr<cSQLQuery>, 2> queries = {q, reversed};
+        const std::array<std::string, 2> expected = {outcome([&] { return refFrom(*q); }),
+                                                     outcome([&] { return refFrom(*reversed); })};
+        ASSERT_NE(expected[0], expected[1]);
         std::vector<int> mismatches(4, 0);
         std::latch start(4);
         std::vector<std::thread> threads;
-        for (int& count : mismatches)
-            threads.emplace_back([&q, &expected, &count, &start] {
+        for (size_t t = 0; t < mismatches.size(); ++t)
+            threads.emplace_back([&, t] {
                 start.arrive_and_wait();
-                for (int round = 0; round < 100; ++round)
-                    count += outcome([&] { return q->strFrom(); }) != expected;
+                for (int round = 0; round < 50; ++round)
+                    mismatches[t] +=
+                        outcome([&] { return queries[t % 2]->strFrom(); }) != expected[t % 2];
             });
         for (std::thread& thread : threads)
             thread.join();
