@@ -1,14 +1,19 @@
 #pragma once
 
 // Helpers shared by the database tests: temporary directories, SQLite files written with plain
-// SQL, a loopback port nobody listens on, the bytes of a file (to prove that nothing wrote to it),
-// and foreign keys as text.
+// SQL, the sample database, queries and sessions that must succeed, a loopback port nobody
+// listens on, the bytes of a file (to prove that nothing wrote to it), and foreign keys as text.
+
+#include "SampleDatabaseGenerator.h"
 
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <marovin/DbForeignKey.h>
 #include <marovin/cDbConnection.h>
+#include <marovin/cRecordset.h>
+#include <memory>
 #include <netinet/in.h>
 #include <sqlite3.h>
 #include <stdexcept>
@@ -92,6 +97,43 @@ inline cDbConnection sqliteConnection(const std::string& path) {
     return db;
 }
 
+// A connection through unixODBC and Debian's SQLite ODBC driver to the file.
+inline cDbConnection odbcSqliteConnection(const std::string& path) {
+    cDbConnection db;
+    db.setStrProvider(cDbConnection::kProviderOdbc);
+    db.setStrConnectionString("DRIVER={SQLite3};Database=" + path);
+    return db;
+}
+
+// Writes the sample database with the options to the file and gives its path back.
+inline std::string
+writeSample(const std::string& path,
+            const SampleDatabaseGenerator::Options& options = SampleDatabaseGenerator::Small()) {
+    std::string error;
+    if (!SampleDatabaseGenerator(options).Write(path, error))
+        throw std::runtime_error("cannot write " + path + ": " + error);
+    return path;
+}
+
+// The rows of a query that has to succeed: a failure throws with the error text, which fails the
+// test that asked.
+inline std::shared_ptr<cRecordset> rowsOf(const cDbConnection& db, const std::string& sql,
+                                          std::int32_t limit = 0) {
+    std::string error;
+    auto rs = db.FireQuery(sql, error, limit);
+    if (!rs)
+        throw std::runtime_error("the query failed: " + error);
+    return rs;
+}
+
+// An open session that has to be had: none throws with the reason.
+inline std::unique_ptr<DbSession> sessionOf(const cDbConnection& db) {
+    auto session = db.GetConnection();
+    if (!session)
+        throw std::runtime_error("no session: " + cDbConnection::LastConnectionError());
+    return session;
+}
+
 // Creates (or extends) an SQLite file by running the script.
 inline void writeSqlite(const std::string& path, const std::string& script) {
     sqlite3* db = nullptr;
@@ -149,5 +191,32 @@ inline std::vector<std::string> keyTexts(const std::vector<DbForeignKey>& keys) 
         texts.push_back(keyText(key));
     return texts;
 }
+
+// A fresh SQLite file, made by the test's script, and a connection to it.
+class SqliteFileTest : public ::testing::Test {
+protected:
+    void create(const std::string& script) {
+        writeSqlite(path, script);
+        db = sqliteConnection(path);
+    }
+    TempDir dir;
+    const std::string path = dir.file("test.sqlite");
+    cDbConnection db;
+};
+
+// The small sample database, written once for each suite that derives from this fixture.
+class SampleDatabaseSuite : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_dir = std::make_unique<TempDir>();
+        s_path = writeSample(s_dir->file("northwind.sqlite"));
+    }
+    static void TearDownTestSuite() { s_dir.reset(); }
+    void SetUp() override { db = sqliteConnection(s_path); }
+
+    static inline std::unique_ptr<TempDir> s_dir;
+    static inline std::string s_path;
+    cDbConnection db;
+};
 
 } // namespace marovin::test

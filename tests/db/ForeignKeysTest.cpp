@@ -6,7 +6,6 @@
 
 #include "DbTestSupport.h"
 #include "ForeignKeyRows.h"
-#include "SampleDatabaseGenerator.h"
 
 #include <gtest/gtest.h>
 #include <marovin/DbSession.h>
@@ -21,71 +20,41 @@ using Keys = std::vector<std::string>;
 using test::sqliteConnection;
 
 // The small sample database, written once for the suite.
-class SampleDatabaseForeignKeys : public ::testing::Test {
+class SampleDatabaseForeignKeys : public test::SampleDatabaseSuite {
 protected:
-    static void SetUpTestSuite() {
-        s_dir = std::make_unique<test::TempDir>();
-        s_path = s_dir->file("northwind.sqlite");
-        std::string error;
-        if (!SampleDatabaseGenerator(SampleDatabaseGenerator::Small()).Write(s_path, error))
-            s_path = "cannot write the sample database: " + error;
-    }
-    static void TearDownTestSuite() { s_dir.reset(); }
-    void SetUp() override { db = sqliteConnection(s_path); }
-
     Keys keys(const std::string& table) const { return keyTexts(db.GetForeignKeys(table)); }
-
-    static std::unique_ptr<test::TempDir> s_dir;
-    static std::string s_path;
-    cDbConnection db;
 };
 
-std::unique_ptr<test::TempDir> SampleDatabaseForeignKeys::s_dir;
-std::string SampleDatabaseForeignKeys::s_path;
-
+// The key of Employees on itself comes once, among its own keys.
 TEST_F(SampleDatabaseForeignKeys, EveryTableGivesItsOwnKeysThenTheKeysReferencingIt) {
-    EXPECT_EQ(keys("dbo.Orders"), (Keys{
-                                      "dbo.Orders(CustomerID) -> dbo.Customers(CustomerID)",
-                                      "dbo.Orders(EmployeeID) -> dbo.Employees(EmployeeID)",
-                                      "dbo.Orders(ShipVia) -> dbo.Shippers(ShipperID)",
-                                      "dbo.Order Details(OrderID) -> dbo.Orders(OrderID)",
-                                  }));
-    EXPECT_EQ(keys("dbo.Order Details"),
-              (Keys{
-                  "dbo.Order Details(OrderID) -> dbo.Orders(OrderID)",
-                  "dbo.Order Details(ProductID) -> dbo.Products(ProductID)",
-              }));
-    EXPECT_EQ(keys("dbo.Products"), (Keys{
-                                        "dbo.Products(CategoryID) -> dbo.Categories(CategoryID)",
-                                        "dbo.Products(SupplierID) -> dbo.Suppliers(SupplierID)",
-                                        "dbo.Order Details(ProductID) -> dbo.Products(ProductID)",
-                                    }));
-    EXPECT_EQ(keys("dbo.Customers"), (Keys{"dbo.Orders(CustomerID) -> dbo.Customers(CustomerID)"}));
-    EXPECT_EQ(keys("dbo.Shippers"), (Keys{"dbo.Orders(ShipVia) -> dbo.Shippers(ShipperID)"}));
-    EXPECT_EQ(keys("dbo.Suppliers"),
-              (Keys{"dbo.Products(SupplierID) -> dbo.Suppliers(SupplierID)"}));
-    EXPECT_EQ(keys("dbo.Categories"),
-              (Keys{"dbo.Products(CategoryID) -> dbo.Categories(CategoryID)"}));
-    EXPECT_EQ(keys("dbo.Region"), (Keys{"dbo.Territories(RegionID) -> dbo.Region(RegionID)"}));
-    EXPECT_EQ(keys("dbo.Territories"),
-              (Keys{
-                  "dbo.Territories(RegionID) -> dbo.Region(RegionID)",
-                  "dbo.EmployeeTerritories(TerritoryID) -> dbo.Territories(TerritoryID)",
-              }));
-    EXPECT_EQ(keys("dbo.EmployeeTerritories"),
-              (Keys{
-                  "dbo.EmployeeTerritories(EmployeeID) -> dbo.Employees(EmployeeID)",
-                  "dbo.EmployeeTerritories(TerritoryID) -> dbo.Territories(TerritoryID)",
-              }));
-}
-
-TEST_F(SampleDatabaseForeignKeys, TheKeyOfATableOnItselfComesOnceAmongItsOwn) {
-    EXPECT_EQ(keys("dbo.Employees"),
-              (Keys{
-                  "dbo.Employees(ReportsTo) -> dbo.Employees(EmployeeID)",
-                  "dbo.EmployeeTerritories(EmployeeID) -> dbo.Employees(EmployeeID)",
-                  "dbo.Orders(EmployeeID) -> dbo.Employees(EmployeeID)",
-              }));
+    const std::string orders = "dbo.Order Details(OrderID) -> dbo.Orders(OrderID)",
+                      products = "dbo.Order Details(ProductID) -> dbo.Products(ProductID)",
+                      customer = "dbo.Orders(CustomerID) -> dbo.Customers(CustomerID)",
+                      employee = "dbo.Orders(EmployeeID) -> dbo.Employees(EmployeeID)",
+                      shipper = "dbo.Orders(ShipVia) -> dbo.Shippers(ShipperID)",
+                      category = "dbo.Products(CategoryID) -> dbo.Categories(CategoryID)",
+                      supplier = "dbo.Products(SupplierID) -> dbo.Suppliers(SupplierID)",
+                      region = "dbo.Territories(RegionID) -> dbo.Region(RegionID)",
+                      etEmployee =
+                          "dbo.EmployeeTerritories(EmployeeID) -> dbo.Employees(EmployeeID)",
+                      etTerritory =
+                          "dbo.EmployeeTerritories(TerritoryID) -> dbo.Territories(TerritoryID)";
+    const std::pair<const char*, Keys> cases[] = {
+        {"dbo.Orders", {customer, employee, shipper, orders}},
+        {"dbo.Order Details", {orders, products}},
+        {"dbo.Products", {category, supplier, products}},
+        {"dbo.Customers", {customer}},
+        {"dbo.Shippers", {shipper}},
+        {"dbo.Suppliers", {supplier}},
+        {"dbo.Categories", {category}},
+        {"dbo.Region", {region}},
+        {"dbo.Territories", {region, etTerritory}},
+        {"dbo.EmployeeTerritories", {etEmployee, etTerritory}},
+        {"dbo.Employees",
+         {"dbo.Employees(ReportsTo) -> dbo.Employees(EmployeeID)", etEmployee, employee}},
+    };
+    for (const auto& [table, expected] : cases)
+        EXPECT_EQ(keys(table), expected) << table;
 }
 
 TEST_F(SampleDatabaseForeignKeys, TheTableNameMayTakeTheFormsOfAQuery) {
@@ -98,18 +67,13 @@ TEST_F(SampleDatabaseForeignKeys, TheTableNameMayTakeTheFormsOfAQuery) {
 }
 
 TEST_F(SampleDatabaseForeignKeys, ViewsUnknownTablesAndOtherSchemasHaveNone) {
-    EXPECT_EQ(keys("dbo.Order Subtotals"), Keys{});
-    EXPECT_EQ(keys("dbo.Nope"), Keys{});
-    EXPECT_EQ(keys("sales.Orders"), Keys{});
-    EXPECT_EQ(keys("dbo.sqlite_schema"), Keys{});
-    EXPECT_EQ(keys(""), Keys{});
-    EXPECT_EQ(keys("dbo."), Keys{});
-    EXPECT_EQ(keys("dbo.[]"), Keys{});
+    for (const char* table : {"dbo.Order Subtotals", "dbo.Nope", "sales.Orders",
+                              "dbo.sqlite_schema", "", "dbo.", "dbo.[]"})
+        EXPECT_EQ(keys(table), Keys{}) << table;
 }
 
 TEST_F(SampleDatabaseForeignKeys, TheSessionGivesTheSameKeysWithOrWithoutItsSchema) {
-    auto session = db.GetConnection();
-    ASSERT_NE(session, nullptr);
+    auto session = test::sessionOf(db);
     const auto expected = db.GetForeignKeys("dbo.Orders");
     ASSERT_EQ(expected.size(), 4u);
     EXPECT_EQ(session->ForeignKeys("dbo", "Orders"), expected);
@@ -140,81 +104,64 @@ CREATE TABLE "a]b" (Id integer REFERENCES "V1.2" ("AB]C"));
 CREATE VIEW ChildView AS SELECT * FROM Child;
 )sql";
 
-class SqliteForeignKeys : public ::testing::Test {
+class SqliteForeignKeys : public test::SqliteFileTest {
 protected:
-    void SetUp() override {
-        path = dir.file("keys.sqlite");
-        test::writeSqlite(path, kKeysScript);
-        db = sqliteConnection(path);
-    }
+    void SetUp() override { create(kKeysScript); }
     Keys keys(const std::string& table) const { return keyTexts(db.GetForeignKeys(table)); }
-
-    test::TempDir dir;
-    std::string path;
-    cDbConnection db;
 };
 
-TEST_F(SqliteForeignKeys, KeysOfSeveralColumnsPairTheirColumnsInKeyOrder) {
-    EXPECT_EQ(keys("dbo.Child"), (Keys{"dbo.Child(PB, PA) -> dbo.Parent(B, A)"}));
-    // "REFERENCES parent" names the primary key, (B, A) in its own order; the referenced table
-    // and columns come as declared whatever case the key writes them in.
-    EXPECT_EQ(keys("dbo.Implicit"), (Keys{"dbo.Implicit(X, Y) -> dbo.Parent(B, A)"}));
-    EXPECT_EQ(keys("dbo.Parent"), (Keys{
-                                      "dbo.Child(PB, PA) -> dbo.Parent(B, A)",
-                                      "dbo.Implicit(X, Y) -> dbo.Parent(B, A)",
-                                  }));
-}
-
-TEST_F(SqliteForeignKeys, KeysOfATableOnItselfComeOnceEach) {
-    EXPECT_EQ(keys("dbo.Node"), (Keys{
-                                    "dbo.Node(ParentId) -> dbo.Node(Id)",
-                                    "dbo.Node(SiblingId) -> dbo.Node(Id)",
-                                }));
-}
-
-TEST_F(SqliteForeignKeys, AKeyToATableWithoutPrimaryKeyNeedsItsColumns) {
-    // "REFERENCES Heap" names no columns and Heap has no primary key, so the key pairs nothing
-    // (SQLite reports it as a mismatch when it checks it); the key to a missing table keeps the
-    // columns it names.
-    EXPECT_EQ(keys("dbo.Dangling"), (Keys{"dbo.Dangling(M) -> dbo.Missing(Mid)"}));
-    EXPECT_EQ(keys("dbo.Heap"), Keys{});
+TEST_F(SqliteForeignKeys, SeveralColumnsKeysOnItselfAndKeysWithoutReferencedColumns) {
+    const std::string child = "dbo.Child(PB, PA) -> dbo.Parent(B, A)",
+                      implicit = "dbo.Implicit(X, Y) -> dbo.Parent(B, A)";
+    const std::pair<const char*, Keys> cases[] = {
+        // Keys of several columns pair their columns in key order.
+        {"dbo.Child", {child}},
+        // "REFERENCES parent" names the primary key, (B, A) in its own order; the referenced
+        // table and columns come as declared whatever case the key writes them in.
+        {"dbo.Implicit", {implicit}},
+        {"dbo.Parent", {child, implicit}},
+        // Keys of a table on itself come once each.
+        {"dbo.Node", {"dbo.Node(ParentId) -> dbo.Node(Id)", "dbo.Node(SiblingId) -> dbo.Node(Id)"}},
+        // "REFERENCES Heap" names no columns and Heap has no primary key, so the key pairs
+        // nothing (SQLite reports it as a mismatch when it checks it); the key to a missing table
+        // keeps the columns it names.
+        {"dbo.Dangling", {"dbo.Dangling(M) -> dbo.Missing(Mid)"}},
+        {"dbo.Heap", {}},
+    };
+    for (const auto& [table, expected] : cases)
+        EXPECT_EQ(keys(table), expected) << table;
 }
 
 TEST_F(SqliteForeignKeys, NamesWithBlanksKeywordsDotsAndBrackets) {
-    const Keys details{
-        "dbo.Order Details(From) -> dbo.Select(Key)",
-        "dbo.Order Details(Order) -> dbo.Select(Key)",
-        "dbo.Order Details(x]y) -> dbo.v1.2(ab]c)",
+    const std::string from = "dbo.Order Details(From) -> dbo.Select(Key)",
+                      order = "dbo.Order Details(Order) -> dbo.Select(Key)",
+                      xy = "dbo.Order Details(x]y) -> dbo.v1.2(ab]c)",
+                      ab = "dbo.a]b(Id) -> dbo.v1.2(ab]c)";
+    const std::pair<const char*, Keys> cases[] = {
+        {"dbo.Order Details", {from, order, xy}},
+        {"[dbo].[Order Details]", {from, order, xy}},
+        {"dbo.Select", {from, order}},
+        // Names compare byte by byte: "O" before "a".
+        {"dbo.v1.2", {xy, ab}},
+        {"dbo.[v1.2]", {xy, ab}},
+        {"[v1.2]", {xy, ab}},
+        {"\"v1.2\"", {xy, ab}},
+        // Unquoted, the first dot ends the schema.
+        {"v1.2", {}},
+        {"dbo.[a]]b]", {ab}},
+        {"dbo.a]b", {ab}},
+        // A bracket that does not close the part is part of the name.
+        {"dbo.[a]]b", {}},
+        {"dbo.ChildView", {}},
     };
-    EXPECT_EQ(keys("dbo.Order Details"), details);
-    EXPECT_EQ(keys("[dbo].[Order Details]"), details);
-    EXPECT_EQ(keys("dbo.Select"), (Keys{
-                                      "dbo.Order Details(From) -> dbo.Select(Key)",
-                                      "dbo.Order Details(Order) -> dbo.Select(Key)",
-                                  }));
-    // Names compare byte by byte: "O" before "a".
-    const Keys dotted{
-        "dbo.Order Details(x]y) -> dbo.v1.2(ab]c)",
-        "dbo.a]b(Id) -> dbo.v1.2(ab]c)",
-    };
-    EXPECT_EQ(keys("dbo.v1.2"), dotted);
-    EXPECT_EQ(keys("dbo.[v1.2]"), dotted);
-    EXPECT_EQ(keys("[v1.2]"), dotted);
-    EXPECT_EQ(keys("\"v1.2\""), dotted);
-    // Unquoted, the first dot ends the schema.
-    EXPECT_EQ(keys("v1.2"), Keys{});
-    EXPECT_EQ(keys("dbo.[a]]b]"), (Keys{"dbo.a]b(Id) -> dbo.v1.2(ab]c)"}));
-    EXPECT_EQ(keys("dbo.a]b"), (Keys{"dbo.a]b(Id) -> dbo.v1.2(ab]c)"}));
-    // A bracket that does not close the part is part of the name.
-    EXPECT_EQ(keys("dbo.[a]]b"), Keys{});
-    EXPECT_EQ(keys("dbo.ChildView"), Keys{});
+    for (const auto& [table, expected] : cases)
+        EXPECT_EQ(keys(table), expected) << table;
 }
 
 // Keys sought only among some tables: the table's own keys always, the referencing keys of the
 // listed tables exactly as the whole search gives them, none of the tables left out.
 TEST_F(SampleDatabaseForeignKeys, KeysAmongListedTablesAreTheWholeAnswerLimitedToThem) {
-    auto session = db.GetConnection();
-    ASSERT_NE(session, nullptr);
+    auto session = test::sessionOf(db);
     const auto among = [&](const std::string& table, const std::vector<std::string>& listed) {
         return keyTexts(cDbConnection::GetForeignKeys(*session, table, listed));
     };
@@ -241,8 +188,7 @@ TEST_F(SampleDatabaseForeignKeys, KeysAmongListedTablesAreTheWholeAnswerLimitedT
 }
 
 TEST_F(SqliteForeignKeys, KeysAmongListedTablesWithOddNames) {
-    auto session = db.GetConnection();
-    ASSERT_NE(session, nullptr);
+    auto session = test::sessionOf(db);
     EXPECT_EQ(keyTexts(cDbConnection::GetForeignKeys(*session, "dbo.[v1.2]",
                                                      {"dbo.[a]]b]", "dbo.Order Details"})),
               keys("dbo.v1.2"));

@@ -3,7 +3,6 @@
 // typed values, and the guarantee that nothing sent through it changes the file.
 
 #include "DbTestSupport.h"
-#include "SampleDatabaseGenerator.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -27,17 +26,12 @@ CREATE VIEW Beta AS SELECT a FROM alpha;
 INSERT INTO Zeta (Name) VALUES ('x');
 )sql";
 
-class SqliteCatalogue : public ::testing::Test {
+class SqliteCatalogue : public test::SqliteFileTest {
 protected:
-    void SetUp() override {
-        path = dir.file("catalogue.sqlite");
-        test::writeSqlite(path, kCatalogueScript);
-        db = sqliteConnection(path);
-    }
-    TempDir dir;
-    std::string path;
-    cDbConnection db;
+    void SetUp() override { create(kCatalogueScript); }
 };
+
+using SqliteFile = test::SqliteFileTest;
 
 TEST(DbConnectionProperties, DefaultsAreThoseOfANewConnection) {
     cDbConnection db;
@@ -54,11 +48,8 @@ TEST(DbConnectionProperties, DefaultsAreThoseOfANewConnection) {
     EXPECT_EQ(db.lngLoginTimeout(), 15);
 }
 
-TEST(DbConnectionProperties, CopyToCopiesEverythingButIncludeUserTables) {
-    TempDir dir;
-    std::string path = dir.file("copy.sqlite");
-    test::writeSqlite(path, kCatalogueScript);
-    cDbConnection source = sqliteConnection(path);
+TEST_F(SqliteCatalogue, CopyToCopiesEverythingButIncludeUserTables) {
+    cDbConnection& source = db;
     source.setBlnExcludeSystemTables(false);
     source.setBlnExcludeSystemViews(false);
     source.setBlnIncludeViews(false);
@@ -179,8 +170,7 @@ TEST_F(SqliteCatalogue, FieldInTableComparesTheLastPartCaseSensitively) {
 }
 
 TEST_F(SqliteCatalogue, GetConnectionGivesAnOpenSessionThatClosesWithItsOwner) {
-    std::unique_ptr<DbSession> session = db.GetConnection();
-    ASSERT_NE(session, nullptr);
+    std::unique_ptr<DbSession> session = test::sessionOf(db);
     EXPECT_EQ(session->strDbmsName(), "SQLite");
     EXPECT_FALSE(session->SupportsParseOnly());
     EXPECT_EQ(session->Columns("", "alpha"), std::vector<std::string>{"a"});
@@ -195,10 +185,8 @@ TEST_F(SqliteCatalogue, GetConnectionGivesAnOpenSessionThatClosesWithItsOwner) {
 
 // Names with quotes, brackets, blanks, commas and letters beyond ASCII reach the catalogue and
 // the column list as they are, and are never pasted into SQL text unescaped.
-TEST(SqliteOddNames, CatalogueAndColumnsTakeAnyName) {
-    TempDir dir;
-    const std::string path = dir.file("odd.sqlite");
-    test::writeSqlite(path, R"sql(
+TEST_F(SqliteFile, CatalogueAndColumnsTakeAnyName) {
+    create(R"sql(
         CREATE TABLE "it's" (a integer, "b'c" text);
         CREATE TABLE "say ""hi""" (x integer);
         CREATE TABLE "[x]" ("[y]" integer);
@@ -207,7 +195,6 @@ TEST(SqliteOddNames, CatalogueAndColumnsTakeAnyName) {
         CREATE TABLE Keep (k integer);
     )sql");
     const std::string before = test::fileBytes(path);
-    cDbConnection db = sqliteConnection(path);
     EXPECT_EQ(db.GetListOfTables(), "dbo.[x],dbo.it's,dbo.Keep,dbo.say \"hi\","
                                     "dbo.x'); DROP TABLE Keep; --,dbo.Zürich 東京");
     EXPECT_EQ(db.GetListOfFields("it's", false), "a,b'c");
@@ -222,23 +209,18 @@ TEST(SqliteOddNames, CatalogueAndColumnsTakeAnyName) {
     EXPECT_EQ(test::fileBytes(path), before);
 }
 
-TEST(SqliteColumns, GeneratedColumnsAreColumnsTooButHiddenOnesAreNot) {
-    TempDir dir;
-    const std::string path = dir.file("generated.sqlite");
-    test::writeSqlite(path, R"sql(
+TEST_F(SqliteFile, GeneratedColumnsAreColumnsTooButHiddenOnesAreNot) {
+    create(R"sql(
         CREATE TABLE Lines (Quantity integer, Price real,
             Amount real GENERATED ALWAYS AS (Quantity * Price) VIRTUAL,
             Label text GENERATED ALWAYS AS ('x' || Quantity) STORED, Note text);
         INSERT INTO Lines (Quantity, Price, Note) VALUES (3, 2.5, 'n');
         CREATE VIRTUAL TABLE Notes USING fts5(Title, Body);
     )sql");
-    cDbConnection db = sqliteConnection(path);
     // As a SELECT * shows them, in their order.
     EXPECT_EQ(db.GetListOfFields("dbo.Lines", false), "Quantity,Price,Amount,Label,Note");
     EXPECT_TRUE(db.IsTheFieldInTheTable("Lines.Amount", "Lines"));
-    std::string error;
-    auto rs = db.FireQuery("SELECT * FROM dbo.Lines", error, 0);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, "SELECT * FROM dbo.Lines");
     ASSERT_EQ(rs->FieldCount(), 5);
     EXPECT_EQ(rs->FieldName(2), "Amount");
     EXPECT_EQ(rs->value(0, 2).AsReal(), 7.5);
@@ -246,19 +228,14 @@ TEST(SqliteColumns, GeneratedColumnsAreColumnsTooButHiddenOnesAreNot) {
     EXPECT_EQ(db.GetListOfFields("Notes", false), "Title,Body");
 }
 
-TEST(SqliteOddValues, HugeValuesNullsBlobsAndEmptyResults) {
-    TempDir dir;
-    const std::string path = dir.file("values.sqlite");
-    test::writeSqlite(path, R"sql(
+TEST_F(SqliteFile, HugeValuesNullsBlobsAndEmptyResults) {
+    create(R"sql(
         CREATE TABLE v (id integer, t text, b blob);
         INSERT INTO v VALUES (1, NULL, NULL), (2, '', x''), (3, 'a' || char(0) || 'b', x'00'),
             (4, replace(hex(zeroblob(1500000)), '0', 'é'), randomblob(3000000)),
             (9223372036854775807, 'max', NULL), (-9223372036854775808, 'min', NULL);
     )sql");
-    cDbConnection db = sqliteConnection(path);
-    std::string error;
-    auto rs = db.FireQuery("SELECT id, t, b, length(t) AS n FROM v ORDER BY rowid", error, 0);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, "SELECT id, t, b, length(t) AS n FROM v ORDER BY rowid");
     ASSERT_EQ(rs->RecordCount(), 6);
     EXPECT_TRUE(rs->value(0, 1).IsNull());
     EXPECT_TRUE(rs->value(0, 2).IsNull());
@@ -273,12 +250,12 @@ TEST(SqliteOddValues, HugeValuesNullsBlobsAndEmptyResults) {
     EXPECT_EQ(rs->value(4, 0).ToString(), "9223372036854775807");
     EXPECT_EQ(rs->value(5, 0).ToString(), "-9223372036854775808");
     // A result without rows keeps its columns; a statement without columns gives an empty set.
-    auto none = db.FireQuery("SELECT id, t FROM v WHERE 0", error, 5);
-    ASSERT_NE(none, nullptr) << error;
+    auto none = test::rowsOf(db, "SELECT id, t FROM v WHERE 0", 5);
     EXPECT_EQ(none->FieldCount(), 2);
     EXPECT_EQ(none->RecordCount(), 0);
     EXPECT_TRUE(none->IsBOF() && none->IsEOF());
     EXPECT_TRUE(none->Fields("id").IsNull());
+    std::string error = "stale";
     auto blank = db.FireQuery("  -- nothing but a comment\r\n", error, 0);
     ASSERT_NE(blank, nullptr) << error;
     EXPECT_EQ(error, "");
@@ -286,14 +263,13 @@ TEST(SqliteOddValues, HugeValuesNullsBlobsAndEmptyResults) {
     EXPECT_EQ(blank->RecordCount(), 0);
     // A statement of many megabytes is no problem either.
     std::string longSql = "SELECT '" + std::string(5000000, 'q') + "' AS q";
-    auto big = db.FireQuery(longSql, error, 0);
-    ASSERT_NE(big, nullptr) << error;
+    auto big = test::rowsOf(db, longSql);
     EXPECT_EQ(big->value(0, 0).AsText().size(), 5000000u);
     EXPECT_EQ(db.CheckSQLSyntax(longSql), "Syntax SQL Query correct");
 }
 
-// The descriptors of this process open on the file.
-int openDescriptorsOn(const std::string& path) {
+// The descriptors of this process open on the file (while the session, if any, is open).
+int openDescriptorsOn(const std::string& path, std::unique_ptr<DbSession> = nullptr) {
     int count = 0;
     std::error_code ec;
     const auto target = std::filesystem::canonical(path, ec);
@@ -307,12 +283,8 @@ int openDescriptorsOn(const std::string& path) {
 }
 
 TEST_F(SqliteCatalogue, NoServiceKeepsTheFileOpen) {
-    {
-        // The probe sees an open connection.
-        auto session = db.GetConnection();
-        ASSERT_NE(session, nullptr);
-        ASSERT_GE(openDescriptorsOn(path), 1);
-    }
+    // The probe sees an open connection.
+    ASSERT_GE(openDescriptorsOn(path, test::sessionOf(db)), 1);
     EXPECT_EQ(openDescriptorsOn(path), 0);
     EXPECT_NE(db.GetListOfTables(), "");
     EXPECT_EQ(openDescriptorsOn(path), 0);
@@ -328,8 +300,7 @@ TEST_F(SqliteCatalogue, NoServiceKeepsTheFileOpen) {
     std::string error;
     EXPECT_EQ(db.FireQuery("SELECT * FROM Nope", error, 0), nullptr);
     EXPECT_EQ(openDescriptorsOn(path), 0);
-    auto rs = db.FireQuery("SELECT Id, Name FROM Zeta", error, 0);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, "SELECT Id, Name FROM Zeta");
     EXPECT_EQ(openDescriptorsOn(path), 0);
     // The result set is detached: it reads the same with the file gone.
     std::filesystem::remove(path);
@@ -343,31 +314,29 @@ protected:
     TempDir dir;
 };
 
-TEST_F(SqliteFailures, AMissingFileIsAnErrorAndIsNotCreated) {
-    std::string path = dir.file("missing.sqlite");
-    cDbConnection db = sqliteConnection(path);
-    EXPECT_EQ(db.GetConnection(), nullptr);
-    EXPECT_NE(cDbConnection::LastConnectionError().find("missing.sqlite"), std::string::npos);
-    EXPECT_FALSE(db.Check(true));
-    EXPECT_EQ(db.GetListOfTables(), "");
-    EXPECT_EQ(db.GetListOfFields("Orders", true), "");
-    EXPECT_FALSE(db.IsTheFieldInTheTable("OrderID", "Orders"));
-    EXPECT_EQ(db.CheckSQLSyntax("SELECT 1"), "");
-    std::string error = "left over";
-    EXPECT_EQ(db.FireQuery("SELECT 1", error, 10), nullptr);
-    EXPECT_EQ(error, "Problems connecting to database");
-    EXPECT_FALSE(std::filesystem::exists(path));
-}
-
-TEST_F(SqliteFailures, AFileThatIsNotADatabaseIsAnError) {
-    std::string path = dir.file("text.sqlite");
-    std::ofstream(path) << "this is not a database, just some text that is long enough to fill a "
+// A missing file (which is not created) and a file that is no database.
+TEST_F(SqliteFailures, AMissingFileOrOneThatIsNotADatabaseIsAnError) {
+    const std::string missing = dir.file("missing.sqlite"), text = dir.file("text.sqlite");
+    std::ofstream(text) << "this is not a database, just some text that is long enough to fill a "
                            "header";
-    cDbConnection db = sqliteConnection(path);
-    EXPECT_FALSE(db.Check(true));
-    std::string error;
-    EXPECT_EQ(db.FireQuery("SELECT 1", error, 0), nullptr);
-    EXPECT_EQ(error, "Problems connecting to database");
+    for (const std::string& path : {missing, text}) {
+        SCOPED_TRACE(path);
+        cDbConnection db = sqliteConnection(path);
+        EXPECT_EQ(db.GetConnection(), nullptr);
+        // The reason names the file.
+        EXPECT_NE(
+            cDbConnection::LastConnectionError().find(path.substr(dir.path().string().size())),
+            std::string::npos);
+        EXPECT_FALSE(db.Check(true));
+        EXPECT_EQ(db.GetListOfTables(), "");
+        EXPECT_EQ(db.GetListOfFields("Orders", true), "");
+        EXPECT_FALSE(db.IsTheFieldInTheTable("OrderID", "Orders"));
+        EXPECT_EQ(db.CheckSQLSyntax("SELECT 1"), "");
+        std::string error = "left over";
+        EXPECT_EQ(db.FireQuery("SELECT 1", error, 10), nullptr);
+        EXPECT_EQ(error, "Problems connecting to database");
+    }
+    EXPECT_FALSE(std::filesystem::exists(missing));
 }
 
 TEST_F(SqliteFailures, FileNamesWithUriCharactersOpenTheRightFile) {
@@ -400,32 +369,12 @@ TEST_F(SqliteFailures, NoFileNameAndAnUnknownProviderGiveNoConnection) {
 }
 
 // The generated sample database, shared by the tests below.
-class SqliteSample : public ::testing::Test {
+class SqliteSample : public test::SampleDatabaseSuite {
 protected:
-    static void SetUpTestSuite() {
-        s_dir = new TempDir;
-        s_path = s_dir->file("northwind.sqlite");
-        std::string error;
-        ASSERT_TRUE(SampleDatabaseGenerator(SampleDatabaseGenerator::Small()).Write(s_path, error))
-            << error;
-    }
-    static void TearDownTestSuite() {
-        delete s_dir;
-        s_dir = nullptr;
-    }
-    void SetUp() override { db = sqliteConnection(s_path); }
-
     static std::int64_t count(const std::string& table) {
         return std::stoll(test::querySqlite(s_path, "SELECT count(*) FROM " + table));
     }
-
-    static TempDir* s_dir;
-    static std::string s_path;
-    cDbConnection db;
 };
-
-TempDir* SqliteSample::s_dir = nullptr;
-std::string SqliteSample::s_path;
 
 TEST_F(SqliteSample, SyntaxCheckAnswersInTheFixedTexts) {
     EXPECT_EQ(db.CheckSQLSyntax("SELECT OrderID FROM dbo.Orders"), "Syntax SQL Query correct");
@@ -478,11 +427,8 @@ TEST_F(SqliteSample, ServerErrorsComeBackAsErrorText) {
 }
 
 TEST_F(SqliteSample, ValuesKeepTheirTypesAndColumnsTheirDeclaredTypes) {
-    std::string error;
-    auto rs = db.FireQuery("SELECT CategoryID, CategoryName, Picture, 1.5 AS Half, NULL AS NoValue "
-                           "FROM dbo.Categories ORDER BY CategoryID",
-                           error, 0);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, "SELECT CategoryID, CategoryName, Picture, 1.5 AS Half, "
+                               "NULL AS NoValue FROM dbo.Categories ORDER BY CategoryID");
     ASSERT_EQ(rs->FieldCount(), 5);
     EXPECT_EQ(rs->FieldName(1), "CategoryName");
     EXPECT_EQ(rs->FieldTypeName(1), "nvarchar(15)");
@@ -499,10 +445,8 @@ TEST_F(SqliteSample, ValuesKeepTheirTypesAndColumnsTheirDeclaredTypes) {
 }
 
 TEST_F(SqliteSample, TheCursorWalksForwardAndFindsFieldsByName) {
-    std::string error;
-    auto rs = db.FireQuery("SELECT ShipperID, CompanyName FROM dbo.Shippers ORDER BY ShipperID",
-                           error, 0);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs =
+        test::rowsOf(db, "SELECT ShipperID, CompanyName FROM dbo.Shippers ORDER BY ShipperID");
     std::vector<std::string> names;
     for (; !rs->IsEOF(); rs->MoveNext())
         names.emplace_back(rs->Fields("companyname").AsText());
@@ -532,9 +476,7 @@ TEST_F(SqliteSample, GeneratedTransactSqlRunsUnchanged) {
         "HAVING SUM(Orders.Freight) > 100\r\n"
         "ORDER BY TotalFreight DESC";
     EXPECT_EQ(db.CheckSQLSyntax(sql), "Syntax SQL Query correct");
-    std::string error;
-    auto rs = db.FireQuery(sql, error, 50);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, sql, 50);
     ASSERT_GT(rs->RecordCount(), 0);
     EXPECT_EQ(rs->FieldName(2), "Short");
     EXPECT_EQ(rs->value(0, 2).AsText(), rs->value(0, 0).AsText().substr(0, 3));
@@ -545,9 +487,7 @@ TEST_F(SqliteSample, GeneratedTransactSqlRunsUnchanged) {
 TEST_F(SqliteSample, ViewsAreListedAndRun) {
     std::string list = db.GetListOfTables();
     EXPECT_NE(list.find("dbo.Order Details Extended"), std::string::npos);
-    std::string error;
-    auto rs = db.FireQuery("SELECT * FROM dbo.[Order Details Extended]", error, 5);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, "SELECT * FROM dbo.[Order Details Extended]", 5);
     EXPECT_EQ(rs->RecordCount(), 5);
     EXPECT_EQ(rs->FieldName(6), "ExtendedPrice");
 }
@@ -579,9 +519,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(SqliteSample, StatementsAfterTheFirstResultAreNotRun) {
     const std::string before = test::fileBytes(s_path);
-    std::string error;
-    auto rs = db.FireQuery("SELECT 1 AS One; DELETE FROM dbo.Orders", error, 10);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, "SELECT 1 AS One; DELETE FROM dbo.Orders", 10);
     EXPECT_EQ(rs->FieldName(0), "One");
     EXPECT_EQ(rs->RecordCount(), 1);
     EXPECT_EQ(test::fileBytes(s_path), before);

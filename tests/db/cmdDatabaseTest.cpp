@@ -4,7 +4,6 @@
 #include "cmdDatabase.h"
 
 #include "DbTestSupport.h"
-#include "SampleDatabaseGenerator.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -32,31 +31,7 @@ std::size_t lineCount(const std::string& text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-class DatabaseCommands : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        s_dir = new test::TempDir;
-        s_path = s_dir->file("northwind.sqlite");
-        std::string error;
-        ASSERT_TRUE(SampleDatabaseGenerator(SampleDatabaseGenerator::Small()).Write(s_path, error))
-            << error;
-    }
-    static void TearDownTestSuite() {
-        delete s_dir;
-        s_dir = nullptr;
-    }
-    std::string document(const std::string& name, const std::string& text) {
-        std::string path = s_dir->file(name);
-        std::ofstream(path) << text;
-        return path;
-    }
-
-    static test::TempDir* s_dir;
-    static std::string s_path;
-};
-
-test::TempDir* DatabaseCommands::s_dir = nullptr;
-std::string DatabaseCommands::s_path;
+using DatabaseCommands = test::SampleDatabaseSuite;
 
 TEST_F(DatabaseCommands, TheDatabaseCommandsAreKnown) {
     for (const char* name : {"tables", "columns", "foreign-keys", "fieldin", "check", "preview"})
@@ -162,7 +137,8 @@ TEST_F(DatabaseCommands, CheckAndPreviewOfAQueryDocument) {
 }
 
 TEST_F(DatabaseCommands, ABadDocumentIsReportedClearly) {
-    std::string broken = document("broken.xml", "<SQLQuery><TABLES_USED>");
+    const std::string broken = s_dir->file("broken.xml");
+    std::ofstream(broken) << "<SQLQuery><TABLES_USED>";
     Outcome r = run("preview", {broken, "--sqlite", s_path});
     EXPECT_EQ(r.code, 1);
     EXPECT_TRUE(r.err.starts_with("marovin: " + broken + ": ")) << r.err;
@@ -237,30 +213,41 @@ TEST_F(DatabaseCommands, AMissingDatabaseIsAConnectionProblem) {
     }
 }
 
+// Each fails with code 2 and, where given, a message that starts so.
 TEST_F(DatabaseCommands, UsageErrors) {
-    EXPECT_EQ(run("tables", {}).code, 2);
-    EXPECT_EQ(run("tables", {"--sqlite", s_path, "--odbc", "DSN=x"}).code, 2);
-    EXPECT_EQ(run("tables", {"--server", "h", "--sqlite", s_path}).code, 2);
-    EXPECT_EQ(run("tables", {"--server", "h"}).code, 2);
-    EXPECT_EQ(run("tables", {"--sqlite"}).code, 2);
-    EXPECT_EQ(run("tables", {"--sqlite", s_path, "--bogus"}).code, 2);
-    EXPECT_EQ(run("tables", {"--sqlite", s_path, "extra"}).code, 2);
-    EXPECT_EQ(run("columns", {"--sqlite", s_path}).code, 2);
-    EXPECT_EQ(run("preview", {"--sqlite", s_path}).code, 2);
-    EXPECT_EQ(run("preview", {"a.xml", "--sql", "SELECT 1", "--sqlite", s_path}).code, 2);
-    Outcome rows = run("preview", {"--sql", "SELECT 1", "--max-rows", "ten", "--sqlite", s_path});
-    EXPECT_EQ(rows.code, 2);
-    EXPECT_TRUE(rows.err.starts_with("marovin: preview: --max-rows needs a whole number"));
-    Outcome driver = run("tables", {"--sqlite", s_path, "--driver", "FreeTDS"});
-    EXPECT_EQ(driver.code, 2);
-    EXPECT_TRUE(driver.err.starts_with("marovin: tables: --driver goes with --server only\n"));
-    EXPECT_EQ(run("tables", {"--odbc", "DSN=x", "--driver", "FreeTDS"}).code, 2);
-    Outcome database = run("tables", {"--sqlite", s_path, "--database", "Northwind"});
-    EXPECT_EQ(database.code, 2);
-    EXPECT_TRUE(database.err.starts_with("marovin: tables: --sqlite PATH names the database file"))
-        << database.err;
-    EXPECT_EQ(run("tables", {"--sqlite", s_path, "--user", "sa"}).code, 2);
-    EXPECT_EQ(run("tables", {"--sqlite", s_path, "--windows-auth"}).code, 2);
+    const struct {
+        const char* command;
+        std::vector<std::string> args;
+        const char* message;
+    } cases[] = {
+        {"tables", {}, ""},
+        {"tables", {"--sqlite", s_path, "--odbc", "DSN=x"}, ""},
+        {"tables", {"--server", "h", "--sqlite", s_path}, ""},
+        {"tables", {"--server", "h"}, ""},
+        {"tables", {"--sqlite"}, ""},
+        {"tables", {"--sqlite", s_path, "--bogus"}, ""},
+        {"tables", {"--sqlite", s_path, "extra"}, ""},
+        {"columns", {"--sqlite", s_path}, ""},
+        {"preview", {"--sqlite", s_path}, ""},
+        {"preview", {"a.xml", "--sql", "SELECT 1", "--sqlite", s_path}, ""},
+        {"preview",
+         {"--sql", "SELECT 1", "--max-rows", "ten", "--sqlite", s_path},
+         "marovin: preview: --max-rows needs a whole number"},
+        {"tables",
+         {"--sqlite", s_path, "--driver", "FreeTDS"},
+         "marovin: tables: --driver goes with --server only\n"},
+        {"tables", {"--odbc", "DSN=x", "--driver", "FreeTDS"}, ""},
+        {"tables",
+         {"--sqlite", s_path, "--database", "Northwind"},
+         "marovin: tables: --sqlite PATH names the database file"},
+        {"tables", {"--sqlite", s_path, "--user", "sa"}, ""},
+        {"tables", {"--sqlite", s_path, "--windows-auth"}, ""},
+    };
+    for (const auto& c : cases) {
+        const Outcome r = run(c.command, c.args);
+        EXPECT_EQ(r.code, 2) << c.command << " " << c.args.size() << " arguments";
+        EXPECT_TRUE(r.err.starts_with(c.message)) << r.err;
+    }
     Outcome help = run("preview", {"--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_EQ(help.out, DatabaseCommandsUsage());
