@@ -158,12 +158,16 @@ void ControlHarness::clickButton(const char* name) {
     QTest::mouseClick(b, Qt::LeftButton, {}, b->rect().center());
 }
 
-void ControlHarness::chooseColumn(const QString& alias, const QString& column) {
-    const QPoint at = diagram()->columnPoint(alias, column);
+void ChooseColumn(uscMarovin& control, const QString& alias, const QString& column) {
+    auto* diagram = control.findChild<dvTablesAndJoins*>("dvTablesAndJoins");
+    const QPoint at = diagram->columnPoint(alias, column);
     if (at.x() < 0)
         throw std::runtime_error("no column " + column.toStdString());
-    QWidget* viewport = diagram()->view()->viewport();
-    QTest::mouseDClick(viewport, Qt::LeftButton, {}, at);
+    QTest::mouseDClick(diagram->view()->viewport(), Qt::LeftButton, {}, at);
+}
+
+void ControlHarness::chooseColumn(const QString& alias, const QString& column) {
+    ChooseColumn(*m_control, alias, column);
 }
 
 void ControlHarness::dragJoin(const QString& fromAlias, const QString& fromColumn,
@@ -180,6 +184,19 @@ void ControlHarness::dragJoin(const QString& fromAlias, const QString& fromColum
         QApplication::sendEvent(viewport, &move);
     }
     QTest::mouseRelease(viewport, Qt::LeftButton, keys, to);
+}
+
+QStringList RunDialogs(std::vector<std::function<void(QDialog&)>> actions,
+                       const std::function<void()>& open) {
+    ModalDriver driver(std::move(actions));
+    open();
+    return driver.dialogClasses();
+}
+
+std::function<void(QDialog&)> PressButton(const char* name) {
+    return [name](QDialog& dialog) {
+        QTest::mouseClick(dialog.findChild<QPushButton*>(name), Qt::LeftButton);
+    };
 }
 
 ModalDriver::ModalDriver(std::vector<std::function<void(QDialog&)>> actions)

@@ -43,6 +43,8 @@ QStringList TableEntries(uscMarovin& control);
 QModelIndex TableEntryIndex(uscMarovin& control, const QString& entry);
 // Selects an entry of the control's table list with a click and clicks "Add table".
 void PlaceTable(uscMarovin& control, const QString& entry);
+// Double-clicks a column row of a box in the control's diagram.
+void ChooseColumn(uscMarovin& control, const QString& alias, const QString& column);
 
 // A scripted message box that also notes whether the busy pointer was on while each box was
 // shown (the depth of the pointer at that moment).
@@ -86,6 +88,33 @@ private:
     QStringList m_dialogClasses;
     QDialog* m_current = nullptr; // Not owned: the dialog the last action ran on.
 };
+
+// A shown message box's caption, text, icon and buttons, compared in one expectation.
+struct Box {
+    QString caption;
+    QString text;
+    MessageIcon icon;
+    MessageButtons buttons;
+    bool operator==(const Box&) const = default;
+};
+inline Box BoxOf(const ScriptedMessageBox::Shown& shown) {
+    return {shown.strCaption, shown.strText, shown.icon, shown.buttons};
+}
+inline void PrintTo(const Box& box, std::ostream* out) {
+    *out << '{' << box.caption.toStdString() << " | " << box.text.toStdString() << " | icon "
+         << static_cast<int>(box.icon) << " | buttons " << static_cast<int>(box.buttons) << '}';
+}
+
+// Calls `open` with a ModalDriver serving the dialogs it opens (the first action on the first
+// dialog, and so on) and returns the class names of every dialog that came up.
+QStringList RunDialogs(std::vector<std::function<void(QDialog&)>> actions,
+                       const std::function<void()>& open);
+inline QStringList RunDialog(std::function<void(QDialog&)> action,
+                             const std::function<void()>& open) {
+    return RunDialogs({std::move(action)}, open);
+}
+// A dialog action that clicks the dialog's push button of that name (OKButton, CancelButton).
+std::function<void(QDialog&)> PressButton(const char* name);
 
 // One control on the sample database with scripted message boxes and in-memory settings,
 // shown offscreen so that real mouse and key events reach it.

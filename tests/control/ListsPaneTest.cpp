@@ -27,10 +27,13 @@ const char* const kQuery = R"(<SQLQuery>
   </FIXED_FILTERS>
 </SQLQuery>)";
 
+QPoint centre(QTreeWidget* list, int index) {
+    return list->visualItemRect(list->topLevelItem(index)).center();
+}
+
 void select(QTreeWidget* list, int index) {
     list->setFocus();
-    QTreeWidgetItem* item = list->topLevelItem(index);
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(item).center());
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, centre(list, index));
 }
 
 // The centre of an item's check box.
@@ -63,20 +66,23 @@ void typeLines(QWidget* editor, const QString& text) {
     }
 }
 
+using Action = std::function<void(QDialog&)>;
+const QStringList kConditionBuilder{"marovin::frmConditionBuilder"};
+const QStringList kExpressionBuilder{"marovin::frmExpressionBuilder"};
+
 // Writes the condition in the condition builder and confirms it with OK.
-ModalDriver writeCondition(const QString& text, bool clearFirst = true) {
-    return ModalDriver([text, clearFirst](QDialog& dialog) {
+Action writeCondition(const QString& text) {
+    return [text](QDialog& dialog) {
         auto* editor = dialog.findChild<QPlainTextEdit*>("txtCondition");
         ASSERT_TRUE(editor);
-        if (clearFirst)
-            editor->clear();
+        editor->clear();
         typeLines(editor, text);
         QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
-    });
+    };
 }
 
-ModalDriver writeExpression(const QString& name, const QString& expression) {
-    return ModalDriver([name, expression](QDialog& dialog) {
+Action writeExpression(const QString& name, const QString& expression) {
+    return [name, expression](QDialog& dialog) {
         auto* variable = dialog.findChild<QLineEdit*>("txtVariable");
         auto* editor = dialog.findChild<QPlainTextEdit*>("txtExpression");
         ASSERT_TRUE(variable && editor);
@@ -85,14 +91,7 @@ ModalDriver writeExpression(const QString& name, const QString& expression) {
         editor->clear();
         typeLines(editor, expression);
         QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
-    });
-}
-
-// Presses OK without touching anything.
-ModalDriver confirmUnchanged() {
-    return ModalDriver([](QDialog& dialog) {
-        QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
-    });
+    };
 }
 
 // Runs the statement on the sample database; fails the test with the database's reason.
@@ -158,11 +157,10 @@ TEST(ListsPaneTest, RemovingAConditionAsksFirst) {
     h.changed = 0;
     h.clickButton("cmdRemoveCondition");
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "Remove Condition");
-    EXPECT_EQ(h.box->shown()[0].strText,
-              "Do you really want to remove Condition\r\n\r\nOrders.Freight > 10");
-    EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::YesNo);
-    EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Exclamation);
+    EXPECT_EQ(BoxOf(h.box->shown()[0]),
+              (Box{"Remove Condition",
+                   "Do you really want to remove Condition\r\n\r\nOrders.Freight > 10",
+                   MessageIcon::Exclamation, MessageButtons::YesNo}));
     EXPECT_EQ(h.conditions()->topLevelItemCount(), 2);
     EXPECT_EQ(h.changed, 0);
 
@@ -173,7 +171,7 @@ TEST(ListsPaneTest, RemovingAConditionAsksFirst) {
     EXPECT_EQ(h.query->Filters()->Count(), 1);
 }
 
-TEST(ListsPaneTest, RemovingACalculatedItemAsksFirst) {
+TEST(ListsPaneTest, RemovingACalculatedItemAsksFirstFromTheButtonOrTheDeleteKey) {
     ControlHarness h;
     h.load(kQuery);
     select(h.expressions(), 1);
@@ -186,32 +184,27 @@ TEST(ListsPaneTest, RemovingACalculatedItemAsksFirst) {
     ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
     EXPECT_EQ(h.query->CalculatedItems()->Count(), 1);
     EXPECT_EQ(h.control().strSQL().find("Twice"), std::string::npos);
-}
 
-TEST(ListsPaneTest, InsertWritesANewEntryAndDeleteRemovesTheSelectedOneAfterAsking) {
-    ControlHarness h;
-    h.load(kQuery);
-    const int conditions = h.conditions()->topLevelItemCount();
-    h.conditions()->setFocus();
-    {
-        ModalDriver driver = writeCondition("Orders.Freight > 5");
-        QTest::keyClick(h.conditions(), Qt::Key_Insert);
-        EXPECT_EQ(driver.dialogClass(), "marovin::frmConditionBuilder");
-    }
-    EXPECT_EQ(h.conditions()->topLevelItemCount(), conditions + 1);
-
-    h.expressions()->setFocus();
-    select(h.expressions(), 1);
+    // Delete in the list removes the selected one after the same question.
+    select(h.expressions(), 0);
     h.box->QueueAnswer(MessageAnswer::Yes);
     QTest::keyClick(h.expressions(), Qt::Key_Delete);
-    ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "Remove Expression");
-    EXPECT_EQ(h.expressions()->topLevelItemCount(), 1);
+    ASSERT_EQ(h.box->shown().size(), 2u);
+    EXPECT_EQ(h.box->shown()[1].strCaption, "Remove Expression");
+    EXPECT_EQ(h.expressions()->topLevelItemCount(), 0);
 }
 
-TEST(ListsPaneTest, CtrlQSwitchesAConditionOnlyWhileParametersAreSet) {
+// Ctrl+Q switches a condition only while parameters are set, and never reaches a shortcut of
+// the host's window (Quit, say) bound to the same key.
+TEST(ListsPaneTest, CtrlQSwitchesAConditionOnlyWhileParametersAreSetAndNeverQuitsTheHost) {
     ControlHarness h;
     h.load(kQuery);
+    int quits = 0;
+    QAction quit(&h.control());
+    quit.setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    quit.setShortcutContext(Qt::WindowShortcut);
+    h.control().addAction(&quit);
+    QObject::connect(&quit, &QAction::triggered, [&quits] { ++quits; });
     select(h.conditions(), 1);
     h.changed = 0;
     QTest::keyClick(h.conditions(), Qt::Key_Q, Qt::ControlModifier);
@@ -231,6 +224,7 @@ TEST(ListsPaneTest, CtrlQSwitchesAConditionOnlyWhileParametersAreSet) {
     QTest::keyClick(h.conditions(), Qt::Key_Q, Qt::ControlModifier);
     EXPECT_EQ(h.changed, 2);
     EXPECT_EQ(h.conditions()->topLevelItem(1)->checkState(0), Qt::Checked);
+    EXPECT_EQ(quits, 0);
 }
 
 TEST(ListsPaneTest, ClickingAConditionsCheckBoxSwitchesIt) {
@@ -262,34 +256,6 @@ TEST(ListsPaneTest, ClickingAConditionsCheckBoxSwitchesIt) {
     EXPECT_EQ(h.changed, 2);
 }
 
-TEST(ListsPaneTest, CtrlQInTheConditionsListNeverReachesTheHostsShortcuts) {
-    ControlHarness h;
-    h.load(kQuery);
-    // A host window with Ctrl+Q as a shortcut of its own (Quit, say).
-    int quits = 0;
-    QAction quit(&h.control());
-    quit.setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
-    quit.setShortcutContext(Qt::WindowShortcut);
-    h.control().addAction(&quit);
-    QObject::connect(&quit, &QAction::triggered, [&quits] { ++quits; });
-    select(h.conditions(), 0);
-
-    // Without parameters the key switches nothing, and still does not quit the host.
-    QTest::keyClick(h.conditions(), Qt::Key_Q, Qt::ControlModifier);
-    EXPECT_EQ(quits, 0);
-    EXPECT_EQ(h.conditions()->topLevelItem(0)->checkState(0), Qt::Checked);
-
-    // With parameters the key switches the condition and the host's shortcut does not fire.
-    h.control().setColParameters(
-        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Country"}));
-    h.changed = 0;
-    QTest::keyClick(h.conditions(), Qt::Key_Q, Qt::ControlModifier);
-    EXPECT_EQ(quits, 0);
-    EXPECT_EQ(h.conditions()->topLevelItem(0)->checkState(0), Qt::Unchecked);
-    EXPECT_EQ(h.changed, 1);
-    EXPECT_FALSE(h.query->Filters()->Item(1)->blnIsActive());
-}
-
 TEST(ListsPaneTest, ConditionsAreWrittenInTheBuilderAndRouted) {
     ControlHarness h;
     h.load(R"(<SQLQuery>
@@ -303,13 +269,10 @@ TEST(ListsPaneTest, ConditionsAreWrittenInTheBuilderAndRouted) {
     EXPECT_FALSE(h.button("cmdEditCondition")->isEnabled());
     h.changed = 0;
 
-    {
-        auto driver =
-            writeCondition("Orders.ShipCountry = 'Germany'\nOR Orders.ShipCountry = 'France'");
-        h.clickButton("cmdAddCondition");
-        ASSERT_TRUE(driver.ran());
-        EXPECT_EQ(driver.dialogClass(), "marovin::frmConditionBuilder");
-    }
+    ASSERT_EQ(RunDialog(writeCondition("Orders.ShipCountry = 'Germany'\nOR Orders.ShipCountry = "
+                                       "'France'"),
+                        [&] { h.clickButton("cmdAddCondition"); }),
+              kConditionBuilder);
     ASSERT_EQ(h.conditions()->topLevelItemCount(), 1);
     QTreeWidgetItem* item = h.conditions()->topLevelItem(0);
     EXPECT_EQ(item->text(0), "Orders.ShipCountry = 'Germany' OR Orders.ShipCountry = 'France'");
@@ -323,12 +286,12 @@ TEST(ListsPaneTest, ConditionsAreWrittenInTheBuilderAndRouted) {
         << sql;
     expectRuns(h, sql);
 
-    // A condition on an aggregate goes to HAVING, after the grouping; the statement runs.
-    {
-        auto driver = writeCondition("SUM(Orders.Freight) > 10");
-        h.control().AddCondition();
-        ASSERT_TRUE(driver.ran());
-    }
+    // A condition on an aggregate goes to HAVING, after the grouping; the statement runs. Insert
+    // in the list opens the builder too.
+    h.conditions()->setFocus();
+    ASSERT_EQ(RunDialog(writeCondition("SUM(Orders.Freight) > 10"),
+                        [&] { QTest::keyClick(h.conditions(), Qt::Key_Insert); }),
+              kConditionBuilder);
     ASSERT_EQ(h.conditions()->topLevelItemCount(), 2);
     EXPECT_EQ(h.changed, 2);
     sql = h.control().strSQL();
@@ -340,18 +303,8 @@ TEST(ListsPaneTest, ConditionsAreWrittenInTheBuilderAndRouted) {
     expectRuns(h, sql);
 
     // Cancelled or blank: nothing is added, nothing published.
-    {
-        ModalDriver driver([](QDialog& dialog) {
-            QTest::mouseClick(dialog.findChild<QPushButton*>("CancelButton"), Qt::LeftButton);
-        });
-        h.clickButton("cmdAddCondition");
-        ASSERT_TRUE(driver.ran());
-    }
-    {
-        auto driver = writeCondition("   \n  ");
-        h.clickButton("cmdAddCondition");
-        ASSERT_TRUE(driver.ran());
-    }
+    for (const Action& action : {PressButton("CancelButton"), writeCondition("   \n  ")})
+        ASSERT_EQ(RunDialog(action, [&] { h.clickButton("cmdAddCondition"); }), kConditionBuilder);
     EXPECT_EQ(h.conditions()->topLevelItemCount(), 2);
     EXPECT_EQ(h.changed, 2);
 }
@@ -361,49 +314,42 @@ TEST(ListsPaneTest, EditingAConditionPublishesOnlyARealChange) {
     h.load(kQuery);
     h.changed = 0;
     // Without a selection there is nothing to edit.
-    {
-        auto driver = confirmUnchanged();
-        h.control().EditCurrentCondition();
-        EXPECT_FALSE(driver.ran());
-    }
+    EXPECT_TRUE(
+        RunDialog(PressButton("OKButton"), [&] { h.control().EditCurrentCondition(); }).isEmpty());
 
     select(h.conditions(), 0);
     EXPECT_TRUE(h.button("cmdEditCondition")->isEnabled());
     EXPECT_TRUE(h.button("cmdRemoveCondition")->isEnabled());
     QString handedOver;
-    {
-        ModalDriver driver([&handedOver](QDialog& dialog) {
-            handedOver = dialog.findChild<QPlainTextEdit*>("txtCondition")->toPlainText();
-            QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
-        });
-        h.clickButton("cmdEditCondition");
-        ASSERT_TRUE(driver.ran());
-    }
+    ASSERT_EQ(RunDialog(
+                  [&handedOver](QDialog& dialog) {
+                      handedOver = dialog.findChild<QPlainTextEdit*>("txtCondition")->toPlainText();
+                      PressButton("OKButton")(dialog);
+                  },
+                  [&] { h.clickButton("cmdEditCondition"); }),
+              kConditionBuilder);
     // The builder shows the stored line break as a real one.
     EXPECT_EQ(handedOver, "Orders.ShipCountry = 'Germany'\nOR Orders.ShipCountry = 'France'");
     EXPECT_EQ(h.changed, 0);
 
-    // Switched off in the builder: published, greyed.
-    {
-        ModalDriver driver([](QDialog& dialog) {
-            QTest::mouseClick(dialog.findChild<QCheckBox*>("chkIsActive"), Qt::LeftButton);
-            QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
-        });
-        // Enter in the list edits the selected condition.
-        QTest::keyClick(h.conditions(), Qt::Key_Return);
-        ASSERT_TRUE(driver.ran());
-    }
+    // Switched off in the builder: published, greyed. Enter in the list edits the selected
+    // condition.
+    ASSERT_EQ(RunDialog(
+                  [](QDialog& dialog) {
+                      QTest::mouseClick(dialog.findChild<QCheckBox*>("chkIsActive"),
+                                        Qt::LeftButton);
+                      PressButton("OKButton")(dialog);
+                  },
+                  [&] { QTest::keyClick(h.conditions(), Qt::Key_Return); }),
+              kConditionBuilder);
     EXPECT_EQ(h.changed, 1);
     EXPECT_EQ(h.conditions()->topLevelItem(0)->checkState(0), Qt::Unchecked);
     EXPECT_FALSE(h.query->Filters()->Item(1)->blnIsActive());
 
     // A new text, by a double-click on the item.
-    {
-        auto driver = writeCondition("Orders.Freight < 500");
-        doubleClick(h.conditions(),
-                    h.conditions()->visualItemRect(h.conditions()->topLevelItem(0)).center());
-        ASSERT_TRUE(driver.ran());
-    }
+    ASSERT_EQ(RunDialog(writeCondition("Orders.Freight < 500"),
+                        [&] { doubleClick(h.conditions(), centre(h.conditions(), 0)); }),
+              kConditionBuilder);
     EXPECT_EQ(h.changed, 2);
     EXPECT_EQ(h.conditions()->topLevelItemCount(), 2);
     EXPECT_EQ(h.conditions()->topLevelItem(0)->text(0), "Orders.Freight < 500");
@@ -413,11 +359,9 @@ TEST(ListsPaneTest, EditingAConditionPublishesOnlyARealChange) {
     h.conditions()->clearSelection();
     EXPECT_FALSE(h.button("cmdEditCondition")->isEnabled());
     EXPECT_FALSE(h.button("cmdRemoveCondition")->isEnabled());
-    {
-        auto driver = writeCondition("Orders.OrderID > 0");
-        doubleClick(h.conditions(), below(h.conditions()));
-        ASSERT_TRUE(driver.ran());
-    }
+    ASSERT_EQ(RunDialog(writeCondition("Orders.OrderID > 0"),
+                        [&] { doubleClick(h.conditions(), below(h.conditions())); }),
+              kConditionBuilder);
     EXPECT_EQ(h.conditions()->topLevelItemCount(), 3);
     EXPECT_EQ(h.changed, 3);
 }
@@ -435,16 +379,15 @@ TEST(ListsPaneTest, TheConditionBuilderIsOfferedTheAggregatesAndCalculatedItems)
   </CALCULATED_ITEMS>
 </SQLQuery>)");
     QStringList fields;
-    {
-        ModalDriver driver([&fields](QDialog& dialog) {
-            auto* box = dialog.findChild<QComboBox*>("cboFields");
-            for (int i = 0; i < box->count(); ++i)
-                fields << box->itemText(i);
-            dialog.reject();
-        });
-        h.control().AddCondition();
-        ASSERT_TRUE(driver.ran());
-    }
+    ASSERT_EQ(RunDialog(
+                  [&fields](QDialog& dialog) {
+                      auto* box = dialog.findChild<QComboBox*>("cboFields");
+                      for (int i = 0; i < box->count(); ++i)
+                          fields << box->itemText(i);
+                      dialog.reject();
+                  },
+                  [&] { h.control().AddCondition(); }),
+              kConditionBuilder);
     ASSERT_GE(fields.size(), 2);
     EXPECT_EQ(fields[0], "SUM([Order Details].[Unit Price])");
     EXPECT_EQ(fields[1], "[Order Details].Quantity * 2");
@@ -459,13 +402,10 @@ TEST(ListsPaneTest, CalculatedItemsAreWrittenInTheBuilderWithUniqueNames) {
 
     // Named like an output column: a "_" in front. The arrow inside the expression is
     // shortened so that the first arrow always ends the name.
-    {
-        auto driver =
-            writeExpression("Freight", "CASE WHEN Orders.Freight > 1\nTHEN 'a <-- b' END");
-        h.clickButton("cmdAddExpression");
-        ASSERT_TRUE(driver.ran());
-        EXPECT_EQ(driver.dialogClass(), "marovin::frmExpressionBuilder");
-    }
+    ASSERT_EQ(
+        RunDialog(writeExpression("Freight", "CASE WHEN Orders.Freight > 1\nTHEN 'a <-- b' END"),
+                  [&] { h.clickButton("cmdAddExpression"); }),
+        kExpressionBuilder);
     ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
     QTreeWidgetItem* item = h.expressions()->topLevelItem(0);
     EXPECT_EQ(item->text(0), "_Freight");
@@ -479,11 +419,9 @@ TEST(ListsPaneTest, CalculatedItemsAreWrittenInTheBuilderWithUniqueNames) {
     expectRuns(h, h.control().strSQL());
 
     // Clashing with the output column and the first item: two of them.
-    {
-        auto driver = writeExpression("Freight", "Orders.Freight * 2");
-        h.control().AddExpression();
-        ASSERT_TRUE(driver.ran());
-    }
+    ASSERT_EQ(RunDialog(writeExpression("Freight", "Orders.Freight * 2"),
+                        [&] { h.control().AddExpression(); }),
+              kExpressionBuilder);
     ASSERT_EQ(h.expressions()->topLevelItemCount(), 2);
     EXPECT_EQ(h.expressions()->topLevelItem(1)->text(0), "__Freight");
     EXPECT_EQ(h.query->CalculatedItems()->Count(), 2);
@@ -495,31 +433,22 @@ TEST(ListsPaneTest, CalculatedItemsAreWrittenInTheBuilderWithUniqueNames) {
     EXPECT_FALSE(h.button("cmdRemoveExpression")->isEnabled());
     select(h.expressions(), 1);
     EXPECT_TRUE(h.button("cmdEditExpression")->isEnabled());
-    {
-        auto driver = confirmUnchanged();
-        QTest::keyClick(h.expressions(), Qt::Key_Return);
-        ASSERT_TRUE(driver.ran());
-    }
+    ASSERT_EQ(RunDialog(PressButton("OKButton"),
+                        [&] { QTest::keyClick(h.expressions(), Qt::Key_Return); }),
+              kExpressionBuilder);
     EXPECT_EQ(h.changed, 2);
-    {
-        auto driver = writeExpression("_Freight", "Orders.Freight * 3");
-        doubleClick(h.expressions(),
-                    h.expressions()->visualItemRect(h.expressions()->topLevelItem(1)).center());
-        ASSERT_TRUE(driver.ran());
-    }
+    ASSERT_EQ(RunDialog(writeExpression("_Freight", "Orders.Freight * 3"),
+                        [&] { doubleClick(h.expressions(), centre(h.expressions(), 1)); }),
+              kExpressionBuilder);
     EXPECT_EQ(h.changed, 3);
     EXPECT_EQ(h.expressions()->topLevelItem(1)->text(0), "_Freight");
     EXPECT_EQ(h.expressions()->topLevelItem(1)->text(2), "Orders.Freight * 3");
 
     // Cancelled: nothing added.
     h.expressions()->clearSelection();
-    {
-        ModalDriver driver([](QDialog& dialog) {
-            QTest::mouseClick(dialog.findChild<QPushButton*>("CancelButton"), Qt::LeftButton);
-        });
-        doubleClick(h.expressions(), below(h.expressions()));
-        ASSERT_TRUE(driver.ran());
-    }
+    ASSERT_EQ(RunDialog(PressButton("CancelButton"),
+                        [&] { doubleClick(h.expressions(), below(h.expressions())); }),
+              kExpressionBuilder);
     EXPECT_EQ(h.expressions()->topLevelItemCount(), 2);
     EXPECT_EQ(h.changed, 3);
 }
@@ -531,22 +460,17 @@ TEST(ListsPaneTest, ParametersReachTheBuildersAndUnknownMarkersAreRefused) {
     h.control().setColParameters(
         std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Country"}));
     QStringList offered;
-    {
-        ModalDriver driver([&offered](QDialog& dialog) {
-            auto* values = dialog.findChild<QComboBox*>("cboValue");
-            for (int i = 0; values && i < values->count(); ++i)
-                offered << values->itemText(i);
-            auto* editor = dialog.findChild<QPlainTextEdit*>("txtCondition");
-            typeLines(editor, "Orders.ShipCountry = <[Land]>");
-            QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
-            // Refused: the dialog stays; the right name is accepted.
-            editor->clear();
-            typeLines(editor, "Orders.ShipCountry = <[Country]>");
-            QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
-        });
-        h.control().AddCondition();
-        ASSERT_TRUE(driver.ran());
-    }
+    ASSERT_EQ(RunDialog(
+                  [&offered](QDialog& dialog) {
+                      auto* values = dialog.findChild<QComboBox*>("cboValue");
+                      for (int i = 0; values && i < values->count(); ++i)
+                          offered << values->itemText(i);
+                      // Refused: the dialog stays; the right name is accepted.
+                      writeCondition("Orders.ShipCountry = <[Land]>")(dialog);
+                      writeCondition("Orders.ShipCountry = <[Country]>")(dialog);
+                  },
+                  [&] { h.control().AddCondition(); }),
+              kConditionBuilder);
     EXPECT_EQ(offered, QStringList{"<[Country]>"});
     ASSERT_EQ(h.box->shown().size(), 1u);
     EXPECT_EQ(h.box->shown()[0].strText,
