@@ -69,15 +69,35 @@ struct Designer {
         window->setConnection(SampleConnection());
     }
     void chooseColumn(const QString& alias, const QString& column) {
-        auto* diagram = window->control()->findChild<dvTablesAndJoins*>("dvTablesAndJoins");
-        QTest::mouseDClick(diagram->view()->viewport(), Qt::LeftButton, {},
-                           diagram->columnPoint(alias, column));
+        ChooseColumn(*window->control(), alias, column);
+    }
+    // Makes the window the active one, so that its keys reach it.
+    void activate() {
+        window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
     }
     std::shared_ptr<MemorySettingsStore> settings;
     std::shared_ptr<ScriptedMessageBox> box = std::make_shared<ScriptedMessageBox>();
     std::shared_ptr<MemoryClipboard> clipboard = std::make_shared<MemoryClipboard>();
     std::unique_ptr<DesignerWindow> window;
 };
+
+// What a run of one of the programs left: its exit code and its output.
+struct Outcome {
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+Outcome run(const QStringList& arguments, const QString& program = MAROVIN_DESIGNER_EXE) {
+    QProcess process;
+    process.start(program, arguments);
+    EXPECT_TRUE(process.waitForFinished(60000)) << arguments.join(' ').toStdString();
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+// The designer's arguments for the sample database.
+QStringList onSample(const QStringList& more) {
+    return QStringList{"--sqlite", QString::fromStdString(SampleDatabasePath())} + more;
+}
 
 } // namespace
 
@@ -192,34 +212,26 @@ TEST(DesignerTest, ScriptModesPrintTheSqlSaveTheDocumentAndRenderTheWindow) {
     QTemporaryDir dir;
     const QString saved = dir.filePath("out.xml");
     const QString png = dir.filePath("shot.png");
-    QProcess designer;
-    designer.start(MAROVIN_DESIGNER_EXE,
-                   {"--sqlite", QString::fromStdString(SampleDatabasePath()), "--open",
-                    exampleDocument(), "--print-sql", "--save-as", saved, "--screenshot", png});
-    ASSERT_TRUE(designer.waitForFinished(60000));
-    EXPECT_EQ(designer.exitCode(), 0) << designer.readAllStandardError().toStdString();
-    const QByteArray sql = designer.readAllStandardOutput();
+    const Outcome designer = run(onSample(
+        {"--open", exampleDocument(), "--print-sql", "--save-as", saved, "--screenshot", png}));
+    EXPECT_EQ(designer.exitCode, 0) << designer.err.toStdString();
+    const QByteArray sql = designer.out;
 
-    QProcess render;
-    render.start(MAROVIN_TOOL_EXE, {"render", saved});
-    ASSERT_TRUE(render.waitForFinished(30000));
-    ASSERT_EQ(render.exitCode(), 0);
-    EXPECT_EQ(sql, render.readAllStandardOutput());
+    const Outcome render = run({"render", saved}, MAROVIN_TOOL_EXE);
+    ASSERT_EQ(render.exitCode, 0);
+    EXPECT_EQ(sql, render.out);
     EXPECT_TRUE(sql.contains("\r\nFROM\r\n"));
 
     QImage image(png);
     ASSERT_FALSE(image.isNull());
     EXPECT_GE(image.width(), 800);
 
-    QProcess bad;
     const QString broken = dir.filePath("broken.xml");
     writeFile(broken, "not xml");
-    bad.start(MAROVIN_DESIGNER_EXE, {"--sqlite", QString::fromStdString(SampleDatabasePath()),
-                                     "--open", broken, "--print-sql"});
-    ASSERT_TRUE(bad.waitForFinished(60000));
-    EXPECT_EQ(bad.exitCode(), 1);
-    EXPECT_TRUE(bad.readAllStandardOutput().isEmpty());
-    EXPECT_TRUE(bad.readAllStandardError().contains("not a query document"));
+    const Outcome bad = run(onSample({"--open", broken, "--print-sql"}));
+    EXPECT_EQ(bad.exitCode, 1);
+    EXPECT_TRUE(bad.out.isEmpty());
+    EXPECT_TRUE(bad.err.contains("not a query document"));
 }
 
 TEST(DesignerTest, TheConnectionDialogRefusesAMissingFileAndBuildsTheConnection) {
@@ -397,8 +409,7 @@ TEST(DesignerTest, TheConditionListKeepsCtrlQAndQuitHasItsOwnKeys) {
     EXPECT_FALSE(menuKeys.contains(QKeySequence(Qt::CTRL | Qt::Key_Q)));
 
     // Ctrl+Shift+Q closes the window (nothing is unsaved).
-    d.window->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    d.activate();
     QTest::keyClick(d.window.get(), Qt::Key_Q, Qt::ControlModifier | Qt::ShiftModifier);
     QApplication::processEvents();
     EXPECT_FALSE(d.window->isVisible());
@@ -411,8 +422,7 @@ TEST(DesignerTest, SaveAsAddsTheDocumentSuffixToANameTypedWithoutOne) {
     ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
     d.chooseColumn("Customers", "City");
     const QString typed = dir.filePath("freight by city");
-    d.window->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    d.activate();
     bool dialogSeen = false;
     QStringList unexpected;
     // Fills in the dialog once it is up; anything else that comes up is noted and closed, so a
@@ -481,6 +491,17 @@ QPoint itemCentre(QListWidget* list, int row) {
     return list->visualItemRect(list->item(row)).center();
 }
 
+const QStringList kParametersDialog{"marovin::ParametersDialog"};
+
+// A dialog action for the parameters dialog.
+std::function<void(QDialog&)> onParameters(std::function<void(ParametersDialog&)> action) {
+    return [action](QDialog& dialog) {
+        auto* p = qobject_cast<ParametersDialog*>(&dialog);
+        ASSERT_TRUE(p);
+        action(*p);
+    };
+}
+
 // The texts of the message boxes shown so far.
 QStringList shownTexts(const ScriptedMessageBox& box) {
     QStringList texts;
@@ -493,17 +514,15 @@ QStringList shownTexts(const ScriptedMessageBox& box) {
 
 TEST(DesignerTest, TheParameterListIsEditedWithTheKeyboardAlone) {
     Designer d;
-    d.window->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    d.activate();
     QStringList afterAdding;
     QStringList afterMoving;
     QStringList afterRenaming;
     QStringList afterRefusedRename;
     QStringList afterDeleting;
     bool stillOpenAfterEscape = false;
-    ModalDriver driver([&](QDialog& dialog) {
-        auto* p = qobject_cast<ParametersDialog*>(&dialog);
-        ASSERT_TRUE(p);
+    ModalDriver driver(onParameters([&](ParametersDialog& dialog) {
+        ParametersDialog* p = &dialog;
         // The dialog opens with the focus in the name box; Return adds what it holds.
         ASSERT_EQ(focused(), p->nameEdit());
         for (const char* name : {"Country", "Year", "FromDate"}) {
@@ -583,7 +602,7 @@ TEST(DesignerTest, TheParameterListIsEditedWithTheKeyboardAlone) {
         QTest::keyClick(focused(), Qt::Key_N, Qt::AltModifier);
         ASSERT_EQ(focused(), p->nameEdit());
         QTest::keyClick(focused(), Qt::Key_Return);
-    });
+    }));
     // The menu is reached with its mnemonic and the command with its own.
     QTest::keyClick(d.window.get(), Qt::Key_U, Qt::AltModifier);
     QWidget* menu = QApplication::activePopupWidget();
@@ -621,17 +640,15 @@ TEST(DesignerTest, TheParameterListIsEditedWithTheKeyboardAlone) {
 
 TEST(DesignerTest, TheParameterListIsEditedWithTheMouse) {
     Designer d;
-    d.window->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    d.activate();
     QStringList afterAdding;
     QStringList afterMoving;
     QStringList afterRenaming;
     QStringList afterRemoving;
     QStringList refused;
     bool renameEnabledWithoutSelection = true;
-    ModalDriver driver([&](QDialog& dialog) {
-        auto* p = qobject_cast<ParametersDialog*>(&dialog);
-        ASSERT_TRUE(p);
+    ModalDriver driver(onParameters([&](ParametersDialog& dialog) {
+        ParametersDialog* p = &dialog;
         EXPECT_FALSE(p->removeButton()->isEnabled());
         EXPECT_FALSE(p->renameButton()->isEnabled());
         for (const char* name : {"Country", "Year", "FromDate"}) {
@@ -680,7 +697,7 @@ TEST(DesignerTest, TheParameterListIsEditedWithTheMouse) {
                                         p->removeButton()->isEnabled() ||
                                         p->upButton()->isEnabled() || p->downButton()->isEnabled();
         QTest::mouseClick(p->okButton(), Qt::LeftButton);
-    });
+    }));
     // Open the Query menu and choose Parameters with the mouse.
     auto* menu = d.window->findChild<QMenu*>("menuQuery");
     ASSERT_TRUE(menu);
@@ -709,18 +726,16 @@ TEST(DesignerTest, TheParameterListIsSavedAndCancelOrASessionListLeaveTheSavedOn
     {
         Designer first(store);
         EXPECT_TRUE(first.window->parameters().isEmpty());
-        ModalDriver driver([](QDialog& dialog) {
-            auto* p = qobject_cast<ParametersDialog*>(&dialog);
-            ASSERT_TRUE(p);
-            EXPECT_TRUE(listedNames(*p).isEmpty());
-            QTest::keyClicks(p->nameEdit(), "Country");
-            QTest::keyClick(p->nameEdit(), Qt::Key_Return);
-            QTest::keyClicks(p->nameEdit(), "Year");
-            QTest::keyClick(p->nameEdit(), Qt::Key_Return);
-            QTest::mouseClick(p->okButton(), Qt::LeftButton);
-        });
-        EXPECT_TRUE(first.window->EditParameters());
-        EXPECT_TRUE(driver.ran());
+        EXPECT_EQ(RunDialog(onParameters([](ParametersDialog& p) {
+                                EXPECT_TRUE(listedNames(p).isEmpty());
+                                for (const char* name : {"Country", "Year"}) {
+                                    QTest::keyClicks(p.nameEdit(), name);
+                                    QTest::keyClick(p.nameEdit(), Qt::Key_Return);
+                                }
+                                QTest::mouseClick(p.okButton(), Qt::LeftButton);
+                            }),
+                            [&] { EXPECT_TRUE(first.window->EditParameters()); }),
+                  kParametersDialog);
     }
     EXPECT_EQ(store->GetSetting("Designer", "Parameters", "(none)"), "Country,Year");
 
@@ -728,19 +743,15 @@ TEST(DesignerTest, TheParameterListIsSavedAndCancelOrASessionListLeaveTheSavedOn
     Designer second(store);
     EXPECT_EQ(second.window->parameters(), QStringList({"Country", "Year"}));
     QStringList shown;
-    {
-        // Escape cancels: an added name is dropped, nothing is saved.
-        ModalDriver driver([&shown](QDialog& dialog) {
-            auto* p = qobject_cast<ParametersDialog*>(&dialog);
-            ASSERT_TRUE(p);
-            shown = listedNames(*p);
-            QTest::keyClicks(p->nameEdit(), "Region");
-            QTest::keyClick(p->nameEdit(), Qt::Key_Return);
-            QTest::keyClick(p->nameEdit(), Qt::Key_Escape);
-        });
-        EXPECT_FALSE(second.window->EditParameters());
-        EXPECT_TRUE(driver.ran());
-    }
+    // Escape cancels: an added name is dropped, nothing is saved.
+    EXPECT_EQ(RunDialog(onParameters([&shown](ParametersDialog& p) {
+                            shown = listedNames(p);
+                            QTest::keyClicks(p.nameEdit(), "Region");
+                            QTest::keyClick(p.nameEdit(), Qt::Key_Return);
+                            QTest::keyClick(p.nameEdit(), Qt::Key_Escape);
+                        }),
+                        [&] { EXPECT_FALSE(second.window->EditParameters()); }),
+              kParametersDialog);
     EXPECT_EQ(shown, QStringList({"Country", "Year"}));
     EXPECT_EQ(second.window->parameters(), QStringList({"Country", "Year"}));
     EXPECT_EQ(store->GetSetting("Designer", "Parameters", "(none)"), "Country,Year");
@@ -748,31 +759,23 @@ TEST(DesignerTest, TheParameterListIsSavedAndCancelOrASessionListLeaveTheSavedOn
     // A list for this session only (as --parameters gives it) is not saved, nor when the user
     // confirms it unchanged; once the user changes it, the changed list is saved.
     second.window->setParameters({"Session"});
-    {
-        ModalDriver driver([&shown](QDialog& dialog) {
-            auto* p = qobject_cast<ParametersDialog*>(&dialog);
-            ASSERT_TRUE(p);
-            shown = listedNames(*p);
-            QTest::mouseClick(p->okButton(), Qt::LeftButton);
-        });
-        EXPECT_FALSE(second.window->EditParameters());
-        EXPECT_TRUE(driver.ran());
-    }
+    EXPECT_EQ(RunDialog(onParameters([&shown](ParametersDialog& p) {
+                            shown = listedNames(p);
+                            QTest::mouseClick(p.okButton(), Qt::LeftButton);
+                        }),
+                        [&] { EXPECT_FALSE(second.window->EditParameters()); }),
+              kParametersDialog);
     EXPECT_EQ(shown, QStringList({"Session"}));
     EXPECT_EQ(second.window->parameters(), QStringList({"Session"}));
     EXPECT_EQ(store->GetSetting("Designer", "Parameters", "(none)"), "Country,Year");
-    {
-        // Removing every name saves an empty list: no parameters from now on.
-        ModalDriver driver([](QDialog& dialog) {
-            auto* p = qobject_cast<ParametersDialog*>(&dialog);
-            ASSERT_TRUE(p);
-            p->list()->setFocus();
-            QTest::keyClick(p->list(), Qt::Key_Delete);
-            QTest::mouseClick(p->okButton(), Qt::LeftButton);
-        });
-        EXPECT_TRUE(second.window->EditParameters());
-        EXPECT_TRUE(driver.ran());
-    }
+    // Removing every name saves an empty list: no parameters from now on.
+    EXPECT_EQ(RunDialog(onParameters([](ParametersDialog& p) {
+                            p.list()->setFocus();
+                            QTest::keyClick(p.list(), Qt::Key_Delete);
+                            QTest::mouseClick(p.okButton(), Qt::LeftButton);
+                        }),
+                        [&] { EXPECT_TRUE(second.window->EditParameters()); }),
+              kParametersDialog);
     EXPECT_TRUE(second.window->parameters().isEmpty());
     EXPECT_TRUE(store->Contains("Designer", "Parameters"));
     EXPECT_EQ(store->GetSetting("Designer", "Parameters", "(none)"), "");
@@ -796,41 +799,37 @@ struct ValueField {
 };
 ValueField conditionBuilderValueField(Designer& d) {
     ValueField field;
-    ModalDriver driver([&field](QDialog& dialog) {
-        auto* text = dialog.findChild<QLineEdit*>("txtValue");
-        auto* list = dialog.findChild<QComboBox*>("cboValue");
-        if (!text || !list)
-            return;
-        field.blnFreeText = text->isVisible() && !list->isVisible();
-        if (list->isVisible())
-            for (int i = 0; i < list->count(); ++i)
-                field.markers << list->itemText(i);
-    });
     auto* add = d.window->control()->findChild<QPushButton*>("cmdAddCondition");
-    if (add)
-        QTest::mouseClick(add, Qt::LeftButton);
-    EXPECT_TRUE(driver.ran());
-    EXPECT_EQ(driver.dialogClass(), "marovin::frmConditionBuilder");
+    EXPECT_EQ(RunDialog(
+                  [&field](QDialog& dialog) {
+                      auto* text = dialog.findChild<QLineEdit*>("txtValue");
+                      auto* list = dialog.findChild<QComboBox*>("cboValue");
+                      if (!text || !list)
+                          return;
+                      field.blnFreeText = text->isVisible() && !list->isVisible();
+                      if (list->isVisible())
+                          for (int i = 0; i < list->count(); ++i)
+                              field.markers << list->itemText(i);
+                  },
+                  [&] { QTest::mouseClick(add, Qt::LeftButton); }),
+              QStringList{"marovin::frmConditionBuilder"});
     return field;
 }
 
 // Replaces the designer's parameter names through the dialog.
 void editParameters(Designer& d, const QStringList& names) {
-    ModalDriver driver([&names](QDialog& dialog) {
-        auto* p = qobject_cast<ParametersDialog*>(&dialog);
-        if (!p)
-            return;
-        p->list()->setFocus();
-        while (p->list()->count() > 0)
-            QTest::keyClick(p->list(), Qt::Key_Delete);
-        for (const QString& name : names) {
-            QTest::keyClicks(p->nameEdit(), name);
-            QTest::keyClick(p->nameEdit(), Qt::Key_Return);
-        }
-        QTest::mouseClick(p->okButton(), Qt::LeftButton);
-    });
-    d.window->EditParameters();
-    EXPECT_TRUE(driver.ran());
+    EXPECT_EQ(RunDialog(onParameters([&names](ParametersDialog& p) {
+                            p.list()->setFocus();
+                            while (p.list()->count() > 0)
+                                QTest::keyClick(p.list(), Qt::Key_Delete);
+                            for (const QString& name : names) {
+                                QTest::keyClicks(p.nameEdit(), name);
+                                QTest::keyClick(p.nameEdit(), Qt::Key_Return);
+                            }
+                            QTest::mouseClick(p.okButton(), Qt::LeftButton);
+                        }),
+                        [&] { d.window->EditParameters(); }),
+              kParametersDialog);
 }
 
 } // namespace
@@ -893,35 +892,23 @@ TEST(DesignerTest, ParameterNamesAreReadFromTheCommandLine) {
 
     // The program refuses a list it cannot use before doing anything else, and takes a good
     // one.
-    QProcess bad;
-    bad.start(MAROVIN_DESIGNER_EXE, {"--sqlite", QString::fromStdString(SampleDatabasePath()),
-                                     "--parameters", "Country,<[Year]>", "--print-sql"});
-    ASSERT_TRUE(bad.waitForFinished(60000));
-    EXPECT_EQ(bad.exitCode(), 2);
-    EXPECT_TRUE(bad.readAllStandardOutput().isEmpty());
-    const QString badError = QString::fromUtf8(bad.readAllStandardError());
-    EXPECT_TRUE(badError.contains("--parameters: The parameter name <[Year]> contains"))
-        << badError.toStdString();
+    const Outcome bad = run(onSample({"--parameters", "Country,<[Year]>", "--print-sql"}));
+    EXPECT_EQ(bad.exitCode, 2);
+    EXPECT_TRUE(bad.out.isEmpty());
+    EXPECT_TRUE(bad.err.contains("--parameters: The parameter name <[Year]> contains"))
+        << bad.err.toStdString();
 
-    QProcess good;
-    good.start(MAROVIN_DESIGNER_EXE,
-               {"--sqlite", QString::fromStdString(SampleDatabasePath()), "--parameters",
-                "Country, Year", "--open", exampleDocument(), "--print-sql"});
-    ASSERT_TRUE(good.waitForFinished(60000));
-    EXPECT_EQ(good.exitCode(), 0) << good.readAllStandardError().toStdString();
-    EXPECT_TRUE(good.readAllStandardOutput().contains("'Germany'"));
-
-    QProcess help;
-    help.start(MAROVIN_DESIGNER_EXE, {"--help"});
-    ASSERT_TRUE(help.waitForFinished(60000));
-    EXPECT_TRUE(help.readAllStandardOutput().contains("--parameters <NAME,NAME,...>"));
+    const Outcome good = run(
+        onSample({"--parameters", "Country, Year", "--open", exampleDocument(), "--print-sql"}));
+    EXPECT_EQ(good.exitCode, 0) << good.err.toStdString();
+    EXPECT_TRUE(good.out.contains("'Germany'"));
+    EXPECT_TRUE(run({"--help"}).out.contains("--parameters <NAME,NAME,...>"));
 }
 
 TEST(DesignerTest, F5PreviewsAndCtrlF5ChecksTheQuery) {
     Designer d;
     ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
-    d.window->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    d.activate();
     d.window->control()->setFocus();
 
     QTest::keyClick(d.window.get(), Qt::Key_F5, Qt::ControlModifier);
@@ -930,15 +917,14 @@ TEST(DesignerTest, F5PreviewsAndCtrlF5ChecksTheQuery) {
     EXPECT_EQ(d.box->shown()[0].strText, "Syntax SQL Query correct");
 
     int rows = -1;
-    {
-        ModalDriver driver([&rows](QDialog& dialog) {
-            if (auto* grid = dialog.findChild<QTableView*>("jgQueryResults"))
-                rows = grid->model()->rowCount();
-            dialog.reject();
-        });
-        QTest::keyClick(d.window.get(), Qt::Key_F5);
-        EXPECT_EQ(driver.dialogClass(), "marovin::frmViewQueryResults");
-    }
+    EXPECT_EQ(RunDialog(
+                  [&rows](QDialog& dialog) {
+                      if (auto* grid = dialog.findChild<QTableView*>("jgQueryResults"))
+                          rows = grid->model()->rowCount();
+                      dialog.reject();
+                  },
+                  [&] { QTest::keyClick(d.window.get(), Qt::Key_F5); }),
+              QStringList{"marovin::frmViewQueryResults"});
     EXPECT_GT(rows, 0);
     EXPECT_EQ(d.box->shown().size(), 1u);
     // The toolbar offers both.
@@ -1023,11 +1009,9 @@ TEST(DesignerTest, ColoursFollowTheViewMenuAndAreRemembered) {
     }
     EXPECT_EQ(QApplication::palette(), platform);
 
-    QProcess designer;
-    designer.start(MAROVIN_DESIGNER_EXE, {"--colours", "purple", "--print-sql"});
-    ASSERT_TRUE(designer.waitForFinished(60000));
-    EXPECT_EQ(designer.exitCode(), 2);
-    EXPECT_TRUE(designer.readAllStandardError().contains("--colours: \"purple\""));
+    const Outcome designer = run({"--colours", "purple", "--print-sql"});
+    EXPECT_EQ(designer.exitCode, 2);
+    EXPECT_TRUE(designer.err.contains("--colours: \"purple\""));
 }
 
 // A database named with an option that belongs to another kind of connection is refused, not
@@ -1042,13 +1026,11 @@ TEST(DesignerTest, ServerOptionsWithoutAServerAreRefused) {
          "give only one of --sqlite and --server"},
     };
     for (const auto& [arguments, message] : cases) {
-        QProcess designer;
-        designer.start(MAROVIN_DESIGNER_EXE, arguments + QStringList{"--print-sql"});
-        ASSERT_TRUE(designer.waitForFinished(60000));
-        EXPECT_EQ(designer.exitCode(), 2) << arguments.join(' ').toStdString();
-        EXPECT_TRUE(designer.readAllStandardOutput().isEmpty());
-        EXPECT_TRUE(designer.readAllStandardError().contains(message.toUtf8()))
-            << arguments.join(' ').toStdString();
+        SCOPED_TRACE(arguments.join(' ').toStdString());
+        const Outcome designer = run(arguments + QStringList{"--print-sql"});
+        EXPECT_EQ(designer.exitCode, 2);
+        EXPECT_TRUE(designer.out.isEmpty());
+        EXPECT_TRUE(designer.err.contains(message.toUtf8()));
     }
 }
 
@@ -1057,8 +1039,7 @@ TEST(DesignerTest, PastedSqlIsAskedAboutAndBecomesANewUnsavedDocument) {
     ASSERT_TRUE(d.window->OpenDocument(exampleDocument()));
     const auto query = d.window->query();
     const std::string sql = d.window->control()->strSQL();
-    d.window->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(d.window.get()));
+    d.activate();
     d.window->control()->setFocus();
     d.clipboard->SetText("SELECT TOP 10 o.OrderID, c.CompanyName\n"
                          "FROM Orders o JOIN Customers c ON o.CustomerID = c.CustomerID");
