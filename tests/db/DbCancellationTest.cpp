@@ -19,13 +19,9 @@ using namespace std::chrono_literals;
 const char* const kEndless = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
                              "WHERE i < 1000000000000) SELECT MAX(i) FROM n";
 
-class DbCancellationTest : public ::testing::Test {
+class DbCancellationTest : public test::SqliteFileTest {
 protected:
-    void SetUp() override {
-        path = dir.file("cancel.sqlite");
-        test::writeSqlite(path, "CREATE TABLE t (a integer); INSERT INTO t VALUES (1), (2);");
-        db = test::sqliteConnection(path);
-    }
+    void SetUp() override { create("CREATE TABLE t (a integer); INSERT INTO t VALUES (1), (2);"); }
 
     // Cancels once the call has had time to start its statement.
     static std::thread cancelSoon(DbCancellation& cancellation) {
@@ -34,10 +30,6 @@ protected:
             cancellation.Cancel();
         });
     }
-
-    test::TempDir dir;
-    std::string path;
-    cDbConnection db;
 };
 
 TEST_F(DbCancellationTest, ARunningQueryIsInterrupted) {
@@ -57,28 +49,21 @@ TEST_F(DbCancellationTest, ARunningQueryIsInterrupted) {
     EXPECT_TRUE(cancellation.blnCancelled());
 
     // The connection object is not affected: the next call runs.
-    std::string error2;
-    const auto again = db.FireQuery("SELECT a FROM t", error2, 10);
-    ASSERT_TRUE(again) << error2;
-    EXPECT_EQ(again->RecordCount(), 2);
+    EXPECT_EQ(test::rowsOf(db, "SELECT a FROM t", 10)->RecordCount(), 2);
 }
 
-TEST_F(DbCancellationTest, ACancelledSyntaxCheckDoesNotRun) {
-    // The check compiles on SQLite; a statement whose compilation runs long is hard to come by,
-    // so the check is cancelled before it starts and must not run.
-    DbCancellation cancellation;
-    cancellation.Cancel();
-    EXPECT_EQ(db.CheckSQLSyntax("SELECT a FROM t", &cancellation), kCancelledText);
-    DbCancellation fresh;
-    EXPECT_EQ(db.CheckSQLSyntax("SELECT a FROM t", &fresh), "Syntax SQL Query correct");
-}
-
+// A query or a syntax check cancelled before the call stops at once. (The check compiles on
+// SQLite; a statement whose compilation runs long is hard to come by, so the check is only
+// cancelled before it starts and must not run.)
 TEST_F(DbCancellationTest, ACancellationBeforeTheCallStopsItAtOnce) {
     DbCancellation cancellation;
     cancellation.Cancel();
     std::string error;
     EXPECT_EQ(db.FireQuery(kEndless, error, 10, &cancellation), nullptr);
     EXPECT_EQ(error, kCancelledText);
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT a FROM t", &cancellation), kCancelledText);
+    DbCancellation fresh;
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT a FROM t", &fresh), "Syntax SQL Query correct");
 }
 
 TEST_F(DbCancellationTest, WithoutACancelTheCallsAnswerAsBefore) {

@@ -141,10 +141,9 @@ bool contains(const std::vector<std::string>& items, const std::string& item) {
 
 TEST_F(OdbcPostgres, TheCatalogueHoldsTablesAndViewsWithTheirSchemasInTheDriversOrder) {
     auto items = test::splitCommas(db.GetListOfTables());
-    EXPECT_TRUE(contains(items, "public.orders"));
-    EXPECT_TRUE(contains(items, "sales.orders"));
-    EXPECT_TRUE(contains(items, "public.Order Details"));
-    EXPECT_TRUE(contains(items, "public.big_orders"));
+    for (const char* name :
+         {"public.orders", "sales.orders", "public.Order Details", "public.big_orders"})
+        EXPECT_TRUE(contains(items, name)) << name;
     EXPECT_FALSE(contains(items, "pg_catalog.pg_class"));
 
     db.setBlnIncludeViews(false);
@@ -159,10 +158,8 @@ TEST_F(OdbcPostgres, TheCatalogueHoldsTablesAndViewsWithTheirSchemasInTheDrivers
 
     // With the default options: tables and views in the driver's order.
     db = connection("postgres", kSuperuserPassword);
-    auto session = db.GetConnection();
-    ASSERT_NE(session, nullptr);
     std::vector<std::string> expected;
-    for (const DbSession::TableRow& row : session->Tables()) {
+    for (const DbSession::TableRow& row : test::sessionOf(db)->Tables()) {
         if (row.strType == "TABLE" || row.strType == "VIEW")
             expected.push_back(row.strSchema + "." + row.strName);
     }
@@ -190,52 +187,41 @@ std::vector<std::string> keys(const cDbConnection& db, const std::string& table)
 }
 
 TEST_F(OdbcPostgres, ForeignKeysKeepTheirNamesAndTheirPairsInKeyOrder) {
-    // "to city" pairs its columns in another order than the primary key's; route_parent, a key
-    // of shop.routes on itself, is reported on both sides and listed once.
-    EXPECT_EQ(keys(db, "shop.cities"),
-              (std::vector<std::string>{
-                  "from city: shop.routes(from_country, from_city) -> shop.cities(country, city)",
-                  "to city: shop.routes(to_city, to_country) -> shop.cities(city, country)",
-              }));
-    EXPECT_EQ(keys(db, "shop.routes"),
-              (std::vector<std::string>{
-                  "from city: shop.routes(from_country, from_city) -> shop.cities(country, city)",
-                  "route_parent: shop.routes(parent) -> shop.routes(id)",
-                  "to city: shop.routes(to_city, to_country) -> shop.cities(city, country)",
-                  "details' route: shop.Order Details(route) -> shop.routes(id)",
-              }));
-}
-
-TEST_F(OdbcPostgres, ForeignKeysWithOddNamesAndAcrossSchemas) {
-    const std::vector<std::string> details{
-        "Order Details_Order_fkey: shop.Order Details(Order) -> shop.Select(Key)",
-        "details' route: shop.Order Details(route) -> shop.routes(id)",
+    const std::string from =
+        "from city: shop.routes(from_country, from_city) -> shop.cities(country, city)";
+    const std::string to =
+        "to city: shop.routes(to_city, to_country) -> shop.cities(city, country)";
+    const std::string route = "details' route: shop.Order Details(route) -> shop.routes(id)";
+    const std::string order =
+        "Order Details_Order_fkey: shop.Order Details(Order) -> shop.Select(Key)";
+    const std::string note = "note_order: shop.order_notes(order_id) -> public.orders(id)";
+    const std::pair<const char*, std::vector<std::string>> cases[] = {
+        // "to city" pairs its columns in another order than the primary key's; route_parent, a
+        // key of shop.routes on itself, is reported on both sides and listed once.
+        {"shop.cities", {from, to}},
+        {"shop.routes", {from, "route_parent: shop.routes(parent) -> shop.routes(id)", to, route}},
+        // Odd names, in the forms a query may write them.
+        {"shop.Order Details", {order, route}},
+        {"shop.[Order Details]", {order, route}},
+        {"[shop].\"Order Details\"", {order, route}},
+        {"shop.Select", {order}},
+        // The names are no patterns: "_" matches itself only.
+        {"shop.a_b", {"link_a_b: shop.links(a) -> shop.a_b(id)"}},
+        // Only the table of the schema asked for: public.orders is referenced, sales.orders is
+        // not; without a schema the server's search path decides, as for a name in a query.
+        {"public.orders", {note}},
+        {"sales.orders", {}},
+        {"orders", {note}},
+        {"cities", {}},
+        {"shop.nope", {}},
+        {"public.big_orders", {}},
     };
-    EXPECT_EQ(keys(db, "shop.Order Details"), details);
-    EXPECT_EQ(keys(db, "shop.[Order Details]"), details);
-    EXPECT_EQ(keys(db, "[shop].\"Order Details\""), details);
-    EXPECT_EQ(keys(db, "shop.Select"),
-              (std::vector<std::string>{
-                  "Order Details_Order_fkey: shop.Order Details(Order) -> shop.Select(Key)"}));
-    // The names are no patterns: "_" matches itself only.
-    EXPECT_EQ(keys(db, "shop.a_b"),
-              (std::vector<std::string>{"link_a_b: shop.links(a) -> shop.a_b(id)"}));
-    // Only the table of the schema asked for: public.orders is referenced, sales.orders is not.
-    EXPECT_EQ(
-        keys(db, "public.orders"),
-        (std::vector<std::string>{"note_order: shop.order_notes(order_id) -> public.orders(id)"}));
-    EXPECT_EQ(keys(db, "sales.orders"), std::vector<std::string>{});
-    // Without a schema the server's search path decides, as for a name in a query.
-    EXPECT_EQ(keys(db, "orders"), keys(db, "public.orders"));
-    EXPECT_EQ(keys(db, "cities"), std::vector<std::string>{});
-    EXPECT_EQ(keys(db, "shop.nope"), std::vector<std::string>{});
-    EXPECT_EQ(keys(db, "public.big_orders"), std::vector<std::string>{});
+    for (const auto& [table, expected] : cases)
+        EXPECT_EQ(keys(db, table), expected) << table;
 }
 
 TEST_F(OdbcPostgres, RowLimitsTypedValuesAndUtf8Text) {
-    std::string error;
-    auto all = db.FireQuery("SELECT id, amount, note FROM public.orders ORDER BY id", error, 0);
-    ASSERT_NE(all, nullptr) << error;
+    auto all = test::rowsOf(db, "SELECT id, amount, note FROM public.orders ORDER BY id");
     EXPECT_EQ(all->RecordCount(), 500);
     EXPECT_EQ(all->FieldName(1), "amount");
     EXPECT_EQ(all->value(0, 0).Kind(), DbValueKind::Integer);
@@ -244,14 +230,12 @@ TEST_F(OdbcPostgres, RowLimitsTypedValuesAndUtf8Text) {
     EXPECT_EQ(all->value(1, 2).Kind(), DbValueKind::Text);
     EXPECT_EQ(all->value(1, 2).AsText(), "");
 
-    auto limited = db.FireQuery("SELECT id FROM public.orders ORDER BY id", error, 100);
-    ASSERT_NE(limited, nullptr) << error;
+    auto limited = test::rowsOf(db, "SELECT id FROM public.orders ORDER BY id", 100);
     EXPECT_EQ(limited->RecordCount(), 100);
     EXPECT_EQ(limited->value(99, 0).AsInteger(), 100);
 
     // Text comes back in UTF-8.
-    auto rs = db.FireQuery("SELECT 'Z\u00fcrich \u2013 \u6771\u4eac' AS city", error, 0);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, "SELECT 'Z\u00fcrich \u2013 \u6771\u4eac' AS city");
     EXPECT_EQ(rs->value(0, 0).AsText(), "Z\u00fcrich \u2013 \u6771\u4eac");
 }
 
@@ -266,14 +250,11 @@ TEST_F(OdbcPostgres, ErrorsAndTheSyntaxCheck) {
     EXPECT_TRUE(message.starts_with("Syntax error:\r\n")) << message;
     EXPECT_NE(message.find("syntax error at or near \"FORM\""), std::string::npos) << message;
     EXPECT_EQ(db.CheckSQLSyntax("DELETE FROM public.orders"), "Syntax SQL Query correct");
-    auto rs = db.FireQuery("SELECT count(*) FROM public.orders", error, 0);
-    ASSERT_NE(rs, nullptr) << error;
-    EXPECT_EQ(rs->value(0, 0).AsInteger(), 500);
+    EXPECT_EQ(test::rowsOf(db, "SELECT count(*) FROM public.orders")->value(0, 0).AsInteger(), 500);
 }
 
 TEST_F(OdbcPostgres, AnErrorInALaterStatementOfABatchIsSeen) {
-    auto session = db.GetConnection();
-    ASSERT_NE(session, nullptr);
+    auto session = test::sessionOf(db);
     EXPECT_EQ(session->strDbmsName(), "PostgreSQL");
     EXPECT_FALSE(session->SupportsParseOnly());
     session->Execute("SELECT 1; SELECT 2");
@@ -291,14 +272,10 @@ TEST_F(OdbcPostgres, AnErrorInALaterStatementOfABatchIsSeen) {
 }
 
 TEST_F(OdbcPostgres, ResultsAfterAStatementThatChangedNoRowsAreSeen) {
-    auto session = db.GetConnection();
-    ASSERT_NE(session, nullptr);
+    auto session = test::sessionOf(db);
     session->Execute("CREATE TABLE IF NOT EXISTS public.unchanged (x integer)");
     // A change of no rows answers "no data"; the statements after it still count.
-    std::string error;
-    auto rs =
-        db.FireQuery("UPDATE public.unchanged SET x = x WHERE false; SELECT 7 AS seven", error, 0);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, "UPDATE public.unchanged SET x = x WHERE false; SELECT 7 AS seven");
     ASSERT_EQ(rs->FieldCount(), 1);
     EXPECT_EQ(rs->FieldName(0), "seven");
     EXPECT_EQ(rs->value(0, 0).AsInteger(), 7);
@@ -306,9 +283,7 @@ TEST_F(OdbcPostgres, ResultsAfterAStatementThatChangedNoRowsAreSeen) {
                                   "SELECT * FROM public.nope"),
                  DbError);
     // Alone, such a statement gives an empty result.
-    auto none = db.FireQuery("DELETE FROM public.unchanged WHERE false", error, 0);
-    ASSERT_NE(none, nullptr) << error;
-    EXPECT_EQ(none->FieldCount(), 0);
+    EXPECT_EQ(test::rowsOf(db, "DELETE FROM public.unchanged WHERE false")->FieldCount(), 0);
     session->Execute("UPDATE public.unchanged SET x = x WHERE false");
 }
 
@@ -323,8 +298,7 @@ TEST_F(OdbcPostgres, AHostilePasswordReachesTheServerIntact) {
 }
 
 TEST_F(OdbcPostgres, OddNamesHugeValuesNullsAndBlobs) {
-    auto session = db.GetConnection();
-    ASSERT_NE(session, nullptr);
+    auto session = test::sessionOf(db);
     session->Execute("CREATE SCHEMA IF NOT EXISTS \"Zürich 東京\"");
     session->Execute("CREATE TABLE IF NOT EXISTS \"Zürich 東京\".\"it's [x]\" (\"b'c\" integer, "
                      "\"Straße\" text, \"100%_sure\" bytea)");
@@ -345,12 +319,9 @@ TEST_F(OdbcPostgres, OddNamesHugeValuesNullsAndBlobs) {
     EXPECT_EQ(db.GetListOfFields("Zürich 東京.it's _x]", false), "");
     EXPECT_EQ(db.GetListOfFields("Zürich%.it's [x]", false), "");
 
-    std::string error;
-    auto rs =
-        db.FireQuery("SELECT \"b'c\", \"Straße\", \"100%_sure\" FROM \"Zürich 東京\".\"it's [x]\" "
-                     "ORDER BY 1",
-                     error, 0);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(
+        db,
+        "SELECT \"b'c\", \"Straße\", \"100%_sure\" FROM \"Zürich 東京\".\"it's [x]\" ORDER BY 1");
     ASSERT_EQ(rs->RecordCount(), 3);
     EXPECT_EQ(rs->FieldName(1), "Straße");
     EXPECT_TRUE(rs->value(0, 1).IsNull());
@@ -370,8 +341,7 @@ TEST_F(OdbcPostgres, OddNamesHugeValuesNullsAndBlobs) {
     EXPECT_EQ(blob[0], 0x00);
     EXPECT_EQ(blob[1], 0xFF);
     EXPECT_EQ(blob[2999999], 0xFF);
-    auto none = db.FireQuery("SELECT 1 AS one WHERE false", error, 0);
-    ASSERT_NE(none, nullptr) << error;
+    auto none = test::rowsOf(db, "SELECT 1 AS one WHERE false");
     EXPECT_EQ(none->FieldCount(), 1);
     EXPECT_EQ(none->RecordCount(), 0);
 }
@@ -398,8 +368,7 @@ TEST_F(OdbcPostgres, NoServiceLeavesAConnectionOpen) {
     };
     {
         // The probe sees an open connection.
-        auto session = db.GetConnection();
-        ASSERT_NE(session, nullptr);
+        auto session = test::sessionOf(db);
         ASSERT_EQ(others(1), 1);
     }
     EXPECT_EQ(others(0), 0);
@@ -412,8 +381,7 @@ TEST_F(OdbcPostgres, NoServiceLeavesAConnectionOpen) {
     EXPECT_TRUE(db.Check(true));
     std::string error;
     EXPECT_EQ(db.FireQuery("SELECT * FROM public.nope", error, 0), nullptr);
-    auto rs = db.FireQuery("SELECT id FROM public.orders ORDER BY id", error, 3);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, "SELECT id FROM public.orders ORDER BY id", 3);
     EXPECT_EQ(others(0), 0);
     EXPECT_EQ(rs->RecordCount(), 3);
     EXPECT_EQ(rs->value(2, 0).AsInteger(), 3);

@@ -11,11 +11,10 @@
 namespace marovin {
 namespace {
 
-class OdbcSqliteDriver : public ::testing::Test {
+class OdbcSqliteDriver : public test::SqliteFileTest {
 protected:
     void SetUp() override {
-        path = dir.file("odbc.sqlite");
-        test::writeSqlite(path, R"sql(
+        create(R"sql(
             CREATE TABLE Zeta (Id integer PRIMARY KEY AUTOINCREMENT, Name text);
             CREATE TABLE "Order Details" (OrderID integer, "Unit Price" real, Quantity integer);
             CREATE VIEW "v One" AS SELECT Name FROM Zeta;
@@ -25,12 +24,8 @@ protected:
             WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 250)
             INSERT INTO "Order Details" SELECT i, i * 1.5, i % 7 FROM n;
         )sql");
-        db.setStrProvider(cDbConnection::kProviderOdbc);
-        db.setStrConnectionString("DRIVER={SQLite3};Database=" + path);
+        db = test::odbcSqliteConnection(path);
     }
-    test::TempDir dir;
-    std::string path;
-    cDbConnection db;
 };
 
 TEST_F(OdbcSqliteDriver, TheCatalogueComesInTheDriversOrderWithAnEmptySchema) {
@@ -54,18 +49,13 @@ TEST_F(OdbcSqliteDriver, Columns) {
 }
 
 TEST_F(OdbcSqliteDriver, RowLimitsAndValues) {
-    std::string error;
-    auto all = db.FireQuery("SELECT * FROM \"Order Details\"", error, 0);
-    ASSERT_NE(all, nullptr) << error;
-    EXPECT_EQ(all->RecordCount(), 250);
-    auto limited = db.FireQuery("SELECT * FROM \"Order Details\" ORDER BY OrderID", error, 100);
-    ASSERT_NE(limited, nullptr) << error;
+    EXPECT_EQ(test::rowsOf(db, "SELECT * FROM \"Order Details\"")->RecordCount(), 250);
+    auto limited = test::rowsOf(db, "SELECT * FROM \"Order Details\" ORDER BY OrderID", 100);
     EXPECT_EQ(limited->RecordCount(), 100);
     EXPECT_EQ(limited->value(99, 0).AsInteger(), 100);
     EXPECT_DOUBLE_EQ(limited->value(1, 1).AsReal(), 3.0);
 
-    auto names = db.FireQuery("SELECT Name FROM Zeta ORDER BY Id", error, 0);
-    ASSERT_NE(names, nullptr) << error;
+    auto names = test::rowsOf(db, "SELECT Name FROM Zeta ORDER BY Id");
     ASSERT_EQ(names->RecordCount(), 3);
     EXPECT_EQ(names->value(0, 0).AsText(), "x");
     EXPECT_EQ(names->value(1, 0).Kind(), DbValueKind::Text);
@@ -74,9 +64,7 @@ TEST_F(OdbcSqliteDriver, RowLimitsAndValues) {
 
 TEST_F(OdbcSqliteDriver, ColumnNamesOfAnyLengthComeWhole) {
     const std::string longName(600, 'n');
-    std::string error;
-    auto rs = db.FireQuery("SELECT 1 AS \"" + longName + "\", 2 AS \"\u00e4\u6771\", 3", error, 0);
-    ASSERT_NE(rs, nullptr) << error;
+    auto rs = test::rowsOf(db, "SELECT 1 AS \"" + longName + "\", 2 AS \"\u00e4\u6771\", 3");
     ASSERT_EQ(rs->FieldCount(), 3);
     EXPECT_EQ(rs->FieldName(0).size(), 600u);
     EXPECT_EQ(rs->FieldName(0), longName);
@@ -111,8 +99,7 @@ TEST_F(OdbcSqliteDriver, TheCheckPreparesWithoutRunning) {
 }
 
 TEST_F(OdbcSqliteDriver, TheSessionNamesItsDatabase) {
-    auto session = db.GetConnection();
-    ASSERT_NE(session, nullptr);
+    auto session = test::sessionOf(db);
     EXPECT_EQ(session->strDbmsName(), "SQLite");
     EXPECT_FALSE(session->SupportsParseOnly());
 }
@@ -163,11 +150,10 @@ TEST_F(OdbcSqliteDriver, AConnectionStringTooLongForOdbcIsRefusedNotCut) {
 
 // The driver names no constraints and lists a key's pairs one after the other; where a key
 // names no referenced columns it leaves them empty.
-class OdbcSqliteDriverForeignKeys : public ::testing::Test {
+class OdbcSqliteDriverForeignKeys : public test::SqliteFileTest {
 protected:
     void SetUp() override {
-        path = dir.file("keys.sqlite");
-        test::writeSqlite(path, R"sql(
+        create(R"sql(
             CREATE TABLE Parent (A integer NOT NULL, B text NOT NULL, PRIMARY KEY (B, A));
             CREATE TABLE Child (Id integer PRIMARY KEY, PA integer, PB text, QA integer, QB text,
                 FOREIGN KEY (PB, PA) REFERENCES Parent (B, A),
@@ -177,15 +163,11 @@ protected:
             CREATE TABLE "Order Details" ("Order" integer REFERENCES Node, "Select" text,
                 "Group" integer, FOREIGN KEY ("Select", "Group") REFERENCES Parent (B, A));
         )sql");
-        db.setStrProvider(cDbConnection::kProviderOdbc);
-        db.setStrConnectionString("DRIVER={SQLite3};Database=" + path);
+        db = test::odbcSqliteConnection(path);
     }
     std::vector<std::string> keys(const std::string& table) const {
         return test::keyTexts(db.GetForeignKeys(table));
     }
-    test::TempDir dir;
-    std::string path;
-    cDbConnection db;
 };
 
 TEST_F(OdbcSqliteDriverForeignKeys, UnnamedKeysBetweenTheSameTablesStayApart) {

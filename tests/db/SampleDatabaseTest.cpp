@@ -2,7 +2,6 @@
 // rows every time, and the scale options.
 
 #include "DbTestSupport.h"
-#include "SampleDatabaseGenerator.h"
 
 #include <gtest/gtest.h>
 #include <marovin/cDbConnection.h>
@@ -13,11 +12,8 @@ namespace {
 using test::querySqlite;
 
 std::string generate(const test::TempDir& dir, const std::string& name,
-                     SampleDatabaseGenerator::Options options) {
-    std::string path = dir.file(name);
-    std::string error;
-    EXPECT_TRUE(SampleDatabaseGenerator(options).Write(path, error)) << error;
-    return path;
+                     const SampleDatabaseGenerator::Options& options) {
+    return test::writeSample(dir.file(name), options);
 }
 
 // Every row of every table and view, in a fixed order, as one text.
@@ -40,37 +36,35 @@ std::string contents(const std::string& path) {
     return all;
 }
 
-TEST(SampleDatabase, HasTheNorthwindShape) {
+// The Northwind shape; keys that hold and every order with lines.
+TEST(SampleDatabase, HasTheNorthwindShapeAndKeysThatHold) {
     test::TempDir dir;
     std::string path = generate(dir, "n.sqlite", SampleDatabaseGenerator::Small());
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM \"Order Details\""), "2155");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Customers"), "91");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Products"), "77");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Categories"), "8");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Shippers"), "3");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Employees"), "9");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM sqlite_schema WHERE type = 'view'"), "5");
-    EXPECT_EQ(querySqlite(path, "SELECT min(OrderID) FROM Orders"), "10248");
-    EXPECT_EQ(querySqlite(path, "SELECT min(OrderDate) FROM Orders"), "1996-07-04 00:00:00.000");
-    // Primary keys, including the two-column key of "Order Details".
-    EXPECT_EQ(querySqlite(path, "SELECT group_concat(name) FROM pragma_table_info('Order Details') "
-                                "WHERE pk > 0"),
-              "OrderID,ProductID");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM pragma_foreign_key_list('Orders')"), "3");
-}
-
-TEST(SampleDatabase, ForeignKeysHoldAndEveryOrderHasLines) {
-    test::TempDir dir;
-    std::string path = generate(dir, "n.sqlite", SampleDatabaseGenerator::Small());
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM pragma_foreign_key_check"), "0");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Orders WHERE OrderID NOT IN "
-                                "(SELECT OrderID FROM \"Order Details\")"),
-              "0");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM \"Order Details Extended\""), "2155");
-    // Some orders are not shipped yet, some customers have an empty fax, others none.
-    EXPECT_NE(querySqlite(path, "SELECT count(*) FROM Orders WHERE ShippedDate IS NULL"), "0");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Customers WHERE Fax = ''"), "30");
-    EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM Customers WHERE Fax IS NULL"), "30");
+    const std::pair<const char*, const char*> cases[] = {
+        {"SELECT count(*) FROM \"Order Details\"", "2155"},
+        {"SELECT count(*) FROM Customers", "91"},
+        {"SELECT count(*) FROM Products", "77"},
+        {"SELECT count(*) FROM Categories", "8"},
+        {"SELECT count(*) FROM Shippers", "3"},
+        {"SELECT count(*) FROM Employees", "9"},
+        {"SELECT count(*) FROM sqlite_schema WHERE type = 'view'", "5"},
+        {"SELECT min(OrderID) FROM Orders", "10248"},
+        {"SELECT min(OrderDate) FROM Orders", "1996-07-04 00:00:00.000"},
+        // Primary keys, including the two-column key of "Order Details".
+        {"SELECT group_concat(name) FROM pragma_table_info('Order Details') WHERE pk > 0",
+         "OrderID,ProductID"},
+        {"SELECT count(*) FROM pragma_foreign_key_list('Orders')", "3"},
+        {"SELECT count(*) FROM pragma_foreign_key_check", "0"},
+        {"SELECT count(*) FROM Orders WHERE OrderID NOT IN (SELECT OrderID FROM \"Order Details\")",
+         "0"},
+        {"SELECT count(*) FROM \"Order Details Extended\"", "2155"},
+        // Some orders are not shipped yet, some customers have an empty fax, others none.
+        {"SELECT count(*) > 0 FROM Orders WHERE ShippedDate IS NULL", "1"},
+        {"SELECT count(*) FROM Customers WHERE Fax = ''", "30"},
+        {"SELECT count(*) FROM Customers WHERE Fax IS NULL", "30"},
+    };
+    for (const auto& [sql, expected] : cases)
+        EXPECT_EQ(querySqlite(path, sql), expected) << sql;
 }
 
 TEST(SampleDatabase, TheSameOptionsGiveTheSameRows) {
@@ -103,10 +97,7 @@ TEST(SampleDatabase, ScaleOptions) {
     EXPECT_EQ(querySqlite(path, "SELECT count(*) FROM pragma_foreign_key_check"), "0");
     EXPECT_EQ(querySqlite(path, "PRAGMA integrity_check"), "ok");
     EXPECT_EQ(querySqlite(path, "SELECT Id FROM ExtraView000003"), "1");
-    cDbConnection db;
-    db.setStrProvider("SQLite");
-    db.setStrDatabase(path);
-    EXPECT_TRUE(db.GetListOfTables().ends_with(
+    EXPECT_TRUE(test::sqliteConnection(path).GetListOfTables().ends_with(
         ",dbo.ExtraView000001,dbo.ExtraView000002,dbo.ExtraView000003,dbo.Order Details Extended,"
         "dbo.Order Subtotals,dbo.Products Above Average Price"));
 }

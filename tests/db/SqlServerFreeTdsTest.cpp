@@ -22,31 +22,20 @@
 namespace marovin {
 namespace {
 
-sockaddr_in loopback(int port) {
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(static_cast<std::uint16_t>(port));
-    return addr;
-}
-
-int boundPort(int fd) {
-    sockaddr_in addr{};
-    socklen_t len = sizeof addr;
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
-    return ntohs(addr.sin_port);
-}
-
 // Accepts connections on a loopback port and never sends a byte.
 class SilentServer {
 public:
     SilentServer() {
         m_fd = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in addr = loopback(0);
+        sockaddr_in addr{};
+        addr.sin_family = AF_INET;
+        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t len = sizeof addr;
         if (::bind(m_fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 ||
-            ::listen(m_fd, 16) != 0)
+            ::listen(m_fd, 16) != 0 ||
+            ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
             throw std::runtime_error("cannot listen");
-        m_port = boundPort(m_fd);
+        m_port = ntohs(addr.sin_port);
         m_thread = std::thread([this] { run(); });
     }
     ~SilentServer() {
@@ -203,46 +192,38 @@ TEST(SqlServerFreeTds, TheSameTextWrittenRawDoesRedirect) {
     EXPECT_GE(trap.accepted(), 1);
 }
 
-TEST(SqlServerConnectionString, FreeTdsValuesAreBracedAndEndInASemicolon) {
-    cDbConnection db;
-    db.setStrDriver("FreeTDS");
-    db.setStrServer("db.example.com\\SQLEXPRESS");
-    db.setStrDatabase("Order Entry");
-    db.setStrUserName("sa");
-    db.setStrPassword("a}b;c=d");
-    EXPECT_EQ(db.strOdbcConnectionString(),
-              "DRIVER={FreeTDS};SERVER={db.example.com\\SQLEXPRESS};DATABASE={Order Entry};"
-              "UID={sa};PWD={a}b;c=d};ClientCharset=UTF-8;TDS_Version={7.3};");
+// FreeTDS's values are braced and end in a semicolon; other drivers double a closing brace;
+// Windows authentication sends no user or password.
+TEST(SqlServerConnectionString, ValuesAreBracedForTheDriver) {
+    const struct {
+        const char *driver, *server, *database, *user, *password;
+        bool windows;
+        const char* expected;
+    } cases[] = {
+        {"FreeTDS", "db.example.com\\SQLEXPRESS", "Order Entry", "sa", "a}b;c=d", false,
+         "DRIVER={FreeTDS};SERVER={db.example.com\\SQLEXPRESS};DATABASE={Order Entry};"
+         "UID={sa};PWD={a}b;c=d};ClientCharset=UTF-8;TDS_Version={7.3};"},
+        {"ODBC Driver 18 for SQL Server", "tcp:host,1433", "Northwind", "u", "a};b", false,
+         "DRIVER={ODBC Driver 18 for SQL Server};SERVER={tcp:host,1433};"
+         "DATABASE={Northwind};UID={u};PWD={a}};b};"},
+        {"FreeTDS", "h", "", "ignored", "ignored", true,
+         "DRIVER={FreeTDS};SERVER={h};DATABASE={};Trusted_Connection=Yes;"
+         "ClientCharset=UTF-8;TDS_Version={7.3};"},
+    };
+    for (const auto& c : cases) {
+        cDbConnection db = sqlServer(c.server, c.password);
+        db.setStrDriver(c.driver);
+        db.setStrDatabase(c.database);
+        db.setStrUserName(c.user);
+        db.setBlnWindowsAuthentication(c.windows);
+        EXPECT_EQ(db.strOdbcConnectionString(), c.expected);
+    }
     // FreeTDS ends a braced value at the first "};": such a value cannot be passed safely.
-    db.setStrPassword("a};b");
+    cDbConnection db = sqlServer("h", "a};b");
     EXPECT_EQ(db.strOdbcConnectionString(), "");
     EXPECT_EQ(db.GetConnection(), nullptr);
     EXPECT_EQ(cDbConnection::LastConnectionError(),
               "A connection value holds \"};\", which the FreeTDS driver cannot take");
-}
-
-TEST(SqlServerConnectionString, OtherDriversDoubleTheClosingBrace) {
-    cDbConnection db;
-    db.setStrDriver("ODBC Driver 18 for SQL Server");
-    db.setStrServer("tcp:host,1433");
-    db.setStrDatabase("Northwind");
-    db.setStrUserName("u");
-    db.setStrPassword("a};b");
-    EXPECT_EQ(db.strOdbcConnectionString(),
-              "DRIVER={ODBC Driver 18 for SQL Server};SERVER={tcp:host,1433};"
-              "DATABASE={Northwind};UID={u};PWD={a}};b};");
-}
-
-TEST(SqlServerConnectionString, WindowsAuthenticationSendsNoUserOrPassword) {
-    cDbConnection db;
-    db.setStrDriver("FreeTDS");
-    db.setStrServer("h");
-    db.setStrUserName("ignored");
-    db.setStrPassword("ignored");
-    db.setBlnWindowsAuthentication(true);
-    EXPECT_EQ(db.strOdbcConnectionString(),
-              "DRIVER={FreeTDS};SERVER={h};DATABASE={};Trusted_Connection=Yes;"
-              "ClientCharset=UTF-8;TDS_Version={7.3};");
 }
 
 TEST(SqlServerConnectionString, TheDriverComesFromThePropertyTheEnvironmentOrTheDefault) {

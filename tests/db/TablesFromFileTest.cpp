@@ -174,11 +174,7 @@ TEST_F(TablesFromFile, LeavesToTheListingWhatTheFileAloneCannotTell) {
 TEST_F(TablesFromFile, DamagedPagesGiveNothingOrRowsButNeverReadAmiss) {
     const std::string good = dir.file("good.sqlite");
     test::writeSqlite(good, "PRAGMA page_size = 512;" + manyTables(300, "D"));
-    std::string bytes;
-    {
-        std::ifstream in(good, std::ios::binary);
-        bytes.assign(std::istreambuf_iterator<char>(in), {});
-    }
+    const std::string bytes = test::fileBytes(good);
     const std::string bad = dir.file("bad.sqlite");
     const auto tryBytes = [&bad](const std::string& content) {
         std::ofstream(bad, std::ios::binary | std::ios::trunc) << content;
