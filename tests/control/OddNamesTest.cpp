@@ -40,18 +40,13 @@ int rowsOf(const cDbConnection& db, const std::string& sql) {
 } // namespace
 
 TEST(OddNamesTest, BracketsAreAddedOnlyWhereTheStatementNeedsThem) {
-    EXPECT_EQ(BracketIdentifier("Order"), "[Order]");
-    EXPECT_EQ(BracketIdentifier("group"), "[group]");
-    EXPECT_EQ(BracketIdentifier("Orders"), "Orders");
-    EXPECT_EQ(BracketIdentifier("Order-Lines"), "[Order-Lines]");
+    // Keywords, names that start with a digit or hold a character a plain name cannot.
+    for (const std::string name : {"Order", "group", "Order-Lines", "it's", "1st"})
+        EXPECT_EQ(BracketIdentifier(name), "[" + name + "]");
     EXPECT_EQ(BracketIdentifier("a]b"), "[a]]b]");
-    EXPECT_EQ(BracketIdentifier("it's"), "[it's]");
-    EXPECT_EQ(BracketIdentifier("1st"), "[1st]");
-    EXPECT_EQ(BracketIdentifier("Straße"), "Straße");
-    EXPECT_EQ(BracketIdentifier("[Order]"), "[Order]");
-    EXPECT_EQ(BracketIdentifier("*"), "*");
-    EXPECT_EQ(BracketIdentifier(""), "");
-
+    // Plain names, names in brackets already, "*" and nothing are left as they are.
+    for (const std::string name : {"Orders", "Straße", "[Order]", "*", ""})
+        EXPECT_EQ(BracketIdentifier(name), name);
     EXPECT_EQ(UnbracketIdentifier(" [a]]b] "), "a]b");
     EXPECT_EQ(SplitQualifiedName("dbo.[Order Details].[x.y]"),
               (std::vector<std::string>{"dbo", "Order Details", "x.y"}));

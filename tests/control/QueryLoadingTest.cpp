@@ -93,16 +93,15 @@ TEST(QueryLoadingTest, MissingTablesAreReportedOnceAndTheirDependantsDropped) {
   </FIXED_FILTERS>
 </SQLQuery>)");
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "SQL Server connection");
     // An embedded database file has no server to name; the missing names come as details.
-    EXPECT_EQ(h.box->shown()[0].strText,
-              QString::fromStdString("One or more tables used in the original SQL query are not "
-                                     "in database " +
-                                     SampleDatabasePath() + "."));
+    EXPECT_EQ(BoxOf(h.box->shown()[0]),
+              (Box{"SQL Server connection",
+                   QString::fromStdString("One or more tables used in the original SQL query are "
+                                          "not in database " +
+                                          SampleDatabasePath() + "."),
+                   MessageIcon::Critical, MessageButtons::Ok}));
     EXPECT_EQ(h.box->shown()[0].strDetails, "Tables left out:\ndbo.Invoices\ndbo.Payments");
     EXPECT_EQ(h.control().missingTables(), (QStringList{"dbo.Invoices", "dbo.Payments"}));
-    EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Critical);
-    EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::Ok);
     // The report comes before the busy pointer is restored, and the pointer is restored after.
     EXPECT_EQ(h.box->busyDepths, std::vector<int>{1});
     EXPECT_EQ(h.busy->lngDepth(), 0);

@@ -67,6 +67,8 @@ std::function<void(QDialog&)> readViewer(Shown& shown, int column = 0) {
     };
 }
 
+const QStringList kViewer{"marovin::frmViewQueryResults"};
+
 std::function<void(QDialog&)> typeValues(const QStringList& values) {
     return [values](QDialog& dialog) {
         const auto fields = dialog.findChildren<QLineEdit*>("txtValue");
@@ -85,12 +87,10 @@ TEST(SqlPaneTest, TheSyntaxCheckShowsTheServersAnswer) {
     h.load(ordersWhere("Orders.ShipCountry = 'Germany'"));
     h.clickButton("cmdCheckSQLSyntax");
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "Check syntax SQL Query");
-    EXPECT_EQ(h.box->shown()[0].strText, "Syntax SQL Query correct");
-    EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Exclamation);
+    EXPECT_EQ(BoxOf(h.box->shown()[0]), (Box{"Check syntax SQL Query", "Syntax SQL Query correct",
+                                             MessageIcon::Exclamation, MessageButtons::Ok}));
     // The busy pointer is off again while the answer is read.
-    ASSERT_EQ(h.box->busyDepths.size(), 1u);
-    EXPECT_EQ(h.box->busyDepths[0], 0);
+    EXPECT_EQ(h.box->busyDepths, std::vector<int>{0});
 
     h.load(ordersWhere("Orders.NoSuchColumn = 1"));
     h.box->clear();
@@ -99,13 +99,12 @@ TEST(SqlPaneTest, TheSyntaxCheckShowsTheServersAnswer) {
     EXPECT_TRUE(h.box->shown()[0].strText.startsWith("Syntax error:\r\n"))
         << h.box->shown()[0].strText.toStdString();
     EXPECT_TRUE(h.box->shown()[0].strText.contains("NoSuchColumn"));
-}
 
-TEST(SqlPaneTest, ParameterMarkersPassTheCheckAsStringLiterals) {
-    ControlHarness h;
+    // Parameter markers pass the check as string literals.
     h.control().setColParameters(
         std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Year"}));
     h.load(ordersWhere("Orders.OrderID > <[Year]>"));
+    h.box->clear();
     h.control().CheckSQLSyntax();
     ASSERT_EQ(h.box->shown().size(), 1u);
     EXPECT_EQ(h.box->shown()[0].strText, "Syntax SQL Query correct");
@@ -120,9 +119,8 @@ TEST(SqlPaneTest, AStatementWithoutSelectIsNotSent) {
     h.control().CheckSQLSyntax();
     h.control().FireQuery();
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "Check syntax SQL Query");
-    EXPECT_EQ(h.box->shown()[0].strText, "SELECT clause lacking");
-    EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Exclamation);
+    EXPECT_EQ(BoxOf(h.box->shown()[0]), (Box{"Check syntax SQL Query", "SELECT clause lacking",
+                                             MessageIcon::Exclamation, MessageButtons::Ok}));
     EXPECT_FALSE(driver.ran());
 }
 
@@ -130,25 +128,16 @@ TEST(SqlPaneTest, ACrossJoinIsPreviewedOnlyAfterYes) {
     ControlHarness h;
     h.load(kCrossJoin);
     Shown shown;
-    {
-        ModalDriver driver(readViewer(shown));
-        h.box->QueueAnswer(MessageAnswer::No);
-        h.clickButton("cmdFireQuery");
-        EXPECT_FALSE(driver.ran());
-    }
+    h.box->QueueAnswer(MessageAnswer::No);
+    EXPECT_TRUE(RunDialog(readViewer(shown), [&] { h.clickButton("cmdFireQuery"); }).isEmpty());
     ASSERT_EQ(h.box->shown().size(), 1u);
     EXPECT_EQ(h.box->shown()[0].strCaption, "Fire Query");
     EXPECT_EQ(h.box->shown()[0].strText,
               "There are CROSS JOIN's in the query. Do you want to continue?");
     EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::YesNo);
 
-    {
-        ModalDriver driver(readViewer(shown));
-        h.box->QueueAnswer(MessageAnswer::Yes);
-        h.control().FireQuery();
-        ASSERT_TRUE(driver.ran());
-        EXPECT_EQ(driver.dialogClass(), "marovin::frmViewQueryResults");
-    }
+    h.box->QueueAnswer(MessageAnswer::Yes);
+    ASSERT_EQ(RunDialog(readViewer(shown), [&] { h.control().FireQuery(); }), kViewer);
     EXPECT_EQ(h.box->shown().size(), 2u);
     // No setting: at most 50 rows, and the viewer is handed 50 as its limit.
     EXPECT_EQ(shown.rows, 50);
@@ -170,12 +159,11 @@ TEST(SqlPaneTest, ThePreviewFetchesAsManyRowsAsTheSettingSays) {
         ControlHarness h(settings);
         h.load(kCrossJoin);
         h.box->QueueAnswer(MessageAnswer::Yes);
+        SCOPED_TRACE(setting.toStdString());
         Shown shown;
-        ModalDriver driver(readViewer(shown));
-        h.control().FireQuery();
-        ASSERT_TRUE(driver.ran()) << setting.toStdString();
-        EXPECT_EQ(shown.rows, expected) << setting.toStdString();
-        EXPECT_EQ(shown.limit, limit) << setting.toStdString();
+        ASSERT_EQ(RunDialog(readViewer(shown), [&] { h.control().FireQuery(); }), kViewer);
+        EXPECT_EQ(shown.rows, expected);
+        EXPECT_EQ(shown.limit, limit);
     }
 }
 
@@ -192,12 +180,9 @@ TEST(SqlPaneTest, ParameterValuesAreAskedForAndPutInPlace) {
         country = std::string(any->Fields(0).AsText());
     }
     Shown shown;
-    {
-        ModalDriver driver({typeValues({QString::fromStdString(country)}), readViewer(shown, 1)});
-        h.control().FireQuery();
-        EXPECT_EQ(driver.dialogClasses(),
-                  (QStringList{"marovin::frmParameterValues", "marovin::frmViewQueryResults"}));
-    }
+    EXPECT_EQ(RunDialogs({typeValues({QString::fromStdString(country)}), readViewer(shown, 1)},
+                         [&] { h.control().FireQuery(); }),
+              (QStringList{"marovin::frmParameterValues", "marovin::frmViewQueryResults"}));
     ASSERT_GT(shown.rows, 0);
     for (const QString& value : shown.column)
         EXPECT_EQ(value.toStdString(), country);
@@ -205,13 +190,8 @@ TEST(SqlPaneTest, ParameterValuesAreAskedForAndPutInPlace) {
     EXPECT_NE(h.control().strSQL().find("<[Country]>"), std::string::npos);
 
     // Cancelling the values ends the preview silently.
-    {
-        ModalDriver driver([](QDialog& dialog) {
-            QTest::mouseClick(dialog.findChild<QPushButton*>("CancelButton"), Qt::LeftButton);
-        });
-        h.control().FireQuery();
-        EXPECT_EQ(driver.dialogClasses(), QStringList{"marovin::frmParameterValues"});
-    }
+    EXPECT_EQ(RunDialog(PressButton("CancelButton"), [&] { h.control().FireQuery(); }),
+              QStringList{"marovin::frmParameterValues"});
     EXPECT_TRUE(h.box->shown().empty());
 }
 
@@ -220,9 +200,7 @@ TEST(SqlPaneTest, FailuresAreShownAndNoViewerOpens) {
         ControlHarness h;
         h.load(ordersWhere("Orders.NoSuchColumn = 1"));
         Shown shown;
-        ModalDriver driver(readViewer(shown));
-        h.control().FireQuery();
-        EXPECT_FALSE(driver.ran());
+        EXPECT_TRUE(RunDialog(readViewer(shown), [&] { h.control().FireQuery(); }).isEmpty());
         ASSERT_EQ(h.box->shown().size(), 1u);
         EXPECT_EQ(h.box->shown()[0].strCaption, "Fire query to database");
         EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Critical);
@@ -238,9 +216,7 @@ TEST(SqlPaneTest, FailuresAreShownAndNoViewerOpens) {
         h.load(ordersWhere(QString()));
         std::remove(path.c_str());
         Shown shown;
-        ModalDriver driver(readViewer(shown));
-        h.control().FireQuery();
-        EXPECT_FALSE(driver.ran());
+        EXPECT_TRUE(RunDialog(readViewer(shown), [&] { h.control().FireQuery(); }).isEmpty());
         h.control().CheckSQLSyntax();
         ASSERT_EQ(h.box->shown().size(), 2u);
         EXPECT_EQ(h.box->shown()[0].strText, "Problems connecting to database");
@@ -257,15 +233,15 @@ TEST(SqlPaneTest, ALongQueryIsCancelledAndTheWidgetIsUsableAtOnce) {
                        "1 FROM n WHERE i < 100000000000) SELECT i FROM n WHERE i = 100000000000)"));
     ASSERT_NE(h.control().strSQL().find("WHERE\r\n"), std::string::npos) << h.control().strSQL();
     bool cancelled = false;
-    {
-        ModalDriver driver([&](QDialog& busy) {
-            ASSERT_EQ(busy.objectName(), "dlgBusy");
-            cancelled = true;
-            QTest::mouseClick(busy.findChild<QPushButton*>("cmdCancelWork"), Qt::LeftButton);
-        });
-        h.clickButton("cmdFireQuery");
-        EXPECT_EQ(driver.dialogClasses().size(), 1);
-    }
+    EXPECT_EQ(RunDialog(
+                  [&](QDialog& busy) {
+                      ASSERT_EQ(busy.objectName(), "dlgBusy");
+                      cancelled = true;
+                      PressButton("cmdCancelWork")(busy);
+                  },
+                  [&] { h.clickButton("cmdFireQuery"); })
+                  .size(),
+              1);
     ASSERT_TRUE(cancelled);
     // Coming back at all proves the cancel: the statement runs for hours otherwise.
     EXPECT_TRUE(h.box->shown().empty());
@@ -276,8 +252,6 @@ TEST(SqlPaneTest, ALongQueryIsCancelledAndTheWidgetIsUsableAtOnce) {
     EXPECT_NE(h.control().strSQL().find("Orders.Freight"), std::string::npos);
     h.load(ordersWhere("Orders.OrderID > 0"));
     Shown shown;
-    ModalDriver driver(readViewer(shown));
-    h.control().FireQuery();
-    EXPECT_TRUE(driver.ran());
+    EXPECT_EQ(RunDialog(readViewer(shown), [&] { h.control().FireQuery(); }), kViewer);
     EXPECT_GT(shown.rows, 0);
 }

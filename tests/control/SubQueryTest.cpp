@@ -35,20 +35,6 @@ void click(QWidget* widget) {
     QTest::mouseClick(widget, Qt::LeftButton, {}, widget->rect().center());
 }
 
-// Places a table in the nested editor the way a user does: select the entry, click "Add table".
-void placeIn(uscMarovin* editor, const QString& entry) {
-    PlaceTable(*editor, entry);
-}
-
-// Double-clicks a column of a box in the nested editor's diagram.
-void chooseIn(uscMarovin* editor, const QString& alias, const QString& column) {
-    auto* diagram = editor->findChild<dvTablesAndJoins*>("dvTablesAndJoins");
-    const QPoint at = diagram->columnPoint(alias, column);
-    if (at.x() < 0)
-        throw std::runtime_error("no column " + column.toStdString());
-    QTest::mouseDClick(diagram->view()->viewport(), Qt::LeftButton, {}, at);
-}
-
 // Replaces the name with typed keys.
 void typeName(QDialog& dialog, const QString& name) {
     QLineEdit* field = nameField(dialog);
@@ -63,9 +49,9 @@ void defineRecent(ControlHarness& h) {
     ModalDriver driver([](QDialog& dialog) {
         uscMarovin* editor = nestedEditor(dialog);
         ASSERT_NE(editor, nullptr);
-        placeIn(editor, "dbo.Orders");
-        chooseIn(editor, "Orders", "OrderID");
-        chooseIn(editor, "Orders", "CustomerID");
+        PlaceTable(*editor, "dbo.Orders");
+        ChooseColumn(*editor, "Orders", "OrderID");
+        ChooseColumn(*editor, "Orders", "CustomerID");
         typeName(dialog, "Recent");
         click(dialogButton(dialog, "cmdOk"));
     });
@@ -203,7 +189,7 @@ TEST(SubQueryTest, CancelAfterEditsAsksAndNoKeepsTheDialogWhileYesLeavesTheSubQu
         // The copy shows the sub-query as it was defined.
         EXPECT_EQ(editor->strSQL(), kRecentSql);
         EXPECT_EQ(nameField(dialog)->text(), "Recent");
-        chooseIn(editor, "Orders", "Freight");
+        ChooseColumn(*editor, "Orders", "Freight");
         typeName(dialog, "Other");
         h.box->QueueAnswer(MessageAnswer::No);
         click(dialogButton(dialog, "cmdCancel"));
@@ -242,7 +228,7 @@ TEST(SubQueryTest, OkAfterAnotherEditReplacesTheSubQueryAndLeavesTheOldObjectUnt
     h.box->clear();
 
     ModalDriver driver([](QDialog& dialog) {
-        chooseIn(nestedEditor(dialog), "Orders", "Freight");
+        ChooseColumn(*nestedEditor(dialog), "Orders", "Freight");
         typeName(dialog, "Freights");
         click(dialogButton(dialog, "cmdOk"));
     });
@@ -326,7 +312,7 @@ TEST(SubQueryTest, EditingAPlacedSubQueryChangesTheStatementThatUsesIt) {
     h.placeTable("Sub query: Recent");
     h.chooseColumn("Recent", "OrderID");
     ModalDriver driver([](QDialog& dialog) {
-        chooseIn(nestedEditor(dialog), "Orders", "Freight");
+        ChooseColumn(*nestedEditor(dialog), "Orders", "Freight");
         click(dialogButton(dialog, "cmdOk"));
     });
     h.clickButton("cmdSubQueries");

@@ -15,14 +15,6 @@
 using namespace marovin;
 using namespace marovin::test;
 
-namespace {
-
-QStringList listEntries(ControlHarness& h) {
-    return h.tableEntries();
-}
-
-} // namespace
-
 TEST(TablesPaneTest, ChoosingAColumnAddsARowRaisesChangedThenShowsTheNewSql) {
     ControlHarness h;
     h.placeTable("dbo.Orders");
@@ -139,13 +131,13 @@ TEST(TablesPaneTest, ViewsAreListedOnlyWhileTheBoxIsTicked) {
     EXPECT_TRUE(h.control().DatabaseObject()->blnIncludeViews());
     EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemTables());
     EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemViews());
-    EXPECT_TRUE(listEntries(h).contains("dbo.Current Product List"));
-    EXPECT_TRUE(listEntries(h).contains("dbo.Orders"));
+    EXPECT_TRUE(h.tableEntries().contains("dbo.Current Product List"));
+    EXPECT_TRUE(h.tableEntries().contains("dbo.Orders"));
     QCheckBox* views = h.checkBox("chkAlsoListViews");
     QTest::mouseClick(views, Qt::LeftButton, {}, QPoint(5, views->height() / 2));
     EXPECT_FALSE(views->isChecked());
-    EXPECT_FALSE(listEntries(h).contains("dbo.Current Product List"));
-    EXPECT_TRUE(listEntries(h).contains("dbo.Orders"));
+    EXPECT_FALSE(h.tableEntries().contains("dbo.Current Product List"));
+    EXPECT_TRUE(h.tableEntries().contains("dbo.Orders"));
     EXPECT_FALSE(h.control().DatabaseObject()->blnIncludeViews());
     EXPECT_TRUE(h.control().DatabaseObject()->blnExcludeSystemViews());
 
@@ -162,12 +154,21 @@ TEST(TablesPaneTest, ViewsAreListedOnlyWhileTheBoxIsTicked) {
     EXPECT_EQ(h.changed, 0); // the list options do not change the query
 }
 
+namespace {
+
+const Box kLoopRefused{"Add join", "Loops not allowed in join-schema.", MessageIcon::Exclamation,
+                       MessageButtons::Ok};
+
+void placeFour(ControlHarness& h) {
+    for (const char* table : {"dbo.Orders", "dbo.Customers", "dbo.Employees", "dbo.Shippers"})
+        h.placeTable(table);
+}
+
+} // namespace
+
 TEST(TablesPaneTest, JoinsAreAcceptedUnlessBothTablesAreJoinedAlready) {
     ControlHarness h;
-    h.placeTable("dbo.Orders");
-    h.placeTable("dbo.Customers");
-    h.placeTable("dbo.Employees");
-    h.placeTable("dbo.Shippers");
+    placeFour(h);
     h.chooseColumn("Customers", "CompanyName");
     h.changed = 0;
 
@@ -196,30 +197,25 @@ TEST(TablesPaneTest, JoinsAreAcceptedUnlessBothTablesAreJoinedAlready) {
     h.dragJoin("Customers", "City", "Employees", "City");
     EXPECT_EQ(h.diagram()->joinCount(), 3);
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "Add join");
-    EXPECT_EQ(h.box->shown()[0].strText, "Loops not allowed in join-schema.");
-    EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Exclamation);
-    EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::Ok);
+    EXPECT_EQ(BoxOf(h.box->shown()[0]), kLoopRefused);
     EXPECT_EQ(h.query->JoinConditions()->Count(), 2);
 }
 
 TEST(TablesPaneTest, TwoSeparatePairsCannotBeJoinedToEachOther) {
     ControlHarness h;
-    for (const char* table : {"dbo.Orders", "dbo.Customers", "dbo.Employees", "dbo.Shippers"})
-        h.placeTable(table);
+    placeFour(h);
     ASSERT_TRUE(
         h.diagram()->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
     ASSERT_TRUE(h.diagram()->AddJoin("Employees", "Title", "Shippers", "CompanyName", "Left Join"));
     h.dragJoin("Customers", "CompanyName", "Employees", "LastName");
     EXPECT_EQ(h.diagram()->joinCount(), 2);
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strText, "Loops not allowed in join-schema.");
+    EXPECT_EQ(BoxOf(h.box->shown()[0]), kLoopRefused);
 }
 
 TEST(TablesPaneTest, ARepeatedPairIsRefusedWhenBothTablesWereJoinedElsewhereSinceItsLastJoin) {
     ControlHarness h;
-    for (const char* table : {"dbo.Orders", "dbo.Customers", "dbo.Employees", "dbo.Shippers"})
-        h.placeTable(table);
+    placeFour(h);
     ASSERT_TRUE(
         h.diagram()->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
     // After Orders-Customers, only Orders takes part in the next join: a second pair between
@@ -239,7 +235,7 @@ TEST(TablesPaneTest, ARepeatedPairIsRefusedWhenBothTablesWereJoinedElsewhereSinc
     h.dragJoin("Orders", "ShipCountry", "Customers", "Country");
     EXPECT_EQ(h.diagram()->joinCount(), 3);
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strText, "Loops not allowed in join-schema.");
+    EXPECT_EQ(BoxOf(h.box->shown()[0]), kLoopRefused);
 }
 
 TEST(TablesPaneTest, JoinsOfOtherTypeOrDirectionStaySeparate) {
@@ -292,9 +288,12 @@ TEST(TablesPaneTest, RemovingATableAsksAndTakesItsRowsItemsAndConditionsAlong) {
     ASSERT_EQ(h.diagram()->joinCount(), 1);
 
     // Answering No keeps everything.
+    auto clickClose = [&h] {
+        QTest::mouseClick(h.diagram()->view()->viewport(), Qt::LeftButton, {},
+                          h.diagram()->closeButtonPoint("Customers"));
+    };
     h.box->QueueAnswer(MessageAnswer::No);
-    QTest::mouseClick(h.diagram()->view()->viewport(), Qt::LeftButton, {},
-                      h.diagram()->closeButtonPoint("Customers"));
+    clickClose();
     ASSERT_EQ(h.box->shown().size(), 1u);
     EXPECT_EQ(h.box->shown()[0].strCaption, "Remove a Table");
     EXPECT_EQ(h.box->shown()[0].strText,
@@ -305,8 +304,7 @@ TEST(TablesPaneTest, RemovingATableAsksAndTakesItsRowsItemsAndConditionsAlong) {
     EXPECT_EQ(h.rows(), 3);
 
     h.box->QueueAnswer(MessageAnswer::Yes);
-    QTest::mouseClick(h.diagram()->view()->viewport(), Qt::LeftButton, {},
-                      h.diagram()->closeButtonPoint("Customers"));
+    clickClose();
     EXPECT_FALSE(h.diagram()->hasTable("Customers"));
     EXPECT_EQ(h.diagram()->joinCount(), 0);
     ASSERT_EQ(h.rows(), 2);
@@ -439,8 +437,7 @@ TEST(TablesPaneTest, ANameWithTwoDotsGetsItsLastPartAsAlias) {
 
 TEST(TablesPaneTest, JoinsDrawnFromANewTableOntoAJoinedOneGiveAStatementSQLiteRuns) {
     ControlHarness h;
-    for (const char* table : {"dbo.Orders", "dbo.Customers", "dbo.Employees", "dbo.Shippers"})
-        h.placeTable(table);
+    placeFour(h);
     h.chooseColumn("Customers", "CompanyName");
     h.chooseColumn("Employees", "LastName");
     h.chooseColumn("Shippers", "CompanyName");
@@ -481,16 +478,13 @@ TEST(TablesPaneTest, TheSearchFieldFiltersTheListAndPlacesWhatItShows) {
     ASSERT_NE(count, nullptr);
     const int total = static_cast<int>(h.tableEntries().size());
     EXPECT_EQ(count->text(), QString("%1 tables").arg(total));
-    auto shown = [&h] {
-        return h.tableEntries();
-    };
 
     // Ctrl+F reaches the field from anywhere in the control; typing filters, ignoring case.
     h.grid()->setFocus();
     QTest::keyClick(h.grid(), Qt::Key_F, Qt::ControlModifier);
     ASSERT_EQ(QApplication::focusWidget(), search);
     QTest::keyClicks(search, "TERRIT");
-    EXPECT_EQ(shown(), (QStringList{"dbo.EmployeeTerritories", "dbo.Territories"}));
+    EXPECT_EQ(h.tableEntries(), (QStringList{"dbo.EmployeeTerritories", "dbo.Territories"}));
     EXPECT_EQ(count->text(), QString("2 of %1").arg(total));
 
     // Enter places the first entry shown; Down moves into the list, where Enter places too.
@@ -511,7 +505,7 @@ TEST(TablesPaneTest, TheSearchFieldFiltersTheListAndPlacesWhatItShows) {
     EXPECT_EQ(h.diagram()->tableAliases().size(), placed);
     // Escape clears the search and shows everything again.
     QTest::keyClick(search, Qt::Key_Escape);
-    EXPECT_EQ(shown().size(), total);
+    EXPECT_EQ(h.tableEntries().size(), total);
 }
 
 TEST(TablesPaneTest, PlacedTablesJoinAlongTheirForeignKeysUnlessSwitchedOff) {
