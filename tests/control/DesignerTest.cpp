@@ -424,43 +424,26 @@ TEST(DesignerTest, SaveAsAddsTheDocumentSuffixToANameTypedWithoutOne) {
     const QString typed = dir.filePath("freight by city");
     d.activate();
     bool dialogSeen = false;
-    QStringList unexpected;
     // Fills in the dialog once it is up; anything else that comes up is noted and closed, so a
     // failure cannot hang the test.
-    QTimer driver;
-    int ticks = 0;
-    QObject::connect(&driver, &QTimer::timeout, [&] {
-        QWidget* modal = QApplication::activeModalWidget();
-        if (!modal) {
-            if (++ticks > 200)
-                driver.stop();
-            return;
-        }
-        auto* dialog = qobject_cast<QFileDialog*>(modal);
-        if (!dialog || dialogSeen) {
-            unexpected << modal->objectName() + ": " + modal->property("text").toString();
-            if (auto* other = qobject_cast<QDialog*>(modal))
-                other->reject();
-            return;
-        }
-        dialogSeen = dialog->objectName() == "saveAsDialog";
-        auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
-        if (!dialogSeen || !name) {
-            dialog->reject();
-            return;
-        }
-        dialog->setDirectory(dir.path());
-        name->setFocus();
-        name->clear();
-        QTest::keyClicks(name, QFileInfo(typed).fileName());
-        // Return from a timer of its own: whatever Return opens must find this one free.
-        QTimer::singleShot(0, name, [name] { QTest::keyClick(name, Qt::Key_Return); });
-    });
-    driver.start(20);
-    QTest::keyClick(d.window.get(), Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
-    driver.stop();
+    const QStringList dialogs = RunDialog(
+        [&](QDialog& dialog) {
+            auto* name = dialog.findChild<QLineEdit*>("fileNameEdit");
+            dialogSeen = dialog.objectName() == "saveAsDialog" && name;
+            if (!dialogSeen)
+                return;
+            qobject_cast<QFileDialog*>(&dialog)->setDirectory(dir.path());
+            name->setFocus();
+            name->clear();
+            QTest::keyClicks(name, QFileInfo(typed).fileName());
+            // Return from a timer of its own: whatever Return opens must find this one free.
+            QTimer::singleShot(0, name, [name] { QTest::keyClick(name, Qt::Key_Return); });
+        },
+        [&] {
+            QTest::keyClick(d.window.get(), Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+        });
     ASSERT_TRUE(dialogSeen);
-    EXPECT_TRUE(unexpected.isEmpty()) << unexpected.join('\n').toStdString();
+    EXPECT_EQ(dialogs, QStringList{"QFileDialog"});
     EXPECT_EQ(d.window->strFileName(), typed + ".xml");
     EXPECT_TRUE(QFile::exists(typed + ".xml"));
     EXPECT_FALSE(QFile::exists(typed));

@@ -53,12 +53,13 @@ std::vector<std::string> editEverything(ControlHarness& h) {
         QTest::keyClick(combo, Qt::Key_Return);
     });
     step([&] {
-        ModalDriver driver([](QDialog& dialog) {
-            auto* editor = dialog.findChild<QPlainTextEdit*>("txtCondition");
-            editor->setPlainText("Customers.Country = 'Germany'");
-            QTest::mouseClick(dialog.findChild<QPushButton*>("OKButton"), Qt::LeftButton);
-        });
-        h.clickButton("cmdAddCondition");
+        RunDialog(
+            [](QDialog& dialog) {
+                dialog.findChild<QPlainTextEdit*>("txtCondition")
+                    ->setPlainText("Customers.Country = 'Germany'");
+                PressButton("OKButton")(dialog);
+            },
+            [&] { h.clickButton("cmdAddCondition"); });
     });
     step([&] {
         QTest::mouseClick(h.checkBox("chkUniqueRecords"), Qt::LeftButton, {}, QPoint(5, 5));
