@@ -10,6 +10,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <marovin/DbCancellation.h>
 #include <marovin/DbForeignKey.h>
 #include <marovin/cDbConnection.h>
 #include <marovin/cRecordset.h>
@@ -72,6 +73,58 @@ inline std::vector<std::string> splitCommas(const std::string& list) {
         start = comma + 1;
     }
     return items;
+}
+
+// What ListTables hands over: the parts, and whether it succeeded with which error.
+struct Listing {
+    bool ok = false;
+    std::string error;
+    std::vector<std::vector<DbSession::TableRow>> parts;
+
+    std::vector<DbSession::TableRow> rows() const {
+        std::vector<DbSession::TableRow> all;
+        for (const auto& part : parts)
+            all.insert(all.end(), part.begin(), part.end());
+        return all;
+    }
+};
+
+inline Listing listTables(const cDbConnection& db, DbCancellation* cancellation = nullptr) {
+    Listing listing;
+    listing.error = "left over";
+    listing.ok = db.ListTables(
+        [&listing](std::vector<DbSession::TableRow>&& part) {
+            listing.parts.push_back(std::move(part));
+        },
+        listing.error, cancellation);
+    return listing;
+}
+
+// The descriptors of this process open on the file (while the session, if any, is open).
+inline int openDescriptorsOn(const std::string& path, std::unique_ptr<DbSession> = nullptr) {
+    int count = 0;
+    std::error_code ec;
+    const auto target = std::filesystem::weakly_canonical(path, ec);
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ec)) {
+        std::error_code linkError;
+        if (std::filesystem::read_symlink(entry.path(), linkError) == target && !linkError)
+            ++count;
+    }
+    return count;
+}
+
+// Every service of a connection that cannot be opened answers with its fixed empty answer.
+inline void expectNoConnection(const cDbConnection& db) {
+    EXPECT_EQ(db.GetConnection(), nullptr);
+    EXPECT_FALSE(db.Check(true));
+    EXPECT_EQ(db.GetListOfTables(), "");
+    EXPECT_EQ(db.GetListOfFields("dbo.Orders", true), "");
+    EXPECT_FALSE(db.IsTheFieldInTheTable("OrderID", "dbo.Orders"));
+    EXPECT_TRUE(db.GetForeignKeys("dbo.Orders").empty());
+    EXPECT_EQ(db.CheckSQLSyntax("SELECT 1"), "");
+    std::string error = "left over";
+    EXPECT_EQ(db.FireQuery("SELECT 1", error, 10), nullptr);
+    EXPECT_EQ(error, "Problems connecting to database");
 }
 
 // A loopback port on which nothing listens (one the system just handed out and took back).

@@ -269,20 +269,14 @@ TEST(ForeignKeyRows, TheOwnKeysComeFirstAndAKeyOnBothSidesOnce) {
               }));
 }
 
+// A connection without a file name, and one with an unknown provider. (A missing file and one that
+// is no database answer every service empty, the keys too, in SqliteFailures.)
 TEST(ForeignKeysWithoutADatabase, EveryFailureGivesAnEmptyList) {
     test::TempDir dir;
-    const std::string text = dir.file("not-a-database.sqlite");
     test::writeSqlite(dir.file("ok.sqlite"), kKeysScript);
-    {
-        std::ofstream out(text);
-        out << "This is not an SQLite file, and long enough to have a header to read.\n";
-    }
-    for (const std::string& path : {dir.file("missing.sqlite"), text, std::string()}) {
-        cDbConnection db = sqliteConnection(path);
-        std::vector<DbForeignKey> keys{DbForeignKey{}};
-        EXPECT_NO_THROW(keys = db.GetForeignKeys("dbo.Child")) << path;
-        EXPECT_TRUE(keys.empty()) << path;
-    }
+    std::vector<DbForeignKey> keys{DbForeignKey{}};
+    EXPECT_NO_THROW(keys = sqliteConnection("").GetForeignKeys("dbo.Child"));
+    EXPECT_TRUE(keys.empty());
     cDbConnection unknown = sqliteConnection(dir.file("ok.sqlite"));
     ASSERT_EQ(unknown.GetForeignKeys("dbo.Child").size(), 1u);
     unknown.setStrProvider("NoSuchProvider");

@@ -19,24 +19,14 @@ namespace {
 using test::rowTexts;
 using test::sqliteConnection;
 
-std::vector<std::string> listed(const cDbConnection& db) {
-    std::vector<DbSession::TableRow> rows;
-    std::string error;
-    const bool ok = db.ListTables(
-        [&rows](std::vector<DbSession::TableRow>&& part) {
-            rows.insert(rows.end(), part.begin(), part.end());
-        },
-        error, nullptr);
-    EXPECT_TRUE(ok) << error;
-    return rowTexts(rows);
-}
-
 // The file's rows read from its pages, and the same from SQLite's listing.
 void expectSameAsListing(const std::string& path) {
     const cDbConnection db = sqliteConnection(path);
     const auto fromFile = db.GetTablesFromFile();
     ASSERT_TRUE(fromFile.has_value()) << path;
-    EXPECT_EQ(rowTexts(*fromFile), listed(db)) << path;
+    const test::Listing listing = test::listTables(db);
+    EXPECT_TRUE(listing.ok) << listing.error;
+    EXPECT_EQ(rowTexts(*fromFile), rowTexts(listing.rows())) << path;
 }
 
 // A script that creates n tables, a view and an index per ten tables, and a trigger.
