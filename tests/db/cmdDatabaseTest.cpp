@@ -68,56 +68,55 @@ TEST_F(DatabaseCommands, TablesListingOptions) {
         << system.out;
 }
 
-TEST_F(DatabaseCommands, ColumnsPlainAndQualified) {
-    Outcome plain = run("columns", {"Order Details", "--sqlite", s_path});
-    ASSERT_EQ(plain.code, 0) << plain.err;
-    EXPECT_EQ(plain.out, "OrderID\nProductID\nUnitPrice\nQuantity\nDiscount\n");
-    Outcome qualified = run("columns", {"--qualified", "dbo.Order Details", "--sqlite", s_path});
-    EXPECT_EQ(qualified.out, "dbo.Order Details.OrderID\ndbo.Order Details.ProductID\n"
-                             "dbo.Order Details.UnitPrice\ndbo.Order Details.Quantity\n"
-                             "dbo.Order Details.Discount\n");
-    Outcome raw = run("columns", {"dbo.Shippers", "--raw", "--sqlite", s_path});
-    EXPECT_EQ(raw.out, "ShipperID,CompanyName,Phone\n");
-    Outcome missing = run("columns", {"dbo.Nope", "--sqlite", s_path});
-    EXPECT_EQ(missing.code, 1);
-    EXPECT_EQ(missing.out, "");
-    EXPECT_EQ(missing.err, "marovin: columns: no columns found for dbo.Nope\n");
-}
-
-TEST_F(DatabaseCommands, ForeignKeysPrintsOneKeyPerLine) {
-    Outcome r = run("foreign-keys", {"dbo.[Order Details]", "--sqlite", s_path});
-    ASSERT_EQ(r.code, 0) << r.err;
-    EXPECT_EQ(r.err, "");
-    EXPECT_EQ(r.out, "dbo.Order Details(OrderID) -> dbo.Orders(OrderID)\n"
-                     "dbo.Order Details(ProductID) -> dbo.Products(ProductID)\n");
-    // A table without keys prints nothing and succeeds.
-    Outcome none = run("foreign-keys", {"dbo.Order Subtotals", "--sqlite", s_path});
-    EXPECT_EQ(none.code, 0) << none.err;
-    EXPECT_EQ(none.out, "");
-    EXPECT_EQ(run("foreign-keys", {"--sqlite", s_path}).code, 2);
-    Outcome missing = run("foreign-keys", {"Orders", "--sqlite", s_dir->file("missing.sqlite")});
-    EXPECT_EQ(missing.code, 1);
-    EXPECT_TRUE(missing.err.starts_with("Problems connecting to database\n")) << missing.err;
-}
-
-TEST_F(DatabaseCommands, FieldInAnswersTrueOrFalse) {
-    Outcome yes = run("fieldin", {"dbo.Orders.Freight", "dbo.Orders", "--sqlite", s_path});
-    EXPECT_EQ(yes.code, 0);
-    EXPECT_EQ(yes.out, "True\n");
-    Outcome no = run("fieldin", {"freight", "dbo.Orders", "--sqlite", s_path});
-    EXPECT_EQ(no.code, 1);
-    EXPECT_EQ(no.out, "False\n");
-    EXPECT_EQ(run("fieldin", {"Freight", "--sqlite", s_path}).code, 2);
-}
-
-TEST_F(DatabaseCommands, CheckPrintsTheServicesMessage) {
-    Outcome good = run("check", {"--sql", "SELECT OrderID FROM dbo.Orders", "--sqlite", s_path});
-    EXPECT_EQ(good.code, 0);
-    EXPECT_EQ(good.out, "Syntax SQL Query correct\n");
-    Outcome bad = run("check", {"--sql", "SELECT * FORM dbo.Orders", "--sqlite", s_path});
-    EXPECT_EQ(bad.code, 1);
-    EXPECT_EQ(bad.out, "");
-    EXPECT_EQ(bad.err, "Syntax error:\r\nnear \"FORM\": syntax error\n");
+// Commands on the sample database, with their exit code, output and error output in full.
+TEST_F(DatabaseCommands, EachCommandAnswersWithItsCodeAndText) {
+    const struct {
+        std::vector<std::string> args; // the command and its arguments; "--sqlite" PATH follows
+        int code;
+        const char *out, *err;
+    } cases[] = {
+        {{"columns", "Order Details"},
+         0,
+         "OrderID\nProductID\nUnitPrice\nQuantity\nDiscount\n",
+         ""},
+        {{"columns", "--qualified", "dbo.Order Details"},
+         0,
+         "dbo.Order Details.OrderID\ndbo.Order Details.ProductID\ndbo.Order Details.UnitPrice\n"
+         "dbo.Order Details.Quantity\ndbo.Order Details.Discount\n",
+         ""},
+        {{"columns", "dbo.Shippers", "--raw"}, 0, "ShipperID,CompanyName,Phone\n", ""},
+        {{"columns", "dbo.Nope"}, 1, "", "marovin: columns: no columns found for dbo.Nope\n"},
+        // One key per line; a table without keys prints nothing and succeeds.
+        {{"foreign-keys", "dbo.[Order Details]"},
+         0,
+         "dbo.Order Details(OrderID) -> dbo.Orders(OrderID)\n"
+         "dbo.Order Details(ProductID) -> dbo.Products(ProductID)\n",
+         ""},
+        {{"foreign-keys", "dbo.Order Subtotals"}, 0, "", ""},
+        {{"fieldin", "dbo.Orders.Freight", "dbo.Orders"}, 0, "True\n", ""},
+        {{"fieldin", "freight", "dbo.Orders"}, 1, "False\n", ""},
+        // The check prints the service's message; a failing preview prints the error text.
+        {{"check", "--sql", "SELECT OrderID FROM dbo.Orders"}, 0, "Syntax SQL Query correct\n", ""},
+        {{"check", "--sql", "SELECT * FORM dbo.Orders"},
+         1,
+         "",
+         "Syntax error:\r\nnear \"FORM\": syntax error\n"},
+        {{"preview", "--sql", "SELECT * FROM dbo.Nope"},
+         1,
+         "",
+         "Error\r\n\r\nno such table: dbo.Nope\n"},
+        // Parameter markers become string literals.
+        {{"preview", "--sql", "SELECT <[Country]> AS Name"}, 0, "Name\nCountry\n", ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args[0] + " " + c.args.back());
+        std::vector<std::string> args(c.args.begin() + 1, c.args.end());
+        args.insert(args.end(), {"--sqlite", s_path});
+        const Outcome r = run(c.args[0], args);
+        EXPECT_EQ(r.code, c.code);
+        EXPECT_EQ(r.out, c.out);
+        EXPECT_EQ(r.err, c.err);
+    }
 }
 
 TEST_F(DatabaseCommands, CheckAndPreviewOfAQueryDocument) {
@@ -180,19 +179,6 @@ TEST_F(DatabaseCommands, PreviewWritesCsvOnRequest) {
     EXPECT_NE(bad.err.find("--format is tsv or csv"), std::string::npos) << bad.err;
 }
 
-TEST_F(DatabaseCommands, ParameterMarkersBecomeStringLiterals) {
-    Outcome r = run("preview", {"--sql", "SELECT <[Country]> AS Name", "--sqlite", s_path});
-    ASSERT_EQ(r.code, 0) << r.err;
-    EXPECT_EQ(r.out, "Name\nCountry\n");
-}
-
-TEST_F(DatabaseCommands, PreviewFailuresPrintTheErrorText) {
-    Outcome r = run("preview", {"--sql", "SELECT * FROM dbo.Nope", "--sqlite", s_path});
-    EXPECT_EQ(r.code, 1);
-    EXPECT_EQ(r.out, "");
-    EXPECT_EQ(r.err, "Error\r\n\r\nno such table: dbo.Nope\n");
-}
-
 TEST_F(DatabaseCommands, AMissingDatabaseIsAConnectionProblem) {
     std::string missing = s_dir->file("missing.sqlite");
     Outcome tables = run("tables", {"--sqlite", missing});
@@ -205,7 +191,8 @@ TEST_F(DatabaseCommands, AMissingDatabaseIsAConnectionProblem) {
              {"preview", {"--sql", "SELECT 1", "--sqlite", missing}},
              {"columns", {"Orders", "--sqlite", missing}},
              {"fieldin", {"OrderID", "Orders", "--sqlite", missing}},
-             {"check", {"--sql", "SELECT 1", "--sqlite", missing}}}) {
+             {"check", {"--sql", "SELECT 1", "--sqlite", missing}},
+             {"foreign-keys", {"Orders", "--sqlite", missing}}}) {
         Outcome r = run(command, args);
         EXPECT_EQ(r.code, 1) << command;
         EXPECT_EQ(r.out, "") << command;
@@ -242,6 +229,8 @@ TEST_F(DatabaseCommands, UsageErrors) {
          "marovin: tables: --sqlite PATH names the database file"},
         {"tables", {"--sqlite", s_path, "--user", "sa"}, ""},
         {"tables", {"--sqlite", s_path, "--windows-auth"}, ""},
+        {"foreign-keys", {"--sqlite", s_path}, ""},
+        {"fieldin", {"Freight", "--sqlite", s_path}, ""},
     };
     for (const auto& c : cases) {
         const Outcome r = run(c.command, c.args);
