@@ -13,11 +13,9 @@ namespace marovin {
 namespace {
 
 // A file holding one empty table t.
-class SqliteSession : public ::testing::Test {
+class SqliteSession : public test::SqliteFileTest {
 protected:
-    void SetUp() override { test::writeSqlite(path, "CREATE TABLE t (x integer);"); }
-    test::TempDir dir;
-    const std::string path = dir.file("t.sqlite");
+    void SetUp() override { create("CREATE TABLE t (x integer);"); }
 };
 
 TEST_F(SqliteSession, TheCommandTimeoutInterruptsAnEndlessStatement) {
