@@ -36,14 +36,7 @@ protected:
     }
 
     void expectArranged() {
-        const QStringList aliases = diagram->tableAliases();
-        for (qsizetype i = 0; i < aliases.size(); ++i) {
-            for (qsizetype j = i + 1; j < aliases.size(); ++j) {
-                EXPECT_FALSE(diagram->tableSceneRect(aliases[i])
-                                 .intersects(diagram->tableSceneRect(aliases[j])))
-                    << aliases[i].toStdString() << " and " << aliases[j].toStdString();
-            }
-        }
+        expectNoOverlaps();
         // Every join runs from left to right, the tables of one join in neighbouring columns.
         for (const DiagramJoin& join : diagram->joins()) {
             EXPECT_LT(diagram->tableSceneRect(join.strLeftAlias).right(),

@@ -37,11 +37,32 @@ bool DiagramFixture::place(const QString& alias, const QStringList& columns) {
     return ok;
 }
 
-void DiagramFixture::drag(const QPoint& from, const QPoint& to, Qt::KeyboardModifiers atRelease) {
+void DiagramFixture::placeSample() {
+    place("Customers", {"CustomerID", "CompanyName", "City"});
+    place("Orders", {"OrderID", "CustomerID", "EmployeeID", "ShipCity"});
+    place("Employees", {"EmployeeID", "LastName", "City"});
+}
+
+void DiagramFixture::expectNoOverlaps() {
+    const QStringList aliases = diagram->tableAliases();
+    for (qsizetype i = 0; i < aliases.size(); ++i) {
+        for (qsizetype j = i + 1; j < aliases.size(); ++j) {
+            EXPECT_FALSE(
+                diagram->tableSceneRect(aliases[i]).intersects(diagram->tableSceneRect(aliases[j])))
+                << aliases[i].toStdString() << " and " << aliases[j].toStdString();
+        }
+    }
+}
+
+void DiagramFixture::pressAndMove(const QPoint& from, const QPoint& to) {
     QTest::mousePress(viewport(), Qt::LeftButton, Qt::NoModifier, from);
     constexpr int kSteps = 8;
     for (int i = 1; i <= kSteps; ++i)
         QTest::mouseMove(viewport(), from + (to - from) * i / kSteps);
+}
+
+void DiagramFixture::drag(const QPoint& from, const QPoint& to, Qt::KeyboardModifiers atRelease) {
+    pressAndMove(from, to);
     QTest::mouseRelease(viewport(), Qt::LeftButton, atRelease, to);
 }
 
@@ -116,9 +137,25 @@ void DiagramFixture::key(Qt::Key key, Qt::KeyboardModifiers modifiers) {
     QTest::keyClick(diagram->view(), key, modifiers);
 }
 
+void DiagramFixture::keys(std::initializer_list<Qt::Key> keys, Qt::KeyboardModifiers modifiers) {
+    for (const Qt::Key k : keys)
+        key(k, modifiers);
+}
+
 QString joinText(const QString& leftAlias, const QString& leftColumn, const QString& rightAlias,
                  const QString& rightColumn, const QString& type) {
     return QStringList{leftAlias, leftColumn, rightAlias, rightColumn, type}.join(u'\n');
+}
+
+QString joinsList(const QStringList& joins) {
+    return (QStringList{QString::number(joins.size())} + joins).join(u'\n');
+}
+
+QStringList numberedColumns(int count) {
+    QStringList columns;
+    for (int i = 1; i <= count; ++i)
+        columns << QStringLiteral("Column%1").arg(i);
+    return columns;
 }
 
 } // namespace marovin::testing

@@ -9,6 +9,7 @@
 #include <QTest>
 #include <functional>
 #include <gtest/gtest.h>
+#include <initializer_list>
 #include <marovin/TableDefinition.h>
 #include <marovin/dvTablesAndJoins.h>
 #include <memory>
@@ -23,12 +24,18 @@ protected:
     // Places a table as the query builder does: the n-th table goes to left = 160 n + 50,
     // top = 20, width = 5 * alias length + 120, height = 10 (N - 1) + 100 but at most 300.
     bool place(const QString& alias, const QStringList& columns);
+    // Customers, Orders and Employees, placed in that order: the tables most tests join.
+    void placeSample();
+    // No two boxes overlap.
+    void expectNoOverlaps();
 
     QWidget* viewport() const { return diagram->view()->viewport(); }
     // Press at from, move there in steps, release at to, all with the left button; the
     // modifiers are those held at the release.
     void drag(const QPoint& from, const QPoint& to,
               Qt::KeyboardModifiers atRelease = Qt::NoModifier);
+    // The first half of a drag: press at from and move to to in steps, the button still held.
+    void pressAndMove(const QPoint& from, const QPoint& to);
     void dragColumn(const QString& fromAlias, const QString& fromColumn, const QString& toAlias,
                     const QString& toColumn, Qt::KeyboardModifiers atDrop = Qt::NoModifier);
     void click(const QPoint& at, Qt::MouseButton button = Qt::LeftButton);
@@ -42,6 +49,9 @@ protected:
     // Runs open, which must show a popup menu, and triggers the action with that object name.
     void chooseFromMenu(const std::function<void()>& open, const QString& actionName);
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    // The keys one after another, each with the same modifiers.
+    void keys(std::initializer_list<Qt::Key> keys,
+              Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
     std::unique_ptr<QWidget> window;
     dvTablesAndJoins* diagram = nullptr; // Owned by window.
@@ -51,5 +61,9 @@ protected:
 // The join text the diagram reports: five lines separated by line feeds.
 QString joinText(const QString& leftAlias, const QString& leftColumn, const QString& rightAlias,
                  const QString& rightColumn, const QString& type = QStringLiteral("Inner Join"));
+// The joins list the diagram reports for these join texts: their count, then each on its lines.
+QString joinsList(const QStringList& joins);
+// Column1, Column2, ... ColumnN: a table too long for its box.
+QStringList numberedColumns(int count);
 
 } // namespace marovin::testing

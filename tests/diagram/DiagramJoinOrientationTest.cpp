@@ -5,6 +5,7 @@
 #include "DiagramFixture.h"
 
 #include <QSet>
+#include <vector>
 
 namespace marovin::testing {
 namespace {
@@ -13,6 +14,10 @@ class DiagramJoinOrientation : public DiagramFixture {
 protected:
     void SetUp() override {
         DiagramFixture::SetUp();
+        placeTables();
+    }
+    void placeTables() {
+        placed = 0;
         place("Customers", {"CustomerID", "CompanyName", "City", "Country"});
         place("Orders",
               {"OrderID", "CustomerID", "EmployeeID", "ShipVia", "ShipCity", "ShipCountry"});
@@ -35,130 +40,112 @@ protected:
     }
 };
 
-TEST_F(DiagramJoinOrientation, ANewTableDrawnOntoAJoinedTableIsRecordedFromTheJoinedTable) {
-    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
-    QSignalSpy added(diagram, &dvTablesAndJoins::joinAdded);
-    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
-
-    // Employees is new, Orders is the left table of the join.
-    dragColumn("Employees", "EmployeeID", "Orders", "EmployeeID");
-    const QString employees = joinText("Orders", "EmployeeID", "Employees", "EmployeeID");
-    ASSERT_EQ(requests.size(), 2);
-    EXPECT_EQ(requests[1][0].toString(), employees);
-    ASSERT_EQ(added.size(), 2);
-    EXPECT_EQ(added[1][0].toString(), employees);
-    EXPECT_EQ(added[1][1].toInt(), 2);
-
-    // Shippers is new, Customers is the right table of the first join.
-    dragColumn("Shippers", "CompanyName", "Customers", "CompanyName");
-    const QString shippers = joinText("Customers", "CompanyName", "Shippers", "CompanyName");
-    ASSERT_EQ(requests.size(), 3);
-    EXPECT_EQ(requests[2][0].toString(), shippers);
-
-    EXPECT_EQ(diagram->JoinsList(),
-              "3\n" + joinText("Orders", "CustomerID", "Customers", "CustomerID") + "\n" +
-                  employees + "\n" + shippers);
-    EXPECT_TRUE(growsFromJoinedTables(diagram->joins()));
-    // The new line is selected, whichever way it is recorded.
-    EXPECT_EQ(diagram->selectedJoin(), 3);
-}
-
-TEST_F(DiagramJoinOrientation, AnOuterJoinDrawnFromTheNewTableKeepsTheRowsOfTheNewTable) {
-    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
-    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
-
-    // Shift keeps all rows of the table dragged from: a Left Join from Employees, recorded as a
-    // Right Join from Orders.
-    dragColumn("Employees", "EmployeeID", "Orders", "EmployeeID", Qt::ShiftModifier);
-    const QString right = joinText("Orders", "EmployeeID", "Employees", "EmployeeID", "Right Join");
-    ASSERT_EQ(requests.size(), 1);
-    EXPECT_EQ(requests[0][0].toString(), right);
-
-    // Ctrl keeps all rows of the table dropped onto: a Right Join from Shippers, recorded as a
-    // Left Join from Orders.
-    dragColumn("Shippers", "ShipperID", "Orders", "ShipVia", Qt::ControlModifier);
-    const QString left = joinText("Orders", "ShipVia", "Shippers", "ShipperID", "Left Join");
-    EXPECT_EQ(diagram->JoinsList(),
-              "3\n" + joinText("Orders", "CustomerID", "Customers", "CustomerID") + "\n" + right +
-                  "\n" + left);
-    EXPECT_EQ(diagram->joins()[1].type, JoinType::Right);
-    EXPECT_EQ(diagram->joins()[2].type, JoinType::Left);
-}
-
-TEST_F(DiagramJoinOrientation, InnerAndFullJoinsDrawnFromTheNewTableKeepTheirType) {
-    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
-    dragColumn("Employees", "City", "Customers", "City", Qt::ShiftModifier | Qt::ControlModifier);
-    dragColumn("Shippers", "ShipperID", "Orders", "ShipVia");
-    EXPECT_EQ(diagram->JoinsList(),
-              "3\n" + joinText("Orders", "CustomerID", "Customers", "CustomerID") + "\n" +
-                  joinText("Customers", "City", "Employees", "City", "Full Join") + "\n" +
-                  joinText("Orders", "ShipVia", "Shippers", "ShipperID"));
-}
-
-TEST_F(DiagramJoinOrientation, TheKeysAtTheDropChooseTheTypeOfAJoinRecordedAsDrawn) {
-    // Two new tables, then a joined table onto a new one: both recorded as drawn.
-    dragColumn("Orders", "CustomerID", "Customers", "CustomerID", Qt::ShiftModifier);
-    dragColumn("Orders", "EmployeeID", "Employees", "EmployeeID", Qt::ControlModifier);
-    dragColumn("Orders", "ShipVia", "Shippers", "ShipperID",
-               Qt::ShiftModifier | Qt::ControlModifier);
-    EXPECT_EQ(diagram->JoinsList(),
-              "3\n" + joinText("Orders", "CustomerID", "Customers", "CustomerID", "Left Join") +
-                  "\n" + joinText("Orders", "EmployeeID", "Employees", "EmployeeID", "Right Join") +
-                  "\n" + joinText("Orders", "ShipVia", "Shippers", "ShipperID", "Full Join"));
-}
-
-TEST_F(DiagramJoinOrientation, TwoNewTablesBesideAnExistingJoinAreRecordedAsDrawn) {
-    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
-    dragColumn("Shippers", "City", "Employees", "City");
-    EXPECT_EQ(diagram->JoinsList(),
-              "2\n" + joinText("Orders", "CustomerID", "Customers", "CustomerID") + "\n" +
-                  joinText("Shippers", "City", "Employees", "City"));
-}
-
-TEST_F(DiagramJoinOrientation, AFurtherPairOfJoinedTablesFollowsTheirFirstJoin) {
-    dragColumn("Orders", "CustomerID", "Customers", "CustomerID");
-    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
-
-    dragColumn("Customers", "City", "Orders", "ShipCity");
-    // Shift keeps the rows of Customers, the table dragged from: recorded from Orders, that is
-    // a Right Join.
-    dragColumn("Customers", "Country", "Orders", "ShipCountry", Qt::ShiftModifier);
-
-    const QString city = joinText("Orders", "ShipCity", "Customers", "City");
-    const QString country = joinText("Orders", "ShipCountry", "Customers", "Country", "Right Join");
-    ASSERT_EQ(requests.size(), 2);
-    EXPECT_EQ(requests[0][0].toString(), city);
-    EXPECT_EQ(requests[1][0].toString(), country);
-    EXPECT_EQ(diagram->JoinsList(),
-              "3\n" + joinText("Orders", "CustomerID", "Customers", "CustomerID") + "\n" + city +
-                  "\n" + country);
-}
-
-TEST_F(DiagramJoinOrientation, AFurtherPairFollowsARestoredJoinTheOtherWayRound) {
-    // A loaded document may hold the first join from Customers to Orders; a pair drawn from
-    // Orders then reads the same way round.
-    ASSERT_TRUE(diagram->AddJoin("Customers", "CustomerID", "Orders", "CustomerID", "Left Join"));
-    dragColumn("Orders", "ShipCity", "Customers", "City", Qt::ShiftModifier);
-    EXPECT_EQ(diagram->JoinsList(),
-              "2\n" + joinText("Customers", "CustomerID", "Orders", "CustomerID", "Left Join") +
-                  "\n" + joinText("Customers", "City", "Orders", "ShipCity", "Right Join"));
-}
-
-TEST_F(DiagramJoinOrientation, RestoredJoinsKeepTheOrientationTheyAreGiven) {
-    QSignalSpy added(diagram, &dvTablesAndJoins::joinAdded);
-    ASSERT_TRUE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
-    // From a new table onto a joined one, and a second pair the other way round: as given.
-    ASSERT_TRUE(diagram->AddJoin("Employees", "EmployeeID", "Orders", "EmployeeID", "Left Join"));
-    ASSERT_TRUE(diagram->AddJoin("Customers", "City", "Orders", "ShipCity", "Right Join"));
-    const QString employees =
-        joinText("Employees", "EmployeeID", "Orders", "EmployeeID", "Left Join");
-    const QString city = joinText("Customers", "City", "Orders", "ShipCity", "Right Join");
-    ASSERT_EQ(added.size(), 3);
-    EXPECT_EQ(added[1][0].toString(), employees);
-    EXPECT_EQ(added[2][0].toString(), city);
-    EXPECT_EQ(diagram->JoinsList(),
-              "3\n" + joinText("Orders", "CustomerID", "Customers", "CustomerID") + "\n" +
-                  employees + "\n" + city);
+TEST_F(DiagramJoinOrientation, EachJoinIsRequestedAddedAndListedInTheOrientationItIsRecordedIn) {
+    struct Drawn {
+        const char* fromAlias;
+        const char* fromColumn;
+        const char* toAlias;
+        const char* toColumn;
+        Qt::KeyboardModifiers atDrop = Qt::NoModifier;
+    };
+    struct Case {
+        const char* name;
+        std::vector<Drawn> drawn;
+        QStringList expected;                   // the joins list, the restored joins first
+        std::vector<QStringList> restored = {}; // AddJoin's arguments, as a document gives them
+    };
+    // The first join, Orders onto Customers, both new.
+    const Drawn drawFirst{"Orders", "CustomerID", "Customers", "CustomerID"};
+    const QString first = joinText("Orders", "CustomerID", "Customers", "CustomerID");
+    const Case cases[] = {
+        // Employees is new, Orders is the left table of the join; Shippers is new, Customers
+        // is the right table of the first join.
+        {"a new table drawn onto a joined table is recorded from the joined table",
+         {drawFirst,
+          {"Employees", "EmployeeID", "Orders", "EmployeeID"},
+          {"Shippers", "CompanyName", "Customers", "CompanyName"}},
+         {first, joinText("Orders", "EmployeeID", "Employees", "EmployeeID"),
+          joinText("Customers", "CompanyName", "Shippers", "CompanyName")}},
+        // Shift keeps all rows of the table dragged from: a Left Join from Employees, recorded
+        // as a Right Join from Orders. Ctrl keeps all rows of the table dropped onto: a Right
+        // Join from Shippers, recorded as a Left Join from Orders.
+        {"an outer join drawn from the new table keeps the rows of the new table",
+         {drawFirst,
+          {"Employees", "EmployeeID", "Orders", "EmployeeID", Qt::ShiftModifier},
+          {"Shippers", "ShipperID", "Orders", "ShipVia", Qt::ControlModifier}},
+         {first, joinText("Orders", "EmployeeID", "Employees", "EmployeeID", "Right Join"),
+          joinText("Orders", "ShipVia", "Shippers", "ShipperID", "Left Join")}},
+        {"inner and full joins drawn from the new table keep their type",
+         {drawFirst,
+          {"Employees", "City", "Customers", "City", Qt::ShiftModifier | Qt::ControlModifier},
+          {"Shippers", "ShipperID", "Orders", "ShipVia"}},
+         {first, joinText("Customers", "City", "Employees", "City", "Full Join"),
+          joinText("Orders", "ShipVia", "Shippers", "ShipperID")}},
+        // Two new tables, then a joined table onto a new one: both recorded as drawn.
+        {"the keys at the drop choose the type of a join recorded as drawn",
+         {{"Orders", "CustomerID", "Customers", "CustomerID", Qt::ShiftModifier},
+          {"Orders", "EmployeeID", "Employees", "EmployeeID", Qt::ControlModifier},
+          {"Orders", "ShipVia", "Shippers", "ShipperID", Qt::ShiftModifier | Qt::ControlModifier}},
+         {joinText("Orders", "CustomerID", "Customers", "CustomerID", "Left Join"),
+          joinText("Orders", "EmployeeID", "Employees", "EmployeeID", "Right Join"),
+          joinText("Orders", "ShipVia", "Shippers", "ShipperID", "Full Join")}},
+        {"two new tables beside an existing join are recorded as drawn",
+         {drawFirst, {"Shippers", "City", "Employees", "City"}},
+         {first, joinText("Shippers", "City", "Employees", "City")}},
+        // Shift keeps the rows of Customers, the table dragged from: recorded from Orders, that
+        // is a Right Join.
+        {"a further pair of joined tables follows their first join",
+         {drawFirst,
+          {"Customers", "City", "Orders", "ShipCity"},
+          {"Customers", "Country", "Orders", "ShipCountry", Qt::ShiftModifier}},
+         {first, joinText("Orders", "ShipCity", "Customers", "City"),
+          joinText("Orders", "ShipCountry", "Customers", "Country", "Right Join")}},
+        // A loaded document may hold the first join from Customers to Orders; a pair drawn from
+        // Orders then reads the same way round.
+        {"a further pair follows a restored join the other way round",
+         {{"Orders", "ShipCity", "Customers", "City", Qt::ShiftModifier}},
+         {joinText("Customers", "CustomerID", "Orders", "CustomerID", "Left Join"),
+          joinText("Customers", "City", "Orders", "ShipCity", "Right Join")},
+         {{"Customers", "CustomerID", "Orders", "CustomerID", "Left Join"}}},
+        // From a new table onto a joined one, and a second pair the other way round: as given.
+        {"restored joins keep the orientation they are given",
+         {},
+         {first, joinText("Employees", "EmployeeID", "Orders", "EmployeeID", "Left Join"),
+          joinText("Customers", "City", "Orders", "ShipCity", "Right Join")},
+         {{"Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"},
+          {"Employees", "EmployeeID", "Orders", "EmployeeID", "Left Join"},
+          {"Customers", "City", "Orders", "ShipCity", "Right Join"}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        diagram->Clear();
+        placeTables();
+        QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
+        QSignalSpy added(diagram, &dvTablesAndJoins::joinAdded);
+        for (const QStringList& r : c.restored)
+            ASSERT_TRUE(diagram->AddJoin(r[0], r[1], r[2], r[3], r[4]));
+        const int restored = static_cast<int>(c.restored.size());
+        for (int i = 0; i < static_cast<int>(c.drawn.size()); ++i) {
+            const Drawn& d = c.drawn[static_cast<size_t>(i)];
+            dragColumn(d.fromAlias, d.fromColumn, d.toAlias, d.toColumn, d.atDrop);
+            // The request names the join as it will be recorded; the new line is selected,
+            // whichever way it is recorded.
+            ASSERT_EQ(requests.size(), i + 1);
+            EXPECT_EQ(requests[i][0].toString(), c.expected[restored + i]);
+            EXPECT_EQ(diagram->selectedJoin(), restored + i + 1);
+        }
+        ASSERT_EQ(added.size(), c.expected.size());
+        for (int i = 0; i < c.expected.size(); ++i) {
+            EXPECT_EQ(added[i][0].toString(), c.expected[i]);
+            EXPECT_EQ(added[i][1].toInt(), i + 1);
+            EXPECT_EQ(diagram->joins()[i].joinText(), c.expected[i]);
+        }
+        EXPECT_EQ(diagram->JoinsList(), joinsList(c.expected));
+        // Restored joins are taken as given, even when they do not grow from joined tables.
+        if (!c.drawn.empty()) {
+            EXPECT_TRUE(growsFromJoinedTables(diagram->joins()));
+        }
+    }
 }
 
 TEST_F(DiagramJoinOrientation, ARefusedReversedJoinLeavesNothing) {

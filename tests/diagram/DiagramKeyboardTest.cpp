@@ -5,6 +5,8 @@
 #include <QLayout>
 #include <QLineEdit>
 #include <QVBoxLayout>
+#include <utility>
+#include <vector>
 
 namespace marovin::testing {
 namespace {
@@ -13,25 +15,40 @@ class DiagramKeyboard : public DiagramFixture {
 protected:
     void SetUp() override {
         DiagramFixture::SetUp();
-        place("Customers", {"CustomerID", "CompanyName", "City"});
-        place("Orders", {"OrderID", "CustomerID", "EmployeeID", "ShipCity"});
-        place("Employees", {"EmployeeID", "LastName"});
+        placeSample();
         diagram->setFocus();
     }
 };
 
-TEST_F(DiagramKeyboard, TabWalksThroughTheBoxesInTheOrderTheyWereAdded) {
-    EXPECT_TRUE(diagram->selectedTable().isEmpty());
-    key(Qt::Key_Tab);
-    EXPECT_EQ(diagram->selectedTable(), "Customers");
-    key(Qt::Key_Tab);
-    EXPECT_EQ(diagram->selectedTable(), "Orders");
-    key(Qt::Key_Tab);
-    EXPECT_EQ(diagram->selectedTable(), "Employees");
-    key(Qt::Key_Backtab);
-    EXPECT_EQ(diagram->selectedTable(), "Orders");
-    key(Qt::Key_Tab, Qt::ShiftModifier);
-    EXPECT_EQ(diagram->selectedTable(), "Customers");
+TEST_F(DiagramKeyboard, TabAndTheSideArrowsWalkThroughTheBoxesInTheOrderTheyWereAdded) {
+    struct Step {
+        Qt::Key key;
+        Qt::KeyboardModifiers modifiers;
+        const char* selected;
+    };
+    const std::vector<Step> walks[] = {
+        // Tab forwards, Backtab and Shift+Tab back.
+        {{Qt::Key_Tab, {}, "Customers"},
+         {Qt::Key_Tab, {}, "Orders"},
+         {Qt::Key_Tab, {}, "Employees"},
+         {Qt::Key_Backtab, {}, "Orders"},
+         {Qt::Key_Tab, Qt::ShiftModifier, "Customers"}},
+        // Right and Left move to the neighbouring box; Right stays on the last one.
+        {{Qt::Key_Right, {}, "Customers"},
+         {Qt::Key_Right, {}, "Orders"},
+         {Qt::Key_Right, {}, "Employees"},
+         {Qt::Key_Right, {}, "Employees"},
+         {Qt::Key_Left, {}, "Orders"}},
+    };
+    for (const std::vector<Step>& walk : walks) {
+        diagram->clearSelection();
+        EXPECT_TRUE(diagram->selectedTable().isEmpty());
+        for (const Step& step : walk) {
+            key(step.key, step.modifiers);
+            EXPECT_EQ(diagram->selectedTable(), step.selected)
+                << "after " << QKeySequence(step.key | step.modifiers).toString().toStdString();
+        }
+    }
 }
 
 TEST_F(DiagramKeyboard, TabPastTheLastBoxLeavesTheDiagram) {
@@ -63,52 +80,35 @@ TEST_F(DiagramKeyboard, TabbingIntoTheDiagramPicksTheFirstBox) {
 TEST_F(DiagramKeyboard, ArrowsMoveBetweenColumnsAndEnterChoosesOne) {
     QSignalSpy chosen(diagram, &dvTablesAndJoins::columnChosen);
     QSignalSpy all(diagram, &dvTablesAndJoins::allColumns);
-    key(Qt::Key_Tab);
-    key(Qt::Key_Tab);
+    keys({Qt::Key_Tab, Qt::Key_Tab});
     EXPECT_EQ(diagram->currentColumn(), "*");
     key(Qt::Key_Return);
     ASSERT_EQ(all.size(), 1);
     EXPECT_EQ(all[0][0].toString(), "Orders");
 
-    key(Qt::Key_Down);
-    key(Qt::Key_Down);
+    keys({Qt::Key_Down, Qt::Key_Down});
     EXPECT_EQ(diagram->currentColumn(), "CustomerID");
     key(Qt::Key_Enter);
     ASSERT_EQ(chosen.size(), 1);
     EXPECT_EQ(chosen[0][0].toString(), "Orders");
     EXPECT_EQ(chosen[0][1].toString(), "CustomerID");
 
-    key(Qt::Key_Up);
-    EXPECT_EQ(diagram->currentColumn(), "OrderID");
-    key(Qt::Key_End);
-    EXPECT_EQ(diagram->currentColumn(), "ShipCity");
-    key(Qt::Key_Down); // stays on the last column
-    EXPECT_EQ(diagram->currentColumn(), "ShipCity");
-    key(Qt::Key_Home);
-    EXPECT_EQ(diagram->currentColumn(), "*");
-    key(Qt::Key_Up); // stays on the "*" row
-    EXPECT_EQ(diagram->currentColumn(), "*");
-}
-
-TEST_F(DiagramKeyboard, LeftAndRightMoveToTheNeighbouringBox) {
-    key(Qt::Key_Right);
-    EXPECT_EQ(diagram->selectedTable(), "Customers");
-    key(Qt::Key_Right);
-    EXPECT_EQ(diagram->selectedTable(), "Orders");
-    key(Qt::Key_Right);
-    EXPECT_EQ(diagram->selectedTable(), "Employees");
-    key(Qt::Key_Right);
-    EXPECT_EQ(diagram->selectedTable(), "Employees");
-    key(Qt::Key_Left);
-    EXPECT_EQ(diagram->selectedTable(), "Orders");
+    // Down stays on the last column, Up on the "*" row.
+    for (const auto& [k, column] :
+         std::initializer_list<std::pair<Qt::Key, const char*>>{{Qt::Key_Up, "OrderID"},
+                                                                {Qt::Key_End, "ShipCity"},
+                                                                {Qt::Key_Down, "ShipCity"},
+                                                                {Qt::Key_Home, "*"},
+                                                                {Qt::Key_Up, "*"}}) {
+        key(k);
+        EXPECT_EQ(diagram->currentColumn(), column) << QKeySequence(k).toString().toStdString();
+    }
 }
 
 TEST_F(DiagramKeyboard, EachBoxKeepsItsOwnColumnPosition) {
-    key(Qt::Key_Tab);
-    key(Qt::Key_End);
+    keys({Qt::Key_Tab, Qt::Key_End});
     EXPECT_EQ(diagram->currentColumn(), "City");
-    key(Qt::Key_Tab);
-    key(Qt::Key_Down);
+    keys({Qt::Key_Tab, Qt::Key_Down});
     EXPECT_EQ(diagram->currentColumn(), "OrderID");
     key(Qt::Key_Backtab);
     EXPECT_EQ(diagram->currentColumn(), "City");
@@ -124,12 +124,6 @@ TEST_F(DiagramKeyboard, EscapeClearsTheSelectionAndEnterThenDoesNothing) {
     key(Qt::Key_Return);
     EXPECT_EQ(chosen.size() + all.size(), 0);
 }
-
-} // namespace
-} // namespace marovin::testing
-
-namespace marovin::testing {
-namespace {
 
 // Joins made, selected, changed and removed with the keyboard alone.
 class DiagramKeyboardJoins : public DiagramKeyboard {
@@ -160,10 +154,7 @@ TEST_F(DiagramKeyboardJoins, JThenEnterOnAnotherBoxAsksForTheJoinWithTheTypeOfTh
         goTo(1, 1); // Customers.CustomerID
         key(Qt::Key_J);
         EXPECT_EQ(diagram->view()->scene()->items().size(), items + 1) << "the line to the target";
-        key(Qt::Key_Tab);
-        key(Qt::Key_Home);
-        key(Qt::Key_Down);
-        key(Qt::Key_Down); // Orders.CustomerID
+        keys({Qt::Key_Tab, Qt::Key_Home, Qt::Key_Down, Qt::Key_Down}); // Orders.CustomerID
         key(Qt::Key_Return, c.modifiers);
         const QString text = joinText("Customers", "CustomerID", "Orders", "CustomerID", c.type);
         ASSERT_EQ(requests.size(), 1) << c.type;
@@ -178,12 +169,8 @@ TEST_F(DiagramKeyboardJoins, JThenEnterOnAnotherBoxAsksForTheJoinWithTheTypeOfTh
     // rows of the new table, recorded from the joined table as a Right Join.
     ASSERT_TRUE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
     goTo(3, 1); // Employees.EmployeeID
-    key(Qt::Key_J);
-    key(Qt::Key_Left);
-    key(Qt::Key_Home);
-    key(Qt::Key_Down);
-    key(Qt::Key_Down);
-    key(Qt::Key_Down); // Orders.EmployeeID
+    keys({Qt::Key_J, Qt::Key_Left, Qt::Key_Home, Qt::Key_Down, Qt::Key_Down,
+          Qt::Key_Down}); // Orders.EmployeeID
     key(Qt::Key_Enter, Qt::ShiftModifier);
     EXPECT_EQ(diagram->joins().last().joinText(),
               joinText("Orders", "EmployeeID", "Employees", "EmployeeID", "Right Join"));
@@ -195,23 +182,18 @@ TEST_F(DiagramKeyboardJoins, EscapeCancelsAndEnterWaitsForAnotherBox) {
     const qsizetype items = diagram->view()->scene()->items().size();
     goTo(1, 3); // Customers.City
     key(Qt::Key_J);
-    key(Qt::Key_Up);
-    key(Qt::Key_Return); // still the same box: nothing yet
-    key(Qt::Key_Home);
-    key(Qt::Key_Tab);
-    key(Qt::Key_Return); // the "*" row: nothing yet
+    keys({Qt::Key_Up, Qt::Key_Return});                // still the same box: nothing yet
+    keys({Qt::Key_Home, Qt::Key_Tab, Qt::Key_Return}); // the "*" row: nothing yet
     EXPECT_EQ(requests.size() + chosen.size(), 0);
     key(Qt::Key_Escape);
     EXPECT_EQ(diagram->view()->scene()->items().size(), items);
     EXPECT_EQ(diagram->selectedTable(), "Orders"); // Escape ended the join only
-    key(Qt::Key_End);
-    key(Qt::Key_Return); // chooses the column again
+    keys({Qt::Key_End, Qt::Key_Return});           // chooses the column again
     EXPECT_EQ(requests.size(), 0);
     ASSERT_EQ(chosen.size(), 1);
     EXPECT_EQ(chosen[0][1].toString(), "ShipCity");
     // J on the "*" row starts nothing.
-    key(Qt::Key_Home);
-    key(Qt::Key_J);
+    keys({Qt::Key_Home, Qt::Key_J});
     EXPECT_EQ(diagram->view()->scene()->items().size(), items);
 }
 
@@ -222,8 +204,7 @@ TEST_F(DiagramKeyboardJoins, LSelectsTheJoinsOfTheBoxAndKeysChangeOrRemoveThem) 
     QSignalSpy changed(diagram, &dvTablesAndJoins::joinChanged);
     QSignalSpy removed(diagram, &dvTablesAndJoins::joinRemoved);
     QSignalSpy removals(diagram, &dvTablesAndJoins::tableRemovalRequest);
-    key(Qt::Key_Tab);
-    key(Qt::Key_Tab); // Orders
+    keys({Qt::Key_Tab, Qt::Key_Tab}); // Orders
     key(Qt::Key_L);
     EXPECT_EQ(diagram->selectedJoin(), 1);
     key(Qt::Key_L);
@@ -247,9 +228,7 @@ TEST_F(DiagramKeyboardJoins, LSelectsTheJoinsOfTheBoxAndKeysChangeOrRemoveThem) 
     key(Qt::Key_L);
     key(Qt::Key_Tab); // from a join, Tab goes on after its box
     EXPECT_EQ(diagram->selectedTable(), "Employees");
-    key(Qt::Key_Backtab);
-    key(Qt::Key_L);
-    key(Qt::Key_Delete);
+    keys({Qt::Key_Backtab, Qt::Key_L, Qt::Key_Delete});
     ASSERT_EQ(removed.size(), 1);
     EXPECT_EQ(removed[0][0].toString(),
               joinText("Orders", "CustomerID", "Customers", "CustomerID"));
@@ -261,12 +240,9 @@ TEST_F(DiagramKeyboardJoins, CtrlArrowsMoveAndResizeTheBoxOneReportPerStroke) {
     QSignalSpy moved(diagram, &dvTablesAndJoins::tablesMoved);
     key(Qt::Key_Tab);
     const QRectF before = diagram->tableSceneRect("Customers");
-    key(Qt::Key_Right, Qt::ControlModifier);
-    key(Qt::Key_Down, Qt::ControlModifier);
-    key(Qt::Key_Down, Qt::ControlModifier);
+    keys({Qt::Key_Right, Qt::Key_Down, Qt::Key_Down}, Qt::ControlModifier);
     EXPECT_EQ(diagram->tableSceneRect("Customers").topLeft(), before.topLeft() + QPointF(10, 20));
-    key(Qt::Key_Right, Qt::ControlModifier | Qt::ShiftModifier);
-    key(Qt::Key_Down, Qt::ControlModifier | Qt::ShiftModifier);
+    keys({Qt::Key_Right, Qt::Key_Down}, Qt::ControlModifier | Qt::ShiftModifier);
     EXPECT_EQ(diagram->tableSceneRect("Customers").size(), before.size() + QSizeF(10, 10));
     EXPECT_EQ(moved.size(), 5);
     EXPECT_EQ(diagram->selectedTable(), "Customers");

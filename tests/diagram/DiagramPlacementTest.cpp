@@ -21,23 +21,6 @@ protected:
         EXPECT_TRUE(ok) << error.toStdString();
         return ok;
     }
-    static QStringList manyColumns(int count) {
-        QStringList columns;
-        for (int i = 1; i <= count; ++i)
-            columns << QStringLiteral("Column%1").arg(i);
-        return columns;
-    }
-    // No two boxes overlap.
-    void expectNoOverlaps() {
-        const QStringList aliases = diagram->tableAliases();
-        for (qsizetype i = 0; i < aliases.size(); ++i) {
-            for (qsizetype j = i + 1; j < aliases.size(); ++j) {
-                EXPECT_FALSE(diagram->tableSceneRect(aliases[i])
-                                 .intersects(diagram->tableSceneRect(aliases[j])))
-                    << aliases[i].toStdString() << " and " << aliases[j].toStdString();
-            }
-        }
-    }
 };
 
 TEST_F(DiagramPlacement, AddTableAtPutsTheBoxWhereTheDropHappened) {
@@ -111,8 +94,8 @@ TEST_F(DiagramPlacement, RevealTableSelectsTheBoxAndScrollsToIt) {
 TEST_F(DiagramPlacement, ABoxNeverStartsTallerThanTheView) {
     window->resize(700, 300);
     QApplication::processEvents();
-    place("Wide", manyColumns(40));
-    ASSERT_TRUE(addAuto("Auto", manyColumns(40), 300));
+    place("Wide", numberedColumns(40));
+    ASSERT_TRUE(addAuto("Auto", numberedColumns(40), 300));
     for (const QString& alias : {QStringLiteral("Wide"), QStringLiteral("Auto")}) {
         const QRectF box = diagram->tableSceneRect(alias);
         EXPECT_LE(box.bottom(), visible().bottom()) << alias.toStdString();
@@ -127,13 +110,13 @@ TEST_F(DiagramPlacement, ABoxNeverStartsTallerThanTheView) {
     // In a tall view the box gets the height asked for.
     window->resize(1200, 900);
     QApplication::processEvents();
-    place("Tall", manyColumns(40));
+    place("Tall", numberedColumns(40));
     EXPECT_DOUBLE_EQ(diagram->tableSceneRect("Tall").height(), 300 * dvTablesAndJoins::kSizeScale);
 
     // Boxes added before the diagram is shown are fitted when it is.
     dvTablesAndJoins hidden;
     ASSERT_TRUE(
-        hidden.AddTable(TableDefinition::build("Early", manyColumns(40)), 50, 20, 150, 300));
+        hidden.AddTable(TableDefinition::build("Early", numberedColumns(40)), 50, 20, 150, 300));
     EXPECT_DOUBLE_EQ(hidden.tableSceneRect("Early").height(), 300 * dvTablesAndJoins::kSizeScale);
     hidden.resize(500, 250);
     hidden.show();

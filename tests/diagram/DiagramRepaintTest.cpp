@@ -24,10 +24,7 @@ protected:
         // A low view, as the diagram pane of the query builder is: the tall box does not fit.
         window->resize(700, 300);
         place("Customers", {"CustomerID", "CompanyName", "City"});
-        QStringList many;
-        for (int i = 1; i <= 25; ++i)
-            many << QStringLiteral("Column%1").arg(i);
-        place("Wide", many);
+        place("Wide", numberedColumns(25));
         // A box starts no taller than the view; the user has made this one taller.
         const QRectF wide = diagram->tableSceneRect("Wide");
         diagram->restoreTableLayout(QStringLiteral("Wide\t%1\t%2\t%3\t375")

@@ -14,9 +14,7 @@ class DiagramTables : public DiagramFixture {
 protected:
     void SetUp() override {
         DiagramFixture::SetUp();
-        place("Customers", {"CustomerID", "CompanyName", "City"});
-        place("Orders", {"OrderID", "CustomerID", "EmployeeID", "ShipCity"});
-        place("Employees", {"EmployeeID", "LastName", "City"});
+        placeSample();
         ASSERT_TRUE(
             diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
         ASSERT_TRUE(
@@ -269,10 +267,7 @@ TEST_F(DiagramTables, TheGripResizesTheBoxDownToAMinimum) {
 class DiagramLongTable : public DiagramFixture {};
 
 TEST_F(DiagramLongTable, ColumnsThatDoNotFitScrollWithTheWheel) {
-    QStringList columns;
-    for (int i = 1; i <= 40; ++i)
-        columns << QString("Column%1").arg(i);
-    place("Wide", columns);
+    place("Wide", numberedColumns(40));
     place("Other", {"Key"});
 
     // Column40 is far below the box's height; finding it scrolls the list, and a join can be
@@ -294,20 +289,14 @@ TEST_F(DiagramLongTable, ColumnsThatDoNotFitScrollWithTheWheel) {
 }
 
 TEST_F(DiagramLongTable, DraggingAJoinToTheListEdgeScrollsIt) {
-    QStringList columns;
-    for (int i = 1; i <= 40; ++i)
-        columns << QString("Column%1").arg(i);
     place("Other", {"Key"});
-    place("Wide", columns);
+    place("Wide", numberedColumns(40));
     QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
 
     const QRectF wide = diagram->tableSceneRect("Wide");
     const QPoint nearBottom =
         diagram->view()->mapFromScene(wide.left() + wide.width() * 0.35, wide.bottom() - 9);
-    const QPoint from = diagram->columnPoint("Other", "Key");
-    QTest::mousePress(viewport(), Qt::LeftButton, Qt::NoModifier, from);
-    for (int i = 1; i <= 8; ++i)
-        QTest::mouseMove(viewport(), from + (nearBottom - from) * i / 8);
+    pressAndMove(diagram->columnPoint("Other", "Key"), nearBottom);
     // Each small move at the edge scrolls the list a little further.
     for (int i = 0; i < 30; ++i)
         QTest::mouseMove(viewport(), nearBottom + QPoint(i % 2, 0));
@@ -323,10 +312,7 @@ TEST_F(DiagramLongTable, DraggingAJoinToTheListEdgeScrollsIt) {
 }
 
 TEST_F(DiagramLongTable, TheScrollThumbDragsTheList) {
-    QStringList columns;
-    for (int i = 1; i <= 40; ++i)
-        columns << QString("Column%1").arg(i);
-    place("Wide", columns);
+    place("Wide", numberedColumns(40));
     const QRectF wide = diagram->tableSceneRect("Wide");
     // The thumb sits at the top of the track along the right edge, below the title.
     const QPoint thumb = diagram->view()->mapFromScene(wide.right() - 10, wide.top() + 40);
