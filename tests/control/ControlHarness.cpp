@@ -238,6 +238,113 @@ QString ControlHarness::cell(int row, int column) const {
     return grid()->model()->index(row - 1, column - 1).data().toString();
 }
 
+QStringList ControlHarness::row(int row) const {
+    QStringList cells;
+    for (int column = 1; column <= 5; ++column)
+        cells << cell(row, column);
+    return cells;
+}
+
+QStringList ControlHarness::column(int column) const {
+    QStringList cells;
+    for (int row = 1; row <= rows(); ++row)
+        cells << cell(row, column);
+    return cells;
+}
+
+QStringList ItemTexts(const QTreeWidget* list, int column) {
+    QStringList texts;
+    for (int i = 0; i < list->topLevelItemCount(); ++i)
+        texts << list->topLevelItem(i)->text(column);
+    return texts;
+}
+
+namespace {
+
+std::string escaped(const std::string& text) {
+    return QString::fromStdString(text).toHtmlEscaped().toStdString();
+}
+
+std::string element(const char* tag, const std::string& text) {
+    return std::string("<") + tag + ">" + escaped(text) + "</" + tag + ">";
+}
+
+const char* flag(bool on) {
+    return on ? "True" : "False";
+}
+
+} // namespace
+
+QueryDocument& QueryDocument::table(const std::string& name, const std::string& alias) {
+    const std::string shown = alias.empty() ? name.substr(name.rfind('.') + 1) : alias;
+    m_tables += "<TABLE>" + element("NAME", name) + element("ALIAS", shown) + "</TABLE>";
+    return *this;
+}
+
+QueryDocument& QueryDocument::subQueryTable(const std::string& name) {
+    m_tables +=
+        "<TABLE issubquery=\"True\">" + element("NAME", name) + element("ALIAS", name) + "</TABLE>";
+    return *this;
+}
+
+QueryDocument& QueryDocument::item(const std::string& name, const std::string& alias,
+                                   const std::string& aggregation) {
+    m_items += "<ITEM>" + element("NAME", name) + element("ALIAS", alias) +
+               element("AGGREGATION", aggregation) + "</ITEM>";
+    return *this;
+}
+
+QueryDocument& QueryDocument::calculated(const std::string& name, const std::string& computation) {
+    m_calculated +=
+        "<ITEM>" + element("ITEM_NAME", name) + element("COMPUTATION", computation) + "</ITEM>";
+    return *this;
+}
+
+QueryDocument& QueryDocument::join(const std::string& left, const std::string& right,
+                                   const std::string& condition, bool allLeft, bool allRight) {
+    m_joins += std::string("<JOIN><LEFT_TABLE allrows=\"") + flag(allLeft) + "\">" + escaped(left) +
+               "</LEFT_TABLE><RIGHT_TABLE allrows=\"" + flag(allRight) + "\">" + escaped(right) +
+               "</RIGHT_TABLE>" + element("CONDITION", condition) + "</JOIN>";
+    return *this;
+}
+
+QueryDocument& QueryDocument::filter(const std::string& condition, bool active) {
+    m_filters += std::string("<FILTER isactive=\"") + flag(active) + "\">" + escaped(condition) +
+                 "</FILTER>";
+    return *this;
+}
+
+QueryDocument& QueryDocument::orderBy(const std::string& alias, const std::string& order) {
+    m_orderBy += "<ITEM sortorder=\"" + escaped(order) + "\">" + escaped(alias) + "</ITEM>";
+    return *this;
+}
+
+QueryDocument& QueryDocument::uniqueRecordsOnly() {
+    m_unique = true;
+    return *this;
+}
+
+QueryDocument& QueryDocument::subQuery(const std::string& name, const QueryDocument& sub) {
+    QueryDocument named = sub;
+    named.m_name = name;
+    m_subQuery = named.xml(true);
+    return *this;
+}
+
+std::string QueryDocument::xml(bool isSubQuery) const {
+    auto part = [](const char* tag, const std::string& content) {
+        return content.empty() ? std::string()
+                               : std::string("<") + tag + ">" + content + "</" + tag + ">";
+    };
+    return std::string("<SQLQuery issubquery=\"") + flag(isSubQuery) + "\">" +
+           (isSubQuery ? element("NAME", m_name) : std::string()) +
+           (m_unique ? "<UNIQUE_RECORDS_ONLY>True</UNIQUE_RECORDS_ONLY>" : "") +
+           part("TABLES_USED", m_tables) + part("ITEMS_SELECTED", m_items) +
+           part("CALCULATED_ITEMS", m_calculated) + part("JOINS", m_joins) +
+           part("FIXED_FILTERS", m_filters) + part("ORDER_BY", m_orderBy) +
+           part("SUB_QUERY", m_subQuery) + "</SQLQuery>";
+}
+
 int ControlHarness::rows() const {
     return grid()->model()->rowCount();
 }

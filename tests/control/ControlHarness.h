@@ -116,6 +116,37 @@ inline QStringList RunDialog(std::function<void(QDialog&)> action,
 // A dialog action that clicks the dialog's push button of that name (OKButton, CancelButton).
 std::function<void(QDialog&)> PressButton(const char* name);
 
+// A query document built from its parts, in the form the control's host stores: tables,
+// selected items, calculated items, joins, conditions and sort entries, and a sub-query.
+class QueryDocument {
+public:
+    // A table under an alias (by default the part after the name's last dot).
+    QueryDocument& table(const std::string& name, const std::string& alias = {});
+    // The sub-query placed as a table (its name is its alias).
+    QueryDocument& subQueryTable(const std::string& name);
+    QueryDocument& item(const std::string& name, const std::string& alias,
+                        const std::string& aggregation = {});
+    QueryDocument& calculated(const std::string& name, const std::string& computation);
+    // A join on a condition; the flags keep every row of the left or the right table.
+    QueryDocument& join(const std::string& left, const std::string& right,
+                        const std::string& condition, bool allLeft = false, bool allRight = false);
+    QueryDocument& filter(const std::string& condition, bool active = true);
+    QueryDocument& orderBy(const std::string& alias, const std::string& order);
+    QueryDocument& uniqueRecordsOnly();
+    // The query's sub-query, stored under a name.
+    QueryDocument& subQuery(const std::string& name, const QueryDocument& sub);
+    std::string xml(bool isSubQuery = false) const;
+    operator std::string() const { return xml(); }
+
+private:
+    std::string m_tables, m_items, m_calculated, m_joins, m_filters, m_orderBy, m_subQuery;
+    std::string m_name;
+    bool m_unique = false;
+};
+
+// The texts of a list's entries in one column, in list order.
+QStringList ItemTexts(const QTreeWidget* list, int column = 0);
+
 // One control on the sample database with scripted message boxes and in-memory settings,
 // shown offscreen so that real mouse and key events reach it.
 class ControlHarness {
@@ -158,6 +189,10 @@ public:
 
     // The grid's cell (row and column from 1) and row count.
     QString cell(int row, int column) const;
+    // A grid row's first five cells (field, alias, aggregation, table, table alias), from 1.
+    QStringList row(int row) const;
+    // A grid column's cells from the first row to the last (column from 1).
+    QStringList column(int column) const;
     int rows() const;
     void clickButton(const char* name);
 

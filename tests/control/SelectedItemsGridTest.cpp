@@ -64,9 +64,7 @@ TEST(SelectedItemsGridTest, OnlyAliasAndAggregationCanBeEdited) {
         EXPECT_EQ(h.grid()->indexWidget(h.grid()->currentIndex()), nullptr) << column;
         QTest::keyClicks(h.grid(), "xy");
     }
-    EXPECT_EQ(h.cell(1, 1), "Freight");
-    EXPECT_EQ(h.cell(1, 4), "dbo.Orders");
-    EXPECT_EQ(h.cell(1, 5), "Orders");
+    EXPECT_EQ(h.row(1), (QStringList{"Freight", "Freight", "<none>", "dbo.Orders", "Orders"}));
 }
 
 TEST(SelectedItemsGridTest, TypedAliasesAreFilteredTrimmedAndMadeUnique) {
@@ -112,21 +110,18 @@ TEST(SelectedItemsGridTest, RepeatedFieldNamesAreNumberedAndDuplicatesRefused) {
     h.chooseColumn("Customers", "CustomerID");
     h.chooseColumn("Orders1", "CustomerID");
     ASSERT_EQ(h.rows(), 3);
-    EXPECT_EQ(h.cell(1, kAlias), "CustomerID");
-    EXPECT_EQ(h.cell(2, kAlias), "CustomerID2");
-    EXPECT_EQ(h.cell(3, kAlias), "CustomerID3");
-    EXPECT_EQ(h.cell(3, 5), "Orders1");
-    EXPECT_EQ(h.cell(3, 4), "dbo.Orders");
+    EXPECT_EQ(h.column(kAlias), (QStringList{"CustomerID", "CustomerID2", "CustomerID3"}));
+    EXPECT_EQ(h.row(3),
+              (QStringList{"CustomerID", "CustomerID3", "<none>", "dbo.Orders", "Orders1"}));
     EXPECT_TRUE(h.box->shown().empty());
 
     h.changed = 0;
     h.chooseColumn("Customers", "CustomerID");
     EXPECT_EQ(h.rows(), 3);
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "Select a Column");
-    EXPECT_EQ(h.box->shown()[0].strText,
-              "Customers.CustomerID is already in the list of Select items");
-    EXPECT_EQ(h.box->shown()[0].icon, MessageIcon::Exclamation);
+    EXPECT_EQ(BoxOf(h.box->shown()[0]),
+              (Box{"Select a Column", "Customers.CustomerID is already in the list of Select items",
+                   MessageIcon::Exclamation, MessageButtons::Ok}));
     // The change notification still runs after a refused duplicate.
     EXPECT_EQ(h.changed, 1);
 }
@@ -156,8 +151,7 @@ TEST(SelectedItemsGridTest, DuplicatesAndAliasesFollowRemovedRenamedAndMovedRows
     h.chooseColumn("Orders", "Freight");
     EXPECT_EQ(h.box->shown().size(), 1u);
     ASSERT_EQ(h.rows(), 3);
-    EXPECT_EQ(h.cell(3, 1), "Freight");
-    EXPECT_EQ(h.cell(3, kAlias), "Freight");
+    EXPECT_EQ(h.row(3), (QStringList{"Freight", "Freight", "<none>", "dbo.Orders", "Orders"}));
 }
 
 TEST(SelectedItemsGridTest, MovingRowsChangesTheSelectOrder) {
@@ -170,15 +164,14 @@ TEST(SelectedItemsGridTest, MovingRowsChangesTheSelectOrder) {
     // The last row cannot go further down: nothing changes and nothing is raised.
     h.clickButton("cmdMoveDown");
     EXPECT_EQ(h.changed, 0);
-    EXPECT_EQ(h.cell(3, 1), "ShipCity");
+    EXPECT_EQ(h.column(1), (QStringList{"OrderID", "Freight", "ShipCity"}));
 
     h.clickButton("cmdMoveUp");
     EXPECT_EQ(h.changed, 1);
-    EXPECT_EQ(h.cell(2, 1), "ShipCity");
-    EXPECT_EQ(h.cell(3, 1), "Freight");
+    EXPECT_EQ(h.column(1), (QStringList{"OrderID", "ShipCity", "Freight"}));
     EXPECT_EQ(grid->currentIndex().row(), 1);
     h.clickButton("cmdMoveUp");
-    EXPECT_EQ(h.cell(1, 1), "ShipCity");
+    EXPECT_EQ(h.column(1), (QStringList{"ShipCity", "OrderID", "Freight"}));
     EXPECT_EQ(grid->currentIndex().row(), 0);
     EXPECT_EQ(h.query->SelectedItems()->Item(1)->strAlias(), "ShipCity");
     EXPECT_EQ(h.control().strSQL().rfind("SELECT\r\n     Orders.ShipCity AS ShipCity,", 0), 0u)
@@ -188,7 +181,7 @@ TEST(SelectedItemsGridTest, MovingRowsChangesTheSelectOrder) {
     h.clickButton("cmdMoveUp");
     EXPECT_EQ(h.changed, 0);
     h.clickButton("cmdMoveDown");
-    EXPECT_EQ(h.cell(2, 1), "ShipCity");
+    EXPECT_EQ(h.column(1), (QStringList{"OrderID", "ShipCity", "Freight"}));
     EXPECT_EQ(h.changed, 1);
 }
 
@@ -209,8 +202,7 @@ TEST(SelectedItemsGridTest, RemovingRowsRaisesChangedTwiceAndDisablesTheButtonsA
     h.changed = 0;
     h.clickButton("cmdRemoveSelectItem");
     EXPECT_EQ(h.changed, 2); // once before the row goes, once by the change notification
-    ASSERT_EQ(h.rows(), 1);
-    EXPECT_EQ(h.cell(1, 1), "Freight");
+    EXPECT_EQ(h.column(1), QStringList{"Freight"});
     EXPECT_TRUE(h.box->shown().empty()); // no confirmation is asked
 
     // RemoveSelectItem(true) behaves exactly like RemoveSelectItem(false).
@@ -231,22 +223,16 @@ TEST(SelectedItemsGridTest, RemovingRowsRaisesChangedTwiceAndDisablesTheButtonsA
 
 TEST(SelectedItemsGridTest, AProposedAliasEqualToACalculatedItemIsKept) {
     ControlHarness h;
-    h.load(R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>Orders.OrderID</NAME><ALIAS>Freight</ALIAS></ITEM>
-  </ITEMS_SELECTED>
-  <CALCULATED_ITEMS>
-    <ITEM><ITEM_NAME>ShipCity</ITEM_NAME><COMPUTATION>UPPER(Orders.ShipCity)</COMPUTATION></ITEM>
-    <ITEM><ITEM_NAME>Freight2</ITEM_NAME><COMPUTATION>Orders.Freight * 2</COMPUTATION></ITEM>
-  </CALCULATED_ITEMS>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Orders")
+               .item("Orders.OrderID", "Freight")
+               .calculated("ShipCity", "UPPER(Orders.ShipCity)")
+               .calculated("Freight2", "Orders.Freight * 2"));
     // No other row uses ShipCity: kept, although a calculated item has that name.
     h.chooseColumn("Orders", "ShipCity");
-    EXPECT_EQ(h.cell(2, kAlias), "ShipCity");
     // Freight is in use and so is the field name; Freight2 is a calculated item: Freight3.
     h.chooseColumn("Orders", "Freight");
-    EXPECT_EQ(h.cell(3, kAlias), "Freight3");
+    EXPECT_EQ(h.column(kAlias), (QStringList{"Freight", "ShipCity", "Freight3"}));
 }
 
 TEST(SelectedItemsGridTest, ConfirmingAnEditUnchangedDoesNotNotify) {
@@ -281,31 +267,26 @@ TEST(SelectedItemsGridTest, TheFirstRowIsCurrentUntilTheUserPicksAnother) {
     EXPECT_EQ(h.grid()->currentIndex().row(), 0);
     h.changed = 0;
     h.clickButton("cmdRemoveSelectItem");
-    ASSERT_EQ(h.rows(), 2);
-    EXPECT_EQ(h.cell(1, 1), "Freight");
+    EXPECT_EQ(h.column(1), (QStringList{"Freight", "ShipCity"}));
     EXPECT_EQ(h.changed, 2);
     h.clickButton("cmdMoveDown");
-    EXPECT_EQ(h.cell(2, 1), "Freight");
+    EXPECT_EQ(h.column(1), (QStringList{"ShipCity", "Freight"}));
 }
 
 TEST(SelectedItemsGridTest, ARowWithoutItsTableRaisesChangedOnlyOnceWhenRemoved) {
     ControlHarness h;
     // A stored item whose name starts with the dot has no table part: "From Table" stays empty.
-    h.load(R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>.Freight</NAME><ALIAS>Loose</ALIAS></ITEM>
-    <ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS></ITEM>
-  </ITEMS_SELECTED>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Orders")
+               .item(".Freight", "Loose")
+               .item("Orders.Freight", "Freight"));
     ASSERT_EQ(h.rows(), 2);
     ASSERT_EQ(h.cell(1, 4), "");
     h.grid()->setCurrentIndex(h.grid()->model()->index(0, 0));
     h.changed = 0;
     h.control().RemoveSelectItem(true);
     EXPECT_EQ(h.changed, 1);
-    ASSERT_EQ(h.rows(), 1);
-    EXPECT_EQ(h.cell(1, 2), "Freight");
+    EXPECT_EQ(h.column(kAlias), QStringList{"Freight"});
     h.changed = 0;
     h.control().RemoveSelectItem(true);
     EXPECT_EQ(h.changed, 2);
@@ -313,19 +294,14 @@ TEST(SelectedItemsGridTest, ARowWithoutItsTableRaisesChangedOnlyOnceWhenRemoved)
 
 TEST(SelectedItemsGridTest, AFieldNamedWithItsSchemaAndTableIsSplitAfterTheSecondDot) {
     ControlHarness h;
-    h.load(R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>dbo.Orders.Freight</NAME><ALIAS>Freight</ALIAS></ITEM>
-    <ITEM><NAME>Orders.ShipCity.Extra</NAME><ALIAS>City</ALIAS></ITEM>
-  </ITEMS_SELECTED>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Orders")
+               .item("dbo.Orders.Freight", "Freight")
+               .item("Orders.ShipCity.Extra", "City"));
     ASSERT_EQ(h.rows(), 2);
     // Three parts: "dbo.Orders" is no alias of a placed table, so the table's text stays as the
     // "From Table" and its last part becomes the "Table Alias".
-    EXPECT_EQ(h.cell(1, 1), "Freight");
-    EXPECT_EQ(h.cell(1, 4), "dbo.Orders");
-    EXPECT_EQ(h.cell(1, 5), "Orders");
+    EXPECT_EQ(h.row(1), (QStringList{"Freight", "Freight", "<none>", "dbo.Orders", "Orders"}));
     // The duplicate test joins "Table Alias" and "Selected Field": picking Freight of the box
     // Orders finds that row.
     h.chooseColumn("Orders", "Freight");
@@ -333,7 +309,5 @@ TEST(SelectedItemsGridTest, AFieldNamedWithItsSchemaAndTableIsSplitAfterTheSecon
     ASSERT_EQ(h.box->shown().size(), 1u);
     EXPECT_EQ(h.box->shown()[0].strText, "Orders.Freight is already in the list of Select items");
     // Three parts again: the last one is the field, the first two the table.
-    EXPECT_EQ(h.cell(2, 1), "Extra");
-    EXPECT_EQ(h.cell(2, 4), "Orders.ShipCity");
-    EXPECT_EQ(h.cell(2, 5), "ShipCity");
+    EXPECT_EQ(h.row(2), (QStringList{"Extra", "City", "<none>", "Orders.ShipCity", "ShipCity"}));
 }

@@ -6,7 +6,6 @@
 #include "marovin/frmSubQuery.h"
 
 #include <QApplication>
-#include <QGraphicsView>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QTest>

@@ -41,11 +41,7 @@ TEST(TablesPaneTest, ChoosingAColumnAddsARowRaisesChangedThenShowsTheNewSql) {
     EXPECT_EQ(viewSeenByHost, before);
 
     ASSERT_EQ(h.rows(), 1);
-    EXPECT_EQ(h.cell(1, 1), "Freight");
-    EXPECT_EQ(h.cell(1, 2), "Freight");
-    EXPECT_EQ(h.cell(1, 3), "<none>");
-    EXPECT_EQ(h.cell(1, 4), "dbo.Orders");
-    EXPECT_EQ(h.cell(1, 5), "Orders");
+    EXPECT_EQ(h.row(1), (QStringList{"Freight", "Freight", "<none>", "dbo.Orders", "Orders"}));
 
     const std::string sql = h.control().strSQL();
     EXPECT_EQ(sql.rfind("SELECT\r\n     Orders.Freight AS Freight\r\nFROM", 0), 0u) << sql;
@@ -262,28 +258,17 @@ TEST(TablesPaneTest, JoinsOfOtherTypeOrDirectionStaySeparate) {
 
 TEST(TablesPaneTest, RemovingATableAsksAndTakesItsRowsItemsAndConditionsAlong) {
     ControlHarness h;
-    h.load(R"(<SQLQuery>
-  <TABLES_USED>
-    <TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE>
-    <TABLE><NAME>dbo.Customers</NAME><ALIAS>Customers</ALIAS></TABLE>
-  </TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS></ITEM>
-    <ITEM><NAME>Customers.CompanyName</NAME><ALIAS>CompanyName</ALIAS></ITEM>
-    <ITEM><NAME>Orders.OrderID</NAME><ALIAS>OrderID</ALIAS></ITEM>
-  </ITEMS_SELECTED>
-  <CALCULATED_ITEMS>
-    <ITEM><ITEM_NAME>Total</ITEM_NAME><COMPUTATION>SUM(Orders.Freight)</COMPUTATION></ITEM>
-    <ITEM><ITEM_NAME>Who</ITEM_NAME><COMPUTATION>Customers.ContactName</COMPUTATION></ITEM>
-  </CALCULATED_ITEMS>
-  <JOINS><JOIN><LEFT_TABLE allrows="False">Orders</LEFT_TABLE>
-    <RIGHT_TABLE allrows="False">Customers</RIGHT_TABLE>
-    <CONDITION>(Orders.CustomerID = Customers.CustomerID)</CONDITION></JOIN></JOINS>
-  <FIXED_FILTERS>
-    <FILTER isactive="True">Customers.Country = 'Germany'</FILTER>
-    <FILTER isactive="True">Orders.Freight &gt; 10</FILTER>
-  </FIXED_FILTERS>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Orders")
+               .table("dbo.Customers")
+               .item("Orders.Freight", "Freight")
+               .item("Customers.CompanyName", "CompanyName")
+               .item("Orders.OrderID", "OrderID")
+               .calculated("Total", "SUM(Orders.Freight)")
+               .calculated("Who", "Customers.ContactName")
+               .join("Orders", "Customers", "(Orders.CustomerID = Customers.CustomerID)")
+               .filter("Customers.Country = 'Germany'")
+               .filter("Orders.Freight > 10"));
     ASSERT_EQ(h.rows(), 3);
     ASSERT_EQ(h.diagram()->joinCount(), 1);
 
@@ -295,11 +280,11 @@ TEST(TablesPaneTest, RemovingATableAsksAndTakesItsRowsItemsAndConditionsAlong) {
     h.box->QueueAnswer(MessageAnswer::No);
     clickClose();
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "Remove a Table");
-    EXPECT_EQ(h.box->shown()[0].strText,
-              "Do you really want to remove table Customers?\r\nRemoving a table may have "
-              "implications for selected fields and expressions");
-    EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::YesNo);
+    EXPECT_EQ(BoxOf(h.box->shown()[0]),
+              (Box{"Remove a Table",
+                   "Do you really want to remove table Customers?\r\nRemoving a table may have "
+                   "implications for selected fields and expressions",
+                   MessageIcon::Exclamation, MessageButtons::YesNo}));
     EXPECT_TRUE(h.diagram()->hasTable("Customers"));
     EXPECT_EQ(h.rows(), 3);
 
@@ -307,13 +292,9 @@ TEST(TablesPaneTest, RemovingATableAsksAndTakesItsRowsItemsAndConditionsAlong) {
     clickClose();
     EXPECT_FALSE(h.diagram()->hasTable("Customers"));
     EXPECT_EQ(h.diagram()->joinCount(), 0);
-    ASSERT_EQ(h.rows(), 2);
-    EXPECT_EQ(h.cell(1, 2), "Freight");
-    EXPECT_EQ(h.cell(2, 2), "OrderID");
-    ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
-    EXPECT_EQ(h.expressions()->topLevelItem(0)->text(0), "Total");
-    ASSERT_EQ(h.conditions()->topLevelItemCount(), 1);
-    EXPECT_EQ(h.conditions()->topLevelItem(0)->text(0), "Orders.Freight > 10");
+    EXPECT_EQ(h.column(2), (QStringList{"Freight", "OrderID"}));
+    EXPECT_EQ(ItemTexts(h.expressions()), QStringList{"Total"});
+    EXPECT_EQ(ItemTexts(h.conditions()), QStringList{"Orders.Freight > 10"});
     EXPECT_EQ(h.control().strSQL().find("Customers"), std::string::npos) << h.control().strSQL();
     EXPECT_EQ(h.query->Tables()->Count(), 1);
 
@@ -327,21 +308,15 @@ TEST(TablesPaneTest, RemovingATableAsksAndTakesItsRowsItemsAndConditionsAlong) {
 
 TEST(TablesPaneTest, TheAliasIsRemovedAsASubstringOfExpressionsAndConditions) {
     ControlHarness h;
-    h.load(R"(<SQLQuery>
-  <TABLES_USED>
-    <TABLE><NAME>dbo.Region</NAME><ALIAS>Region</ALIAS></TABLE>
-    <TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE>
-  </TABLES_USED>
-  <CALCULATED_ITEMS>
-    <ITEM><ITEM_NAME>A</ITEM_NAME><COMPUTATION>Orders.ShipRegion</COMPUTATION></ITEM>
-    <ITEM><ITEM_NAME>B</ITEM_NAME><COMPUTATION>Orders.Freight</COMPUTATION></ITEM>
-  </CALCULATED_ITEMS>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Region")
+               .table("dbo.Orders")
+               .calculated("A", "Orders.ShipRegion")
+               .calculated("B", "Orders.Freight"));
     h.box->QueueAnswer(MessageAnswer::Yes);
     ASSERT_TRUE(h.diagram()->requestTableRemoval("Region"));
     // "ShipRegion" contains "Region": that item goes too.
-    ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
-    EXPECT_EQ(h.expressions()->topLevelItem(0)->text(0), "B");
+    EXPECT_EQ(ItemTexts(h.expressions()), QStringList{"B"});
 }
 
 TEST(TablesPaneTest, AllColumnsAddsEveryColumnWithoutDuplicates) {
@@ -351,10 +326,7 @@ TEST(TablesPaneTest, AllColumnsAddsEveryColumnWithoutDuplicates) {
     h.changed = 0;
     QTest::mouseDClick(h.diagram()->view()->viewport(), Qt::LeftButton, {},
                        h.diagram()->allColumnsPoint("Shippers"));
-    ASSERT_EQ(h.rows(), 3);
-    EXPECT_EQ(h.cell(1, 1), "Phone");
-    EXPECT_EQ(h.cell(2, 1), "ShipperID");
-    EXPECT_EQ(h.cell(3, 1), "CompanyName");
+    EXPECT_EQ(h.column(1), (QStringList{"Phone", "ShipperID", "CompanyName"}));
     EXPECT_TRUE(h.box->shown().empty()); // the duplicate is skipped silently here
     EXPECT_EQ(h.changed, 1);
     EXPECT_EQ(h.busy->lngDepth(), 0);
@@ -363,13 +335,7 @@ TEST(TablesPaneTest, AllColumnsAddsEveryColumnWithoutDuplicates) {
 
 TEST(TablesPaneTest, LoadedBoxesGoSideBySideAndPlacedOnesWhereTheUserSeesThem) {
     ControlHarness h;
-    h.load(R"(<?xml version="1.0" encoding="UTF-8"?>
-<SQLQuery issubquery="False">
-  <TABLES_USED>
-    <TABLE issubquery="False"><NAME>dbo.Shippers</NAME><ALIAS>Shippers</ALIAS></TABLE>
-    <TABLE issubquery="False"><NAME>dbo.WideTable</NAME><ALIAS>WideTable</ALIAS></TABLE>
-  </TABLES_USED>
-</SQLQuery>)");
+    h.load(QueryDocument().table("dbo.Shippers").table("dbo.WideTable"));
     ASSERT_GT(h.diagram()->tableColumns("WideTable").size(), 20);
     const double position = dvTablesAndJoins::kPositionScale;
     const double size = dvTablesAndJoins::kSizeScale;
@@ -561,8 +527,7 @@ TEST(TablesPaneTest, TheBoxesCheckBoxesShowAndChangeTheSelectedColumns) {
     EXPECT_TRUE(h.diagram()->isColumnTicked("Orders", "OrderID"));
     h.box->clear();
     click("Freight");
-    EXPECT_EQ(h.rows(), 1);
-    EXPECT_EQ(h.cell(1, 1), "OrderID");
+    EXPECT_EQ(h.column(1), QStringList{"OrderID"});
     EXPECT_FALSE(h.diagram()->isColumnTicked("Orders", "Freight"));
     EXPECT_TRUE(h.box->shown().empty()); // no question for a deliberate untick
 
@@ -573,17 +538,12 @@ TEST(TablesPaneTest, TheBoxesCheckBoxesShowAndChangeTheSelectedColumns) {
     EXPECT_EQ(h.rows(), 0);
     EXPECT_FALSE(h.diagram()->isColumnTicked("Orders", "OrderID"));
     // A loaded query shows its ticks.
-    h.load(R"(<?xml version="1.0" encoding="UTF-8"?>
-<SQLQuery issubquery="False">
-  <TABLES_USED><TABLE issubquery="False"><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS><AGGREGATION></AGGREGATION></ITEM>
-    <ITEM><NAME>Orders.ShipCity</NAME><ALIAS>City</ALIAS><AGGREGATION></AGGREGATION></ITEM>
-  </ITEMS_SELECTED>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Orders")
+               .item("Orders.Freight", "Freight")
+               .item("Orders.ShipCity", "City"));
     EXPECT_TRUE(h.diagram()->isColumnTicked("Orders", "ShipCity"));
     ASSERT_EQ(h.rows(), 2);
     click("Freight");
-    EXPECT_EQ(h.rows(), 1);
-    EXPECT_EQ(h.cell(1, 2), "City");
+    EXPECT_EQ(h.column(2), QStringList{"City"});
 }
