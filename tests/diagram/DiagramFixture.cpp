@@ -151,6 +151,16 @@ QString joinsList(const QStringList& joins) {
     return (QStringList{QString::number(joins.size())} + joins).join(u'\n');
 }
 
+void expectLastSignal(const QSignalSpy& spy, qsizetype count, const QVariantList& arguments) {
+    ASSERT_EQ(spy.size(), count);
+    ASSERT_GT(count, 0);
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        EXPECT_EQ(spy.last().value(i).toString().toStdString(),
+                  arguments[i].toString().toStdString())
+            << "argument " << i;
+    }
+}
+
 QStringList numberedColumns(int count) {
     QStringList columns;
     for (int i = 1; i <= count; ++i)

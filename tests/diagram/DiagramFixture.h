@@ -63,6 +63,8 @@ QString joinText(const QString& leftAlias, const QString& leftColumn, const QStr
                  const QString& rightColumn, const QString& type = QStringLiteral("Inner Join"));
 // The joins list the diagram reports for these join texts: their count, then each on its lines.
 QString joinsList(const QStringList& joins);
+// Checks that the spy caught count signals, the last of them with these leading arguments.
+void expectLastSignal(const QSignalSpy& spy, qsizetype count, const QVariantList& arguments);
 // Column1, Column2, ... ColumnN: a table too long for its box.
 QStringList numberedColumns(int count);
 
