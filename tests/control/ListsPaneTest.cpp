@@ -14,18 +14,14 @@ using namespace marovin::test;
 
 namespace {
 
-const char* const kQuery = R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED><ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS></ITEM></ITEMS_SELECTED>
-  <CALCULATED_ITEMS>
-    <ITEM><ITEM_NAME>Heavy</ITEM_NAME><COMPUTATION>CASE WHEN Orders.Freight &gt; 100{newline}THEN 1 ELSE 0 END</COMPUTATION></ITEM>
-    <ITEM><ITEM_NAME>Twice</ITEM_NAME><COMPUTATION>Orders.Freight * 2</COMPUTATION></ITEM>
-  </CALCULATED_ITEMS>
-  <FIXED_FILTERS>
-    <FILTER isactive="True">Orders.ShipCountry = 'Germany'{newline}OR Orders.ShipCountry = 'France'</FILTER>
-    <FILTER isactive="False">Orders.Freight &gt; 10</FILTER>
-  </FIXED_FILTERS>
-</SQLQuery>)";
+const std::string kQuery =
+    QueryDocument()
+        .table("dbo.Orders")
+        .item("Orders.Freight", "Freight")
+        .calculated("Heavy", "CASE WHEN Orders.Freight > 100{newline}THEN 1 ELSE 0 END")
+        .calculated("Twice", "Orders.Freight * 2")
+        .filter("Orders.ShipCountry = 'Germany'{newline}OR Orders.ShipCountry = 'France'")
+        .filter("Orders.Freight > 10", false);
 
 QPoint centre(QTreeWidget* list, int index) {
     return list->visualItemRect(list->topLevelItem(index)).center();
@@ -258,13 +254,10 @@ TEST(ListsPaneTest, ClickingAConditionsCheckBoxSwitchesIt) {
 
 TEST(ListsPaneTest, ConditionsAreWrittenInTheBuilderAndRouted) {
     ControlHarness h;
-    h.load(R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>Orders.ShipCountry</NAME><ALIAS>ShipCountry</ALIAS></ITEM>
-    <ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS><AGGREGATION>SUM</AGGREGATION></ITEM>
-  </ITEMS_SELECTED>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Orders")
+               .item("Orders.ShipCountry", "ShipCountry")
+               .item("Orders.Freight", "Freight", "SUM"));
     EXPECT_TRUE(h.button("cmdAddCondition")->isEnabled());
     EXPECT_FALSE(h.button("cmdEditCondition")->isEnabled());
     h.changed = 0;
@@ -368,16 +361,11 @@ TEST(ListsPaneTest, EditingAConditionPublishesOnlyARealChange) {
 
 TEST(ListsPaneTest, TheConditionBuilderIsOfferedTheAggregatesAndCalculatedItems) {
     ControlHarness h;
-    h.load(R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.Order Details</NAME><ALIAS>Order Details</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>[Order Details].OrderID</NAME><ALIAS>OrderID</ALIAS></ITEM>
-    <ITEM><NAME>[Order Details].[Unit Price]</NAME><ALIAS>Total</ALIAS><AGGREGATION>SUM</AGGREGATION></ITEM>
-  </ITEMS_SELECTED>
-  <CALCULATED_ITEMS>
-    <ITEM><ITEM_NAME>Twice</ITEM_NAME><COMPUTATION>[Order Details].Quantity{newline}* 2</COMPUTATION></ITEM>
-  </CALCULATED_ITEMS>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Order Details")
+               .item("[Order Details].OrderID", "OrderID")
+               .item("[Order Details].[Unit Price]", "Total", "SUM")
+               .calculated("Twice", "[Order Details].Quantity{newline}* 2"));
     QStringList fields;
     ASSERT_EQ(RunDialog(
                   [&fields](QDialog& dialog) {

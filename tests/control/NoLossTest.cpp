@@ -9,21 +9,6 @@
 using namespace marovin;
 using namespace marovin::test;
 
-namespace {
-
-constexpr const char* kTwoTables = R"(<SQLQuery>
-  <TABLES_USED>
-    <TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE>
-    <TABLE><NAME>dbo.Customers</NAME><ALIAS>Customers</ALIAS></TABLE>
-  </TABLES_USED>
-  <ITEMS_SELECTED><ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS></ITEM></ITEMS_SELECTED>
-  <JOINS><JOIN><LEFT_TABLE allrows="False">Orders</LEFT_TABLE><RIGHT_TABLE allrows="False">Customers</RIGHT_TABLE>
-      <CONDITION>(Orders.CustomerID = Customers.CustomerID)</CONDITION></JOIN></JOINS>
-  <FIXED_FILTERS><FILTER isactive="True">Orders.Freight &gt; 1</FILTER></FIXED_FILTERS>
-</SQLQuery>)";
-
-} // namespace
-
 TEST(NoLossTest, ATableWhoseNameEndsInADotGetsAUsableAlias) {
     QTemporaryDir dir;
     const std::string path = dir.filePath("dotted.sqlite").toStdString();
@@ -45,17 +30,12 @@ TEST(NoLossTest, ATableWhoseNameEndsInADotGetsAUsableAlias) {
 
 TEST(NoLossTest, AStoredSubQueryTableWithoutANameLoads) {
     ControlHarness h;
-    h.load(R"(<SQLQuery>
-  <TABLES_USED><TABLE issubquery="True"><NAME></NAME><ALIAS></ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED><ITEM><NAME>VirtualTable.CompanyName</NAME><ALIAS>CompanyName</ALIAS></ITEM></ITEMS_SELECTED>
-  <SUB_QUERY>
-    <SQLQuery issubquery="True">
-      <NAME></NAME>
-      <TABLES_USED><TABLE><NAME>dbo.Customers</NAME><ALIAS>Customers</ALIAS></TABLE></TABLES_USED>
-      <ITEMS_SELECTED><ITEM><NAME>Customers.CompanyName</NAME><ALIAS>CompanyName</ALIAS></ITEM></ITEMS_SELECTED>
-    </SQLQuery>
-  </SUB_QUERY>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .subQueryTable("")
+               .item("VirtualTable.CompanyName", "CompanyName")
+               .subQuery("", QueryDocument()
+                                 .table("dbo.Customers")
+                                 .item("Customers.CompanyName", "CompanyName")));
     EXPECT_EQ(h.diagram()->tableAliases(), QStringList{"VirtualTable"});
     EXPECT_NE(h.control().strSQL().find(") AS VirtualTable"), std::string::npos)
         << h.control().strSQL();
@@ -87,31 +67,29 @@ TEST(NoLossTest, APlacementTheDiagramRefusesLeavesNoHalfMadeTable) {
 
 TEST(NoLossTest, AQueryThatCannotBeShownLeavesThePreviousOneAndBothObjectsUntouched) {
     ControlHarness h;
-    h.load(kTwoTables);
+    h.load(QueryDocument()
+               .table("dbo.Orders")
+               .table("dbo.Customers")
+               .item("Orders.Freight", "Freight")
+               .join("Orders", "Customers", "(Orders.CustomerID = Customers.CustomerID)")
+               .filter("Orders.Freight > 1"));
     const auto current = h.query;
     const std::string currentDocument = current->ToXmlText();
     const std::string currentSql = h.control().strSQL();
 
     // A sub-query whose own statement cannot be rendered: its only join has the same table on
     // both sides.
-    const std::string broken = R"(<SQLQuery>
-  <TABLES_USED><TABLE issubquery="True"><NAME>S</NAME><ALIAS>S</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED><ITEM><NAME>S.Freight</NAME><ALIAS>Freight</ALIAS></ITEM></ITEMS_SELECTED>
-  <SUB_QUERY>
-    <SQLQuery issubquery="True">
-      <NAME>S</NAME>
-      <TABLES_USED>
-        <TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE>
-        <TABLE><NAME>dbo.Customers</NAME><ALIAS>Customers</ALIAS></TABLE>
-      </TABLES_USED>
-      <ITEMS_SELECTED><ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS></ITEM></ITEMS_SELECTED>
-      <JOINS><JOIN><LEFT_TABLE allrows="False">Orders</LEFT_TABLE><RIGHT_TABLE allrows="False">Orders</RIGHT_TABLE>
-          <CONDITION>(Orders.OrderID = Orders.OrderID)</CONDITION></JOIN></JOINS>
-    </SQLQuery>
-  </SUB_QUERY>
-</SQLQuery>)";
     auto other = std::make_shared<cSQLQuery>();
-    other->LoadXmlText(broken);
+    other->LoadXmlText(
+        QueryDocument()
+            .subQueryTable("S")
+            .item("S.Freight", "Freight")
+            .subQuery("S", QueryDocument()
+                               .table("dbo.Orders")
+                               .table("dbo.Customers")
+                               .item("Orders.Freight", "Freight")
+                               .join("Orders", "Orders", "(Orders.OrderID = Orders.OrderID)"))
+            .xml());
     const std::string otherDocument = other->ToXmlText();
     h.box->clear();
     h.changed = 0;

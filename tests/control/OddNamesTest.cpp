@@ -68,9 +68,7 @@ TEST(OddNamesTest, KeywordNamesArePlacedSelectedPreviewedSavedAndReopened) {
 
     // The panes show the names as they are.
     EXPECT_EQ(h.diagram()->tableAliases(), QStringList{"Order"});
-    EXPECT_EQ(h.cell(1, 1), "Group");
-    EXPECT_EQ(h.cell(1, 2), "Group");
-    EXPECT_EQ(h.cell(1, 5), "Order");
+    EXPECT_EQ(h.row(1), (QStringList{"Group", "Group", "<none>", "dbo.Order", "Order"}));
 
     const std::string sql = h.control().strSQL();
     EXPECT_EQ(sql, "SELECT\r\n     [Order].[Group] AS [Group], \r\n     [Order].[Select] AS "
@@ -117,15 +115,12 @@ TEST(OddNamesTest, ADocumentThatNamesThemPlainlyLoadsIntoSqlThatRuns) {
     OddDatabase odd;
     ControlHarness h(nullptr, SqliteConnection(odd.path));
     // As a host writes it by hand: no brackets anywhere.
-    h.load(R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.Order</NAME><ALIAS>Order</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>Order.Group</NAME><ALIAS>Group</ALIAS><AGGREGATION/></ITEM>
-    <ITEM><NAME>Order.Select</NAME><ALIAS>Total</ALIAS><AGGREGATION>SUM</AGGREGATION></ITEM>
-  </ITEMS_SELECTED>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Order")
+               .item("Order.Group", "Group")
+               .item("Order.Select", "Total", "SUM"));
     ASSERT_TRUE(h.box->shown().empty());
-    EXPECT_EQ(h.cell(1, 1), "Group");
+    EXPECT_EQ(h.row(1), (QStringList{"Group", "Group", "<none>", "dbo.Order", "Order"}));
     const std::string sql = h.control().strSQL();
     EXPECT_NE(sql.find("SUM([Order].[Select]) AS Total"), std::string::npos) << sql;
     EXPECT_NE(sql.find("GROUP BY\r\n     [Order].[Group]"), std::string::npos) << sql;

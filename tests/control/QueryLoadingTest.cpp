@@ -10,25 +10,18 @@ using namespace marovin::test;
 TEST(QueryLoadingTest, ALoadedQueryFillsEveryPaneAndRaisesNoChanged) {
     ControlHarness h;
     h.changed = 0;
-    h.load(R"(<SQLQuery>
-  <UNIQUE_RECORDS_ONLY>True</UNIQUE_RECORDS_ONLY>
-  <TABLES_USED>
-    <TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE>
-    <TABLE><NAME>dbo.Order Details</NAME><ALIAS>Order Details</ALIAS></TABLE>
-    <TABLE><NAME>dbo.Products</NAME><ALIAS>Products</ALIAS></TABLE>
-  </TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>Orders.OrderID</NAME><ALIAS>OrderID</ALIAS></ITEM>
-    <ITEM><NAME>Products.ProductName</NAME><ALIAS>Product</ALIAS></ITEM>
-    <ITEM><NAME>Order Details.Quantity</NAME><ALIAS>Qty</ALIAS><AGGREGATION>sum</AGGREGATION></ITEM>
-  </ITEMS_SELECTED>
-  <JOINS>
-    <JOIN><LEFT_TABLE allrows="True">Orders</LEFT_TABLE><RIGHT_TABLE allrows="False">Order Details</RIGHT_TABLE>
-      <CONDITION>(Orders.OrderID = [Order Details].OrderID)</CONDITION></JOIN>
-    <JOIN><LEFT_TABLE allrows="False">Order Details</LEFT_TABLE><RIGHT_TABLE allrows="False">Products</RIGHT_TABLE>
-      <CONDITION>([Order Details].ProductID = Products.ProductID and [Order Details].UnitPrice = Products.UnitPrice)</CONDITION></JOIN>
-  </JOINS>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .uniqueRecordsOnly()
+               .table("dbo.Orders")
+               .table("dbo.Order Details")
+               .table("dbo.Products")
+               .item("Orders.OrderID", "OrderID")
+               .item("Products.ProductName", "Product")
+               .item("Order Details.Quantity", "Qty", "sum")
+               .join("Orders", "Order Details", "(Orders.OrderID = [Order Details].OrderID)", true)
+               .join("Order Details", "Products",
+                     "([Order Details].ProductID = Products.ProductID and [Order "
+                     "Details].UnitPrice = Products.UnitPrice)"));
     EXPECT_EQ(h.changed, 0);
     EXPECT_TRUE(h.box->shown().empty());
     EXPECT_EQ(h.diagram()->tableAliases(), (QStringList{"Orders", "Order Details", "Products"}));
@@ -41,10 +34,8 @@ TEST(QueryLoadingTest, ALoadedQueryFillsEveryPaneAndRaisesNoChanged) {
     EXPECT_EQ(joins[2].joinText(), "Order Details\nUnitPrice\nProducts\nUnitPrice\nInner Join");
 
     ASSERT_EQ(h.rows(), 3);
-    EXPECT_EQ(h.cell(3, 1), "Quantity");
-    EXPECT_EQ(h.cell(3, 2), "Qty");
-    EXPECT_EQ(h.cell(3, 3), "SUM");
-    EXPECT_EQ(h.cell(3, 4), "dbo.Order Details");
+    EXPECT_EQ(h.row(3),
+              (QStringList{"Quantity", "Qty", "SUM", "dbo.Order Details", "Order Details"}));
     EXPECT_TRUE(h.checkBox("chkUniqueRecords")->isChecked());
 
     // Merged back by the assembly: the same joins as the document.
@@ -71,27 +62,17 @@ TEST(QueryLoadingTest, ALoadedQueryFillsEveryPaneAndRaisesNoChanged) {
 
 TEST(QueryLoadingTest, MissingTablesAreReportedOnceAndTheirDependantsDropped) {
     ControlHarness h;
-    h.load(R"(<SQLQuery>
-  <TABLES_USED>
-    <TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE>
-    <TABLE><NAME>dbo.Invoices</NAME><ALIAS>Invoices</ALIAS></TABLE>
-    <TABLE><NAME>dbo.Payments</NAME><ALIAS>Payments</ALIAS></TABLE>
-  </TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS></ITEM>
-    <ITEM><NAME>Invoices.Amount</NAME><ALIAS>Amount</ALIAS></ITEM>
-  </ITEMS_SELECTED>
-  <CALCULATED_ITEMS>
-    <ITEM><ITEM_NAME>Paid</ITEM_NAME><COMPUTATION>Payments.Total</COMPUTATION></ITEM>
-    <ITEM><ITEM_NAME>Cost</ITEM_NAME><COMPUTATION>Orders.Freight * 2</COMPUTATION></ITEM>
-  </CALCULATED_ITEMS>
-  <JOINS><JOIN><LEFT_TABLE allrows="False">Orders</LEFT_TABLE><RIGHT_TABLE allrows="False">Invoices</RIGHT_TABLE>
-      <CONDITION>(Orders.OrderID = Invoices.OrderID)</CONDITION></JOIN></JOINS>
-  <FIXED_FILTERS>
-    <FILTER isactive="True">Invoices.Amount &gt; 0</FILTER>
-    <FILTER isactive="True">Orders.Freight &gt; 1</FILTER>
-  </FIXED_FILTERS>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Orders")
+               .table("dbo.Invoices")
+               .table("dbo.Payments")
+               .item("Orders.Freight", "Freight")
+               .item("Invoices.Amount", "Amount")
+               .calculated("Paid", "Payments.Total")
+               .calculated("Cost", "Orders.Freight * 2")
+               .join("Orders", "Invoices", "(Orders.OrderID = Invoices.OrderID)")
+               .filter("Invoices.Amount > 0")
+               .filter("Orders.Freight > 1"));
     ASSERT_EQ(h.box->shown().size(), 1u);
     // An embedded database file has no server to name; the missing names come as details.
     EXPECT_EQ(BoxOf(h.box->shown()[0]),
@@ -109,11 +90,9 @@ TEST(QueryLoadingTest, MissingTablesAreReportedOnceAndTheirDependantsDropped) {
 
     EXPECT_EQ(h.diagram()->tableAliases(), QStringList{"Orders"});
     EXPECT_EQ(h.diagram()->joinCount(), 0);
-    ASSERT_EQ(h.rows(), 1);
-    EXPECT_EQ(h.cell(1, 2), "Freight");
-    ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
-    EXPECT_EQ(h.expressions()->topLevelItem(0)->text(0), "Cost");
-    ASSERT_EQ(h.conditions()->topLevelItemCount(), 1);
+    EXPECT_EQ(h.row(1), (QStringList{"Freight", "Freight", "<none>", "dbo.Orders", "Orders"}));
+    EXPECT_EQ(ItemTexts(h.expressions()), QStringList{"Cost"});
+    EXPECT_EQ(ItemTexts(h.conditions()), QStringList{"Orders.Freight > 1"});
     // The query object itself no longer holds the missing tables.
     ASSERT_EQ(h.query->Tables()->Count(), 1);
     EXPECT_EQ(h.query->JoinConditions()->Count(), 0);
@@ -135,17 +114,11 @@ TEST(QueryLoadingTest, RefreshWithoutAQueryOrAConnectionLeavesEmptyPanes) {
 
 TEST(QueryLoadingTest, ASubQueryWithItemsIsOfferedAndPlacedAsATable) {
     ControlHarness h;
-    h.load(R"(<SQLQuery>
-  <TABLES_USED><TABLE issubquery="True"><NAME>Big</NAME><ALIAS>Big</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED><ITEM><NAME>Big.Total</NAME><ALIAS>Total</ALIAS></ITEM></ITEMS_SELECTED>
-  <SUB_QUERY>
-    <SQLQuery issubquery="True">
-      <NAME>Big</NAME>
-      <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
-      <ITEMS_SELECTED><ITEM><NAME>Orders.Freight</NAME><ALIAS>Total</ALIAS></ITEM></ITEMS_SELECTED>
-    </SQLQuery>
-  </SUB_QUERY>
-</SQLQuery>)");
+    h.load(
+        QueryDocument()
+            .subQueryTable("Big")
+            .item("Big.Total", "Total")
+            .subQuery("Big", QueryDocument().table("dbo.Orders").item("Orders.Freight", "Total")));
     ASSERT_NE(h.query->SubQuery(), nullptr);
     EXPECT_TRUE(h.box->shown().empty());
     EXPECT_EQ(h.tableEntries().value(0), "Sub query: Big");
@@ -159,27 +132,21 @@ TEST(QueryLoadingTest, ASubQueryWithItemsIsOfferedAndPlacedAsATable) {
     h.box->QueueAnswer(MessageAnswer::Yes);
     ASSERT_TRUE(h.diagram()->requestTableRemoval("Big"));
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "Remove a Table");
-    EXPECT_EQ(h.box->shown()[0].strText,
-              "This table is a sub-query. After removal, this sub-query will be deleted from "
-              "\r\nthe FROM clause of the main SQL-query which may become invalid. Fields, "
-              "expressions \r\nand conditions based on this table must be removed "
-              "manually.\r\nDo you want to continue?");
+    EXPECT_EQ(BoxOf(h.box->shown()[0]),
+              (Box{"Remove a Table",
+                   "This table is a sub-query. After removal, this sub-query will be deleted from "
+                   "\r\nthe FROM clause of the main SQL-query which may become invalid. Fields, "
+                   "expressions \r\nand conditions based on this table must be removed "
+                   "manually.\r\nDo you want to continue?",
+                   MessageIcon::Exclamation, MessageButtons::YesNo}));
     EXPECT_EQ(h.rows(), 1);
     EXPECT_EQ(h.query->Tables()->Count(), 0);
 }
 
 TEST(QueryLoadingTest, ASubQueryWithoutItemsIsNotOffered) {
     ControlHarness h;
-    h.load(R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
-  <SUB_QUERY>
-    <SQLQuery issubquery="True">
-      <NAME>Empty</NAME>
-      <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
-    </SQLQuery>
-  </SUB_QUERY>
-</SQLQuery>)");
+    h.load(
+        QueryDocument().table("dbo.Orders").subQuery("Empty", QueryDocument().table("dbo.Orders")));
     ASSERT_GT(h.tableEntries().size(), 0);
     EXPECT_TRUE(h.tableEntries().filter(QRegularExpression("^Sub query: ")).isEmpty());
     EXPECT_EQ(h.tableEntries().value(0).left(4), "dbo.");

@@ -107,18 +107,10 @@ TEST(SortOrderTest, TheGridsSortColumnsOrderTheStatementInTheUsersOrder) {
 
 TEST(SortOrderTest, CalculatedItemsAndGridRowsSortFromTheirMenusWithTheKeyboard) {
     ControlHarness h;
-    h.load(R"(<?xml version="1.0" encoding="UTF-8"?>
-<SQLQuery issubquery="False">
-  <TABLES_USED>
-    <TABLE issubquery="False"><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE>
-  </TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>Orders.ShipCountry</NAME><ALIAS>Country</ALIAS><AGGREGATION></AGGREGATION></ITEM>
-  </ITEMS_SELECTED>
-  <CALCULATED_ITEMS>
-    <ITEM><ITEM_NAME>Heavy</ITEM_NAME><COMPUTATION>Orders.Freight * 2</COMPUTATION></ITEM>
-  </CALCULATED_ITEMS>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Orders")
+               .item("Orders.ShipCountry", "Country")
+               .calculated("Heavy", "Orders.Freight * 2"));
     ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
     h.expressions()->setFocus();
     h.expressions()->setCurrentItem(h.expressions()->topLevelItem(0));
@@ -139,24 +131,15 @@ TEST(SortOrderTest, CalculatedItemsAndGridRowsSortFromTheirMenusWithTheKeyboard)
 TEST(SortOrderTest, LoadedSortEntriesShowInTheColumnsAndOddNamesSortAsTheyRun) {
     ControlHarness h;
     // The document lists its entries the way the statement reads them backwards.
-    h.load(R"(<?xml version="1.0" encoding="UTF-8"?>
-<SQLQuery issubquery="False">
-  <TABLES_USED>
-    <TABLE issubquery="False"><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE>
-  </TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>Orders.OrderID</NAME><ALIAS>OrderID</ALIAS><AGGREGATION></AGGREGATION></ITEM>
-    <ITEM><NAME>Orders.Freight</NAME><ALIAS>Freight</ALIAS><AGGREGATION></AGGREGATION></ITEM>
-  </ITEMS_SELECTED>
-  <ORDER_BY>
-    <ITEM sortorder="ASC">OrderID</ITEM>
-    <ITEM sortorder="desc">Freight</ITEM>
-  </ORDER_BY>
-</SQLQuery>)");
+    h.load(QueryDocument()
+               .table("dbo.Orders")
+               .item("Orders.OrderID", "OrderID")
+               .item("Orders.Freight", "Freight")
+               .orderBy("OrderID", "ASC")
+               .orderBy("Freight", "desc"));
     EXPECT_EQ(orderBy(h), "ORDER BY Freight desc, OrderID ASC");
     EXPECT_EQ(h.cell(2, kSortType), "Descending");
-    EXPECT_EQ(h.cell(2, kSortOrder), "1");
-    EXPECT_EQ(h.cell(1, kSortOrder), "2");
+    EXPECT_EQ(h.column(kSortOrder), (QStringList{"2", "1"}));
 
     // An alias with a blank sorts under its bracketed name, as the SELECT list writes it.
     h.typeAlias(2, "Total Freight");

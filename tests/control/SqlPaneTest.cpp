@@ -18,33 +18,20 @@ using namespace marovin::test;
 
 namespace {
 
-constexpr const char* kOrders = R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.Orders</NAME><ALIAS>Orders</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>Orders.OrderID</NAME><ALIAS>OrderID</ALIAS></ITEM>
-    <ITEM><NAME>Orders.ShipCountry</NAME><ALIAS>ShipCountry</ALIAS></ITEM>
-  </ITEMS_SELECTED>%1
-</SQLQuery>)";
-
-std::string ordersWhere(const QString& condition) {
-    const QString filters = condition.isEmpty()
-                                ? QString()
-                                : "\n  <FIXED_FILTERS><FILTER isactive=\"True\">" +
-                                      condition.toHtmlEscaped() + "</FILTER></FIXED_FILTERS>";
-    return QString::fromLatin1(kOrders).arg(filters).toStdString();
+// Orders' OrderID and ShipCountry, with the condition when one is given.
+std::string ordersWhere(const std::string& condition) {
+    QueryDocument query;
+    query.table("dbo.Orders").item("Orders.OrderID", "OrderID");
+    query.item("Orders.ShipCountry", "ShipCountry");
+    return condition.empty() ? query : query.filter(condition);
 }
 
 // Two tables without a join: every line of every order with every customer.
-constexpr const char* kCrossJoin = R"(<SQLQuery>
-  <TABLES_USED>
-    <TABLE><NAME>dbo.Order Details</NAME><ALIAS>Order Details</ALIAS></TABLE>
-    <TABLE><NAME>dbo.Customers</NAME><ALIAS>Customers</ALIAS></TABLE>
-  </TABLES_USED>
-  <ITEMS_SELECTED>
-    <ITEM><NAME>[Order Details].OrderID</NAME><ALIAS>OrderID</ALIAS></ITEM>
-    <ITEM><NAME>Customers.CustomerID</NAME><ALIAS>CustomerID</ALIAS></ITEM>
-  </ITEMS_SELECTED>
-</SQLQuery>)";
+const std::string kCrossJoin = QueryDocument()
+                                   .table("dbo.Order Details")
+                                   .table("dbo.Customers")
+                                   .item("[Order Details].OrderID", "OrderID")
+                                   .item("Customers.CustomerID", "CustomerID");
 
 // What the viewer shows: its rows' count and the texts of one column.
 struct Shown {
@@ -213,7 +200,7 @@ TEST(SqlPaneTest, FailuresAreShownAndNoViewerOpens) {
         const std::string path = dir.filePath("gone.sqlite").toStdString();
         WriteSqliteFile(path, "CREATE TABLE Orders (OrderID integer, ShipCountry text);");
         ControlHarness h(nullptr, SqliteConnection(path));
-        h.load(ordersWhere(QString()));
+        h.load(ordersWhere({}));
         std::remove(path.c_str());
         Shown shown;
         EXPECT_TRUE(RunDialog(readViewer(shown), [&] { h.control().FireQuery(); }).isEmpty());

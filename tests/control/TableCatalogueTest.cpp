@@ -205,13 +205,8 @@ TEST_F(LargeCatalogue, ALoadWaitsForTheFreshListAndLeavesOutOnlyWhatTheDatabaseL
     kept.tables = {{"dbo", "Gone", "TABLE"}, {"dbo", "base", "TABLE"}};
     ASSERT_TRUE(catalogueCache->Save(*connection(), kept));
     auto c = control(catalogueCache);
-    auto query = queryOf(R"(<SQLQuery>
-  <TABLES_USED>
-    <TABLE><NAME>dbo.base</NAME><ALIAS>base</ALIAS></TABLE>
-    <TABLE><NAME>dbo.Gone</NAME><ALIAS>Gone</ALIAS></TABLE>
-  </TABLES_USED>
-  <ITEMS_SELECTED><ITEM><NAME>base.a</NAME></ITEM><ITEM><NAME>Gone.x</NAME></ITEM></ITEMS_SELECTED>
-</SQLQuery>)");
+    auto query = queryOf(
+        QueryDocument().table("dbo.base").table("dbo.Gone").item("base.a", "").item("Gone.x", ""));
     c->setSQLQueryObject(query);
     EXPECT_FALSE(c->blnReadingTableList());
     EXPECT_EQ(c->missingTables(), QStringList{"dbo.Gone"});
@@ -234,10 +229,7 @@ TEST_F(LargeCatalogue, CancellingTheWaitOfALoadKeepsTheQueryBefore) {
                                                           {{"dbo", "base", "TABLE"}},
                                                           {{"dbo.base", "a,b"}}}));
     auto c = control(catalogueCache, path);
-    auto before = queryOf(R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.base</NAME><ALIAS>base</ALIAS></TABLE></TABLES_USED>
-  <ITEMS_SELECTED><ITEM><NAME>base.b</NAME></ITEM></ITEMS_SELECTED>
-</SQLQuery>)");
+    auto before = queryOf(QueryDocument().table("dbo.base").item("base.b", ""));
     c->setSQLQueryObject(before);
     ASSERT_EQ(c->SQLQueryObject(), before);
     const std::string sqlBefore = c->strSQL();
@@ -245,9 +237,7 @@ TEST_F(LargeCatalogue, CancellingTheWaitOfALoadKeepsTheQueryBefore) {
     c->RefreshTableList();
     ASSERT_TRUE(c->blnReadingTableList());
     QSignalSpy notes(c.get(), &uscMarovin::statusMessage);
-    auto next = queryOf(R"(<SQLQuery>
-  <TABLES_USED><TABLE><NAME>dbo.V000001</NAME><ALIAS>V</ALIAS></TABLE></TABLES_USED>
-</SQLQuery>)");
+    auto next = queryOf(QueryDocument().table("dbo.V000001", "V"));
     ModalDriver driver([](QDialog& dialog) {
         auto* cancel = dialog.findChild<QPushButton*>("cmdCancelWork");
         QTest::mouseClick(cancel, Qt::LeftButton, {}, cancel->rect().center());
