@@ -259,6 +259,13 @@ QStringList ItemTexts(const QTreeWidget* list, int column) {
     return texts;
 }
 
+QStringList ItemRow(const QTreeWidgetItem* item) {
+    QStringList texts;
+    for (int column = 0; column < item->columnCount(); ++column)
+        texts << item->text(column);
+    return texts;
+}
+
 namespace {
 
 std::string escaped(const std::string& text) {

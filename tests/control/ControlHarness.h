@@ -146,6 +146,8 @@ private:
 
 // The texts of a list's entries in one column, in list order.
 QStringList ItemTexts(const QTreeWidget* list, int column = 0);
+// The texts of every column of a list's entry (or of its header).
+QStringList ItemRow(const QTreeWidgetItem* item);
 
 // One control on the sample database with scripted message boxes and in-memory settings,
 // shown offscreen so that real mouse and key events reach it.

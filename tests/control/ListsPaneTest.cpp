@@ -104,17 +104,13 @@ TEST(ListsPaneTest, ShowsConditionsAndCalculatedItemsOnOneLineWithTheirStoredTex
     ControlHarness h;
     h.load(kQuery);
     QTreeWidget* expressions = h.expressions();
-    ASSERT_EQ(expressions->columnCount(), 5);
-    EXPECT_EQ(expressions->headerItem()->text(0), "Variable");
-    EXPECT_EQ(expressions->headerItem()->text(1), "");
-    EXPECT_EQ(expressions->headerItem()->text(2), "Expression");
-    EXPECT_EQ(expressions->headerItem()->text(3), "Sort Type");
-    EXPECT_EQ(expressions->headerItem()->text(4), "Sort Order");
+    EXPECT_EQ(ItemRow(expressions->headerItem()),
+              (QStringList{"Variable", "", "Expression", "Sort Type", "Sort Order"}));
     ASSERT_EQ(expressions->topLevelItemCount(), 2);
     QTreeWidgetItem* heavy = expressions->topLevelItem(0);
-    EXPECT_EQ(heavy->text(0), "Heavy");
-    EXPECT_EQ(heavy->text(1), "=");
-    EXPECT_EQ(heavy->text(2), "CASE WHEN Orders.Freight > 100 THEN 1 ELSE 0 END");
+    EXPECT_EQ(
+        ItemRow(heavy),
+        (QStringList{"Heavy", "=", "CASE WHEN Orders.Freight > 100 THEN 1 ELSE 0 END", "", ""}));
     EXPECT_EQ(heavy->data(0, Qt::UserRole).toString(),
               "CASE WHEN Orders.Freight > 100{newline}THEN 1 ELSE 0 END");
 
@@ -174,10 +170,11 @@ TEST(ListsPaneTest, RemovingACalculatedItemAsksFirstFromTheButtonOrTheDeleteKey)
     h.box->QueueAnswer(MessageAnswer::Yes);
     h.clickButton("cmdRemoveExpression");
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "Remove Expression");
-    EXPECT_EQ(h.box->shown()[0].strText,
-              "Do you really want to remove the expression for variable Twice?");
-    ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
+    EXPECT_EQ(
+        BoxOf(h.box->shown()[0]),
+        (Box{"Remove Expression", "Do you really want to remove the expression for variable Twice?",
+             MessageIcon::Exclamation, MessageButtons::YesNo}));
+    EXPECT_EQ(ItemTexts(h.expressions()), QStringList{"Heavy"});
     EXPECT_EQ(h.query->CalculatedItems()->Count(), 1);
     EXPECT_EQ(h.control().strSQL().find("Twice"), std::string::npos);
 
@@ -266,9 +263,9 @@ TEST(ListsPaneTest, ConditionsAreWrittenInTheBuilderAndRouted) {
                                        "'France'"),
                         [&] { h.clickButton("cmdAddCondition"); }),
               kConditionBuilder);
-    ASSERT_EQ(h.conditions()->topLevelItemCount(), 1);
+    EXPECT_EQ(ItemTexts(h.conditions()),
+              QStringList{"Orders.ShipCountry = 'Germany' OR Orders.ShipCountry = 'France'"});
     QTreeWidgetItem* item = h.conditions()->topLevelItem(0);
-    EXPECT_EQ(item->text(0), "Orders.ShipCountry = 'Germany' OR Orders.ShipCountry = 'France'");
     EXPECT_EQ(item->data(0, Qt::UserRole).toString(),
               "Orders.ShipCountry = 'Germany'{newline}OR Orders.ShipCountry = 'France'");
     EXPECT_EQ(item->toolTip(0), item->data(0, Qt::UserRole).toString());
@@ -344,8 +341,8 @@ TEST(ListsPaneTest, EditingAConditionPublishesOnlyARealChange) {
                         [&] { doubleClick(h.conditions(), centre(h.conditions(), 0)); }),
               kConditionBuilder);
     EXPECT_EQ(h.changed, 2);
-    EXPECT_EQ(h.conditions()->topLevelItemCount(), 2);
-    EXPECT_EQ(h.conditions()->topLevelItem(0)->text(0), "Orders.Freight < 500");
+    EXPECT_EQ(ItemTexts(h.conditions()),
+              (QStringList{"Orders.Freight < 500", "Orders.Freight > 10"}));
     EXPECT_EQ(h.query->Filters()->Item(1)->strCondition(), "Orders.Freight < 500");
 
     // A double-click below the entries adds one when none is selected.
@@ -396,9 +393,8 @@ TEST(ListsPaneTest, CalculatedItemsAreWrittenInTheBuilderWithUniqueNames) {
         kExpressionBuilder);
     ASSERT_EQ(h.expressions()->topLevelItemCount(), 1);
     QTreeWidgetItem* item = h.expressions()->topLevelItem(0);
-    EXPECT_EQ(item->text(0), "_Freight");
-    EXPECT_EQ(item->text(1), "=");
-    EXPECT_EQ(item->text(2), "CASE WHEN Orders.Freight > 1 THEN 'a <- b' END");
+    EXPECT_EQ(ItemRow(item),
+              (QStringList{"_Freight", "=", "CASE WHEN Orders.Freight > 1 THEN 'a <- b' END"}));
     EXPECT_EQ(item->data(0, Qt::UserRole).toString(),
               "CASE WHEN Orders.Freight > 1{newline}THEN 'a <- b' END");
     EXPECT_EQ(item->toolTip(0),
@@ -410,8 +406,7 @@ TEST(ListsPaneTest, CalculatedItemsAreWrittenInTheBuilderWithUniqueNames) {
     ASSERT_EQ(RunDialog(writeExpression("Freight", "Orders.Freight * 2"),
                         [&] { h.control().AddExpression(); }),
               kExpressionBuilder);
-    ASSERT_EQ(h.expressions()->topLevelItemCount(), 2);
-    EXPECT_EQ(h.expressions()->topLevelItem(1)->text(0), "__Freight");
+    EXPECT_EQ(ItemTexts(h.expressions()), (QStringList{"_Freight", "__Freight"}));
     EXPECT_EQ(h.query->CalculatedItems()->Count(), 2);
     expectRuns(h, h.control().strSQL());
 
@@ -429,8 +424,8 @@ TEST(ListsPaneTest, CalculatedItemsAreWrittenInTheBuilderWithUniqueNames) {
                         [&] { doubleClick(h.expressions(), centre(h.expressions(), 1)); }),
               kExpressionBuilder);
     EXPECT_EQ(h.changed, 3);
-    EXPECT_EQ(h.expressions()->topLevelItem(1)->text(0), "_Freight");
-    EXPECT_EQ(h.expressions()->topLevelItem(1)->text(2), "Orders.Freight * 3");
+    EXPECT_EQ(ItemRow(h.expressions()->topLevelItem(1)),
+              (QStringList{"_Freight", "=", "Orders.Freight * 3", "", ""}));
 
     // Cancelled: nothing added.
     h.expressions()->clearSelection();
