@@ -126,6 +126,12 @@ struct Splitters {
         EXPECT_FALSE(indicator()->isVisible());
         return shown;
     }
+    // Drags the bar by the distance (as drag does) and returns where the bar landed.
+    int moved(int index, int distance) {
+        remember();
+        drag(index, distance);
+        return position(index);
+    }
     int positionBefore(int index) const { return m_before[static_cast<size_t>(index)]; }
     void remember() {
         for (int i = 0; i < 5; ++i)
@@ -152,28 +158,16 @@ TEST(SplitterTest, BarsStartAtTheProportionsAndStayWithinTheirLimits) {
     EXPECT_EQ(s.position(0), twips(c, 1000));
     // Bar 1 dragged onto bar 2 stops 500 twips above it, and bar 2 the same distance above the
     // bottom edge.
-    s.remember();
-    s.drag(1, s.position(2) - s.position(1) + 40);
-    EXPECT_EQ(s.position(1), s.position(2) - twips(c, 500));
-    s.remember();
-    s.drag(2, 2000);
-    EXPECT_EQ(s.position(2), c.height() - twips(c, 500));
+    EXPECT_EQ(s.moved(1, s.position(2) - s.position(1) + 40), s.position(2) - twips(c, 500));
+    EXPECT_EQ(s.moved(2, 2000), c.height() - twips(c, 500));
     // Bar 1 dragged back up stops 500 twips below bar 0.
-    s.remember();
-    s.drag(1, -2000);
-    EXPECT_EQ(s.position(1), s.position(0) + twips(c, 500));
+    EXPECT_EQ(s.moved(1, -2000), s.position(0) + twips(c, 500));
 
     // The upright bars keep 2000 twips from either edge.
-    s.remember();
-    s.drag(3, 3000);
-    EXPECT_EQ(s.position(3), c.width() - twips(c, 2000));
-    s.remember();
-    s.drag(4, -3000);
-    EXPECT_EQ(s.position(4), twips(c, 2000));
+    EXPECT_EQ(s.moved(3, 3000), c.width() - twips(c, 2000));
+    EXPECT_EQ(s.moved(4, -3000), twips(c, 2000));
     // A drag within the limits lands where the pointer let go.
-    s.remember();
-    s.drag(4, 100);
-    EXPECT_EQ(s.position(4), twips(c, 2000) + 100);
+    EXPECT_EQ(s.moved(4, 100), twips(c, 2000) + 100);
 }
 
 TEST(SplitterTest, TheUpperLimitWinsWhenTheLimitsCross) {
@@ -183,9 +177,7 @@ TEST(SplitterTest, TheUpperLimitWinsWhenTheLimitsCross) {
     Splitters s(settings);
     const QWidget& c = s.h.control();
     ASSERT_LT(s.position(1) - twips(c, 500), twips(c, 1000));
-    s.remember();
-    s.drag(0, 300);
-    EXPECT_EQ(s.position(0), s.position(1) - twips(c, 500));
+    EXPECT_EQ(s.moved(0, 300), s.position(1) - twips(c, 500));
 }
 
 TEST(SplitterTest, PanesFollowADragAndAResizeRestoresTheProportions) {
@@ -193,13 +185,11 @@ TEST(SplitterTest, PanesFollowADragAndAResizeRestoresTheProportions) {
     Splitters s(settings);
     const QWidget* grid = s.h.grid();
     const int gridTop = grid->mapTo(&s.h.control(), QPoint(0, 0)).y();
-    s.remember();
-    s.drag(0, -120);
+    s.moved(0, -120);
     // The grid's pane grows upwards with the bar; the diagram ends at the bar.
     EXPECT_EQ(grid->mapTo(&s.h.control(), QPoint(0, 0)).y(), gridTop - 120);
     EXPECT_EQ(s.h.diagram()->geometry().bottom() + 1, s.position(0));
-    s.remember();
-    s.drag(3, 150);
+    s.moved(3, 150);
     EXPECT_EQ(s.h.diagram()->x(), s.position(3) + s.bar(3)->width());
 
     // The drag moved the bars, not the proportions: the next resize puts them back.

@@ -118,10 +118,9 @@ TEST(SqlPaneTest, ACrossJoinIsPreviewedOnlyAfterYes) {
     h.box->QueueAnswer(MessageAnswer::No);
     EXPECT_TRUE(RunDialog(readViewer(shown), [&] { h.clickButton("cmdFireQuery"); }).isEmpty());
     ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strCaption, "Fire Query");
-    EXPECT_EQ(h.box->shown()[0].strText,
-              "There are CROSS JOIN's in the query. Do you want to continue?");
-    EXPECT_EQ(h.box->shown()[0].buttons, MessageButtons::YesNo);
+    EXPECT_EQ(BoxOf(h.box->shown()[0]),
+              (Box{"Fire Query", "There are CROSS JOIN's in the query. Do you want to continue?",
+                   MessageIcon::Exclamation, MessageButtons::YesNo}));
 
     h.box->QueueAnswer(MessageAnswer::Yes);
     ASSERT_EQ(RunDialog(readViewer(shown), [&] { h.control().FireQuery(); }), kViewer);

@@ -204,12 +204,9 @@ TEST(SubQueryTest, CancelAfterEditsAsksAndNoKeepsTheDialogWhileYesLeavesTheSubQu
     EXPECT_EQ(boxesAfterNo, 1);
     EXPECT_FALSE(openAfterYes);
     ASSERT_EQ(h.box->shown().size(), 2u);
-    for (const auto& shown : h.box->shown()) {
-        EXPECT_EQ(shown.strCaption, "Edit Sub-Query");
-        EXPECT_EQ(shown.strText, kQuitText);
-        EXPECT_EQ(shown.icon, MessageIcon::Exclamation);
-        EXPECT_EQ(shown.buttons, MessageButtons::YesNo);
-    }
+    for (const auto& shown : h.box->shown())
+        EXPECT_EQ(BoxOf(shown), (Box{"Edit Sub-Query", kQuitText, MessageIcon::Exclamation,
+                                     MessageButtons::YesNo}));
     // The caller's sub-query is the same object with the same content.
     EXPECT_EQ(h.query->SubQuery(), sub);
     EXPECT_EQ(sub->ToXmlText(false), document);
