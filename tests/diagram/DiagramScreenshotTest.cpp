@@ -5,7 +5,6 @@
 #include "DiagramFixture.h"
 
 #include <QDir>
-#include <QMouseEvent>
 #include <QPalette>
 #include <QScrollBar>
 
@@ -54,10 +53,7 @@ protected:
         // The outer join selected, so its type shows in words, and the pointer resting on a
         // column, which shows that row's add button.
         click(diagram->joinPoint(1));
-        const QPoint hover = diagram->columnPoint("Products", "ProductName");
-        QMouseEvent move(QEvent::MouseMove, hover, viewport()->mapToGlobal(hover), Qt::NoButton,
-                         Qt::NoButton, Qt::NoModifier);
-        QApplication::sendEvent(viewport(), &move);
+        hover(diagram->columnPoint("Products", "ProductName"));
         diagram->view()->horizontalScrollBar()->setValue(0);
         diagram->view()->verticalScrollBar()->setValue(0);
     }
