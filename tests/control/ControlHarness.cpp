@@ -149,8 +149,10 @@ void ControlHarness::load(const std::string& xml) {
     WaitForTableList(*m_control);
 }
 
-void ControlHarness::placeTable(const QString& entry) {
+void ControlHarness::placeTable(const QString& entry, const QStringList& columns) {
     PlaceTable(*m_control, entry);
+    if (!columns.isEmpty())
+        chooseColumns(diagram()->tableAliases().last(), columns);
 }
 
 void ControlHarness::clickButton(const char* name) {
@@ -168,6 +170,11 @@ void ChooseColumn(uscMarovin& control, const QString& alias, const QString& colu
 
 void ControlHarness::chooseColumn(const QString& alias, const QString& column) {
     ChooseColumn(*m_control, alias, column);
+}
+
+void ControlHarness::chooseColumns(const QString& alias, const QStringList& columns) {
+    for (const QString& column : columns)
+        ChooseColumn(*m_control, alias, column);
 }
 
 void ControlHarness::dragJoin(const QString& fromAlias, const QString& fromColumn,

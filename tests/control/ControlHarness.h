@@ -172,10 +172,12 @@ public:
 
     // Loads a query document into a new query given to the control.
     void load(const std::string& xml);
-    // Selects the entry in the table list and clicks "Add table" with the mouse.
-    void placeTable(const QString& entry);
-    // Double-clicks a column row of a box in the diagram.
+    // Selects the entry in the table list and clicks "Add table" with the mouse; then chooses
+    // the columns, in order, in the box just placed.
+    void placeTable(const QString& entry, const QStringList& columns = {});
+    // Double-clicks a column row of a box in the diagram (each of the columns in order).
     void chooseColumn(const QString& alias, const QString& column);
+    void chooseColumns(const QString& alias, const QStringList& columns);
     // Drags from one column row onto a column row of another box with the mouse.
     // Keys held at the drop choose the join's type (Shift keeps the rows of the table dragged
     // from, Ctrl those of the table dropped onto).

@@ -101,8 +101,7 @@ TEST(EditHistoryTest, EveryEditIsUndoneToTheExactDocumentAndRedoneAgain) {
 
 TEST(EditHistoryTest, KeysAndStepNamesAndANewQueryStartsANewHistory) {
     ControlHarness h;
-    h.placeTable("dbo.Orders");
-    h.chooseColumn("Orders", "Freight");
+    h.placeTable("dbo.Orders", {"Freight"});
     EXPECT_EQ(h.control().undoAction()->text(), "&Undo Select a Column");
 
     // Ctrl+Z and Ctrl+Shift+Z work wherever the focus is inside the control.
@@ -186,8 +185,7 @@ TEST(EditHistoryTest, UndoingASessionReturnsEveryCorpusDocument) {
         ControlHarness h(nullptr, SqliteConnection(path));
         h.load(xml.toStdString());
         const std::string loaded = document(h);
-        h.placeTable("dbo.Extra");
-        h.chooseColumn("Extra", "Name");
+        h.placeTable("dbo.Extra", {"Name"});
         QTest::mouseClick(h.checkBox("chkUniqueRecords"), Qt::LeftButton, {}, QPoint(5, 5));
         h.grid()->setFocus();
         h.grid()->setCurrentIndex(h.grid()->model()->index(0, 0));

@@ -381,8 +381,7 @@ TEST(ListsPaneTest, TheConditionBuilderIsOfferedTheAggregatesAndCalculatedItems)
 
 TEST(ListsPaneTest, CalculatedItemsAreWrittenInTheBuilderWithUniqueNames) {
     ControlHarness h;
-    h.placeTable("dbo.Orders");
-    h.chooseColumn("Orders", "Freight");
+    h.placeTable("dbo.Orders", {"Freight"});
     h.changed = 0;
 
     // Named like an output column: a "_" in front. The arrow inside the expression is
@@ -438,8 +437,7 @@ TEST(ListsPaneTest, CalculatedItemsAreWrittenInTheBuilderWithUniqueNames) {
 
 TEST(ListsPaneTest, ParametersReachTheBuildersAndUnknownMarkersAreRefused) {
     ControlHarness h;
-    h.placeTable("dbo.Orders");
-    h.chooseColumn("Orders", "Freight");
+    h.placeTable("dbo.Orders", {"Freight"});
     h.control().setColParameters(
         std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Country"}));
     QStringList offered;

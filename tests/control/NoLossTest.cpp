@@ -47,8 +47,7 @@ TEST(NoLossTest, APlacementTheDiagramRefusesLeavesNoHalfMadeTable) {
     // A column name with a line feed cannot be written into the box's definition text.
     WriteSqliteFile(path, "CREATE TABLE Good (a INTEGER); CREATE TABLE Bad (\"x\ny\" INTEGER);");
     ControlHarness h(nullptr, SqliteConnection(path));
-    h.placeTable("dbo.Good");
-    h.chooseColumn("Good", "a");
+    h.placeTable("dbo.Good", {"a"});
     const std::string before = h.query->ToXmlText();
     h.changed = 0;
 

@@ -61,9 +61,7 @@ TEST(OddNamesTest, BracketsAreAddedOnlyWhereTheStatementNeedsThem) {
 TEST(OddNamesTest, KeywordNamesArePlacedSelectedPreviewedSavedAndReopened) {
     OddDatabase odd;
     ControlHarness h(nullptr, SqliteConnection(odd.path));
-    h.placeTable("dbo.Order");
-    h.chooseColumn("Order", "Group");
-    h.chooseColumn("Order", "Select");
+    h.placeTable("dbo.Order", {"Group", "Select"});
     ASSERT_TRUE(h.box->shown().empty());
 
     // The panes show the names as they are.
@@ -91,9 +89,7 @@ TEST(OddNamesTest, NamesWithHyphensQuotesAndBracketsJoinAndRun) {
     h.placeTable("dbo.Order-Lines");
     h.dragJoin("Order", "Key", "Order-Lines", "Key");
     h.chooseColumn("Order", "Group");
-    h.chooseColumn("Order-Lines", "it's");
-    h.chooseColumn("Order-Lines", "a]b");
-    h.chooseColumn("Order-Lines", "Unit Price");
+    h.chooseColumns("Order-Lines", {"it's", "a]b", "Unit Price"});
     ASSERT_TRUE(h.box->shown().empty());
     const std::string sql = h.control().strSQL();
     EXPECT_NE(sql.find("[Order-Lines].[a]]b] AS [a]]b]"), std::string::npos) << sql;

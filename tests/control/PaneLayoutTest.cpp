@@ -238,8 +238,7 @@ TEST(SplitterTest, BarsAndEmptyPanesSayWhatTheyAre) {
     ASSERT_NE(hint, nullptr);
     EXPECT_TRUE(hint->isVisible());
     EXPECT_EQ(hint->text(), "Double-click a column in a table to select it");
-    h.placeTable("dbo.Orders");
-    h.chooseColumn("Orders", "OrderID");
+    h.placeTable("dbo.Orders", {"OrderID"});
     EXPECT_FALSE(hint->isVisible());
     EXPECT_FALSE(h.sqlView()->placeholderText().isEmpty());
     // Every button has a picture and a tip.

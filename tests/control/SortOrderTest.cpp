@@ -64,18 +64,11 @@ void sortFromMenu(QWidget* view, char mnemonic) {
     EXPECT_TRUE(shown);
 }
 
-void chooseThree(ControlHarness& h) {
-    h.placeTable("dbo.Orders");
-    h.chooseColumn("Orders", "OrderID");
-    h.chooseColumn("Orders", "Freight");
-    h.chooseColumn("Orders", "ShipCity");
-}
-
 } // namespace
 
 TEST(SortOrderTest, TheGridsSortColumnsOrderTheStatementInTheUsersOrder) {
     ControlHarness h;
-    chooseThree(h);
+    h.placeTable("dbo.Orders", {"OrderID", "Freight", "ShipCity"});
     h.changed = 0;
     chooseSortType(h, 2, "Descending");
     EXPECT_EQ(orderBy(h), "ORDER BY Freight DESC");

@@ -326,8 +326,7 @@ TEST(TablesPaneTest, TheAliasIsRemovedAsASubstringOfExpressionsAndConditions) {
 
 TEST(TablesPaneTest, AllColumnsAddsEveryColumnWithoutDuplicates) {
     ControlHarness h;
-    h.placeTable("dbo.Shippers");
-    h.chooseColumn("Shippers", "Phone");
+    h.placeTable("dbo.Shippers", {"Phone"});
     h.changed = 0;
     QTest::mouseDClick(h.diagram()->view()->viewport(), Qt::LeftButton, {},
                        h.diagram()->allColumnsPoint("Shippers"));
@@ -517,8 +516,7 @@ TEST(TablesPaneTest, PlacedTablesJoinAlongTheirForeignKeysUnlessSwitchedOff) {
 
 TEST(TablesPaneTest, TheBoxesCheckBoxesShowAndChangeTheSelectedColumns) {
     ControlHarness h;
-    h.placeTable("dbo.Orders");
-    h.chooseColumn("Orders", "Freight");
+    h.placeTable("dbo.Orders", {"Freight"});
     EXPECT_TRUE(h.diagram()->isColumnTicked("Orders", "Freight"));
     EXPECT_FALSE(h.diagram()->isColumnTicked("Orders", "OrderID"));
 

@@ -43,8 +43,7 @@ TEST(uscMarovinTest, PropertiesStoreTheHostsObjects) {
 
 TEST(uscMarovinTest, RefreshRebuildsThePanesFromTheQuery) {
     ControlHarness h;
-    h.placeTable("dbo.Orders");
-    h.chooseColumn("Orders", "Freight");
+    h.placeTable("dbo.Orders", {"Freight"});
     h.changed = 0;
     h.control().Refresh();
     EXPECT_EQ(h.changed, 0);
