@@ -13,6 +13,7 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QStringList>
 #include <functional>
 #include <gtest/gtest.h>
@@ -53,6 +54,10 @@ protected:
         T* found = parent.findChild<T*>(QString::fromLatin1(name));
         EXPECT_NE(found, nullptr) << "no child " << name;
         return found;
+    }
+
+    static QPushButton* button(const QWidget& parent, const char* name) {
+        return child<QPushButton>(parent, name);
     }
 
     // Shows the dialog (not modally) and makes it the active window, so that mnemonics and

@@ -38,8 +38,7 @@ TEST_F(DialogScreenshot, ConditionBuilder) {
     dialog.setStrCondition("Customers.Country = 'Germany'{newline}AND YEAR(Orders.OrderDate) = "
                            "<[Year]>");
     dialog.setBlnIsActive(true);
-    dialog.setColParameters(
-        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Year", "Country"}));
+    dialog.setColParameters(nameList({"Year", "Country"}));
     show(dialog);
     choose(child<QComboBox>(dialog, "cboFields"), "Orders.Freight");
     choose(child<QComboBox>(dialog, "cboOperators"), ">=");
@@ -54,8 +53,7 @@ TEST_F(DialogScreenshot, ExpressionBuilder) {
     dialog.setObjTables(SampleTables());
     dialog.setStrVariableName("FreightPerOrder");
     dialog.setStrExpression("ROUND(SUM(Orders.Freight){newline}  / COUNT(Orders.OrderID), 2)");
-    dialog.setColParameters(
-        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Year", "Country"}));
+    dialog.setColParameters(nameList({"Year", "Country"}));
     show(dialog);
     choose(child<QComboBox>(dialog, "cboTables"), "Orders");
     choose(child<QComboBox>(dialog, "cboFields"), "Freight");
@@ -69,8 +67,7 @@ TEST_F(DialogScreenshot, ExpressionBuilder) {
 TEST_F(DialogScreenshot, ParameterValues) {
     settings->SaveSetting("InitValQueryParam", "ParamString", "Germany%[--]&1997");
     frmParameterValues dialog(services());
-    dialog.setColParameters(std::make_shared<std::vector<std::string>>(
-        std::vector<std::string>{"Country", "Year", "MinimumFreight"}));
+    dialog.setColParameters(nameList({"Country", "Year", "MinimumFreight"}));
     show(dialog);
     type(dialog.findChildren<QLineEdit*>("txtValue").at(2), "100");
     shoot(dialog, "parameter-values.png");
@@ -107,7 +104,7 @@ TEST_F(DialogScreenshot, QueryResults) {
     QTest::mouseClick(grid->viewport(), Qt::LeftButton, Qt::NoModifier,
                       grid->visualRect(country).center());
     type(child<QLineEdit>(viewer, "txtSearchText"), "Germany");
-    click(child<QPushButton>(viewer, "cmdSearch"));
+    click(button(viewer, "cmdSearch"));
     grid->setFocus();
     shoot(viewer, "query-results.png");
 }

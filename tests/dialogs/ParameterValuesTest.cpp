@@ -60,7 +60,7 @@ TEST_F(ParameterValuesTest, TenRowsOnlyTheParametersOnesActive) {
 
 TEST_F(ParameterValuesTest, OkOnlyOnceEveryRowHoldsMoreThanBlanks) {
     auto dialog = open({"Year", "Country"});
-    auto* ok = child<QPushButton>(*dialog, "OKButton");
+    auto* ok = button(*dialog, "OKButton");
     const auto rowFields = fields(*dialog);
     EXPECT_FALSE(ok->isEnabled());
     type(rowFields[0], QStringLiteral("1997"));
@@ -75,10 +75,10 @@ TEST_F(ParameterValuesTest, OkOnlyOnceEveryRowHoldsMoreThanBlanks) {
 
     // No parameters at all: nothing to ask, OK at once. No list: nothing can be confirmed.
     auto empty = open({});
-    EXPECT_TRUE(child<QPushButton>(*empty, "OKButton")->isEnabled());
+    EXPECT_TRUE(button(*empty, "OKButton")->isEnabled());
     frmParameterValues absent(services());
     absent.setColParameters(nullptr);
-    EXPECT_FALSE(child<QPushButton>(absent, "OKButton")->isEnabled());
+    EXPECT_FALSE(button(absent, "OKButton")->isEnabled());
     for (QLineEdit* field : fields(absent))
         EXPECT_FALSE(field->isEnabled());
 }
@@ -91,7 +91,7 @@ TEST_F(ParameterValuesTest, OkHandsBackLiteralsAndRemembersTheTypedTexts) {
     const QStringList typed = {"42", "4,2", "abc", "'x'", "O'Brien", " -1,5e3 "};
     for (int row = 0; row < typed.size(); ++row)
         type(rowFields[row], typed[row]);
-    click(child<QPushButton>(*dialog, "OKButton"));
+    click(button(*dialog, "OKButton"));
     QLocale::setDefault(previous);
 
     EXPECT_FALSE(dialog->isVisible());
@@ -111,7 +111,7 @@ TEST_F(ParameterValuesTest, RememberedValuesFillRowsByPosition) {
     EXPECT_EQ(rowFields[0]->text(), "1997");
     EXPECT_EQ(rowFields[1]->text(), "Germany");
     EXPECT_EQ(rowFields[2]->text(), "");
-    auto* ok = child<QPushButton>(*dialog, "OKButton");
+    auto* ok = button(*dialog, "OKButton");
     EXPECT_FALSE(ok->isEnabled());
     type(rowFields[2], QStringLiteral("Berlin"));
     EXPECT_TRUE(ok->isEnabled());
@@ -124,7 +124,7 @@ TEST_F(ParameterValuesTest, RememberedValuesFillRowsByPosition) {
     auto single = open({"Year"});
     EXPECT_EQ(fields(*single)[0]->text(), "1997");
     EXPECT_EQ(fields(*single)[1]->text(), "");
-    click(child<QPushButton>(*single, "OKButton"));
+    click(button(*single, "OKButton"));
     EXPECT_EQ(remembered(), "1997");
 }
 
@@ -140,7 +140,7 @@ TEST_F(ParameterValuesTest, CancelAndEscapeGiveNoValuesAndKeepTheRememberedOnes)
         if (escape)
             press(field, Qt::Key_Escape);
         else
-            click(child<QPushButton>(*dialog, "CancelButton"));
+            click(button(*dialog, "CancelButton"));
         EXPECT_FALSE(dialog->isVisible());
         EXPECT_EQ(dialog->colValues(), nullptr);
         EXPECT_EQ(remembered(), "1997");
@@ -150,8 +150,8 @@ TEST_F(ParameterValuesTest, CancelAndEscapeGiveNoValuesAndKeepTheRememberedOnes)
 
 TEST_F(ParameterValuesTest, ButtonsHaveMnemonicsAndTheSizeIsRemembered) {
     auto dialog = open({"Year"});
-    auto* ok = child<QPushButton>(*dialog, "OKButton");
-    auto* cancel = child<QPushButton>(*dialog, "CancelButton");
+    auto* ok = button(*dialog, "OKButton");
+    auto* cancel = button(*dialog, "CancelButton");
     EXPECT_EQ(ok->accessibleName(), "OK");
     EXPECT_EQ(cancel->accessibleName(), "Cancel");
     type(fields(*dialog)[0], QStringLiteral("1998"));
@@ -165,7 +165,7 @@ TEST_F(ParameterValuesTest, ButtonsHaveMnemonicsAndTheSizeIsRemembered) {
 
     auto again = open({"Year"});
     EXPECT_EQ(again->size(), chosen);
-    cancel = child<QPushButton>(*again, "CancelButton");
+    cancel = button(*again, "CancelButton");
     pressMnemonic(fields(*again)[0], Qt::Key_C, cancel);
     EXPECT_FALSE(again->isVisible());
     EXPECT_EQ(again->colValues(), nullptr);

@@ -136,8 +136,7 @@ TEST_F(SubstituteParametersTest, TenUsedParametersAreAskedForAndReplaced) {
 }
 
 TEST_F(SubstituteParametersTest, ParameterUsedTwiceIsAskedOnceAndUnknownMarkersStay) {
-    auto parameters =
-        std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Country", "Year"});
+    auto parameters = nameList({"Country", "Year"});
     QStringList captions;
     onNextModal([&](QDialog& dialog) {
         for (auto* label : dialog.findChildren<QLabel*>(QStringLiteral("lblParameter")))
@@ -156,7 +155,7 @@ TEST_F(SubstituteParametersTest, ParameterUsedTwiceIsAskedOnceAndUnknownMarkersS
 }
 
 TEST_F(SubstituteParametersTest, CancelGivesNothingAndNoMarkersOpenAnEmptyDialog) {
-    auto parameters = std::make_shared<std::vector<std::string>>(std::vector<std::string>{"Year"});
+    auto parameters = nameList({"Year"});
     onNextModal([](QDialog& dialog) {
         QTest::keyClick(&dialog, Qt::Key_Escape);
         EXPECT_FALSE(dialog.isVisible());
