@@ -17,6 +17,7 @@
 #include <QPushButton>
 #include <QStringList>
 #include <QTableView>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <QTreeWidget>
 #include <functional>
@@ -34,6 +35,14 @@ namespace marovin::test {
 
 // Writes a new SQLite file from SQL statements (an existing file is replaced).
 void WriteSqliteFile(const std::string& path, const std::string& statements);
+
+// A new SQLite file made from SQL statements in a folder of its own, removed with the object.
+struct ScratchDatabase {
+    explicit ScratchDatabase(const std::string& statements) { WriteSqliteFile(path, statements); }
+    std::shared_ptr<cDbConnection> connection() const { return SqliteConnection(path); }
+    QTemporaryDir dir;
+    std::string path = dir.filePath("scratch.sqlite").toStdString();
+};
 
 // Waits until the control has read its table list (at most ten seconds).
 void WaitForTableList(uscMarovin& control);

@@ -3,17 +3,14 @@
 
 #include "ControlHarness.h"
 
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 using namespace marovin;
 using namespace marovin::test;
 
 TEST(NoLossTest, ATableWhoseNameEndsInADotGetsAUsableAlias) {
-    QTemporaryDir dir;
-    const std::string path = dir.filePath("dotted.sqlite").toStdString();
-    WriteSqliteFile(path, "CREATE TABLE \"x.\" (a INTEGER); INSERT INTO \"x.\" VALUES (7);");
-    ControlHarness h(nullptr, SqliteConnection(path));
+    ScratchDatabase db("CREATE TABLE \"x.\" (a INTEGER); INSERT INTO \"x.\" VALUES (7);");
+    ControlHarness h(nullptr, db.connection());
     h.placeTable("dbo.x.");
     h.placeTable("dbo.x.");
     EXPECT_TRUE(h.box->shown().empty());
@@ -42,11 +39,9 @@ TEST(NoLossTest, AStoredSubQueryTableWithoutANameLoads) {
 }
 
 TEST(NoLossTest, APlacementTheDiagramRefusesLeavesNoHalfMadeTable) {
-    QTemporaryDir dir;
-    const std::string path = dir.filePath("newline.sqlite").toStdString();
     // A column name with a line feed cannot be written into the box's definition text.
-    WriteSqliteFile(path, "CREATE TABLE Good (a INTEGER); CREATE TABLE Bad (\"x\ny\" INTEGER);");
-    ControlHarness h(nullptr, SqliteConnection(path));
+    ScratchDatabase db("CREATE TABLE Good (a INTEGER); CREATE TABLE Bad (\"x\ny\" INTEGER);");
+    ControlHarness h(nullptr, db.connection());
     h.placeTable("dbo.Good", {"a"});
     const std::string before = h.query->ToXmlText();
     h.changed = 0;

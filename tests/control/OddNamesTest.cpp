@@ -4,7 +4,6 @@
 #include "ControlHarness.h"
 #include "marovin/SqlNames.h"
 
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 using namespace marovin;
@@ -19,15 +18,6 @@ CREATE TABLE "Order-Lines" ("Key" INTEGER, "it's" TEXT, "a]b" REAL, "Unit Price"
 INSERT INTO "Order" VALUES (1, 'north', 10), (2, 'south', 20);
 INSERT INTO "Order-Lines" VALUES (1, 'x', 1.5, 2.0), (1, 'y', 2.5, 3.0), (2, 'z', 3.5, 4.0);
 )";
-
-struct OddDatabase {
-    OddDatabase() {
-        path = dir.filePath("odd.sqlite").toStdString();
-        WriteSqliteFile(path, kOddSchema);
-    }
-    QTemporaryDir dir;
-    std::string path;
-};
 
 // Runs the statement on the database; fails the test with the server's text when it does not.
 int rowsOf(const cDbConnection& db, const std::string& sql) {
@@ -59,8 +49,8 @@ TEST(OddNamesTest, BracketsAreAddedOnlyWhereTheStatementNeedsThem) {
 }
 
 TEST(OddNamesTest, KeywordNamesArePlacedSelectedPreviewedSavedAndReopened) {
-    OddDatabase odd;
-    ControlHarness h(nullptr, SqliteConnection(odd.path));
+    ScratchDatabase odd(kOddSchema);
+    ControlHarness h(nullptr, odd.connection());
     h.placeTable("dbo.Order", {"Group", "Select"});
     ASSERT_TRUE(h.box->shown().empty());
 
@@ -74,7 +64,7 @@ TEST(OddNamesTest, KeywordNamesArePlacedSelectedPreviewedSavedAndReopened) {
     EXPECT_EQ(rowsOf(*h.db, sql), 2);
 
     // Saved and reopened, the query gives the same statement, with the names shown plainly.
-    ControlHarness again(nullptr, SqliteConnection(odd.path));
+    ControlHarness again(nullptr, odd.connection());
     again.load(h.query->ToXmlText());
     EXPECT_TRUE(again.box->shown().empty());
     EXPECT_EQ(again.control().strSQL(), sql);
@@ -83,8 +73,8 @@ TEST(OddNamesTest, KeywordNamesArePlacedSelectedPreviewedSavedAndReopened) {
 }
 
 TEST(OddNamesTest, NamesWithHyphensQuotesAndBracketsJoinAndRun) {
-    OddDatabase odd;
-    ControlHarness h(nullptr, SqliteConnection(odd.path));
+    ScratchDatabase odd(kOddSchema);
+    ControlHarness h(nullptr, odd.connection());
     h.placeTable("dbo.Order");
     h.placeTable("dbo.Order-Lines");
     h.dragJoin("Order", "Key", "Order-Lines", "Key");
@@ -100,7 +90,7 @@ TEST(OddNamesTest, NamesWithHyphensQuotesAndBracketsJoinAndRun) {
     h.placeTable("dbo.Order");
     EXPECT_EQ(h.diagram()->tableAliases().last(), "Order1");
 
-    ControlHarness again(nullptr, SqliteConnection(odd.path));
+    ControlHarness again(nullptr, odd.connection());
     again.load(h.query->ToXmlText());
     EXPECT_TRUE(again.box->shown().empty());
     EXPECT_EQ(again.control().strSQL(), h.control().strSQL());
@@ -108,8 +98,8 @@ TEST(OddNamesTest, NamesWithHyphensQuotesAndBracketsJoinAndRun) {
 }
 
 TEST(OddNamesTest, ADocumentThatNamesThemPlainlyLoadsIntoSqlThatRuns) {
-    OddDatabase odd;
-    ControlHarness h(nullptr, SqliteConnection(odd.path));
+    ScratchDatabase odd(kOddSchema);
+    ControlHarness h(nullptr, odd.connection());
     // As a host writes it by hand: no brackets anywhere.
     h.load(QueryDocument()
                .table("dbo.Order")

@@ -8,7 +8,6 @@
 #include <QAbstractItemModel>
 #include <QLineEdit>
 #include <QTableView>
-#include <QTemporaryDir>
 #include <QTest>
 #include <cstdio>
 #include <gtest/gtest.h>
@@ -195,12 +194,10 @@ TEST(SqlPaneTest, FailuresAreShownAndNoViewerOpens) {
     }
     {
         // The database went away after the query was loaded.
-        QTemporaryDir dir;
-        const std::string path = dir.filePath("gone.sqlite").toStdString();
-        WriteSqliteFile(path, "CREATE TABLE Orders (OrderID integer, ShipCountry text);");
-        ControlHarness h(nullptr, SqliteConnection(path));
+        ScratchDatabase db("CREATE TABLE Orders (OrderID integer, ShipCountry text);");
+        ControlHarness h(nullptr, db.connection());
         h.load(ordersWhere({}));
-        std::remove(path.c_str());
+        std::remove(db.path.c_str());
         Shown shown;
         EXPECT_TRUE(RunDialog(readViewer(shown), [&] { h.control().FireQuery(); }).isEmpty());
         h.control().CheckSQLSyntax();

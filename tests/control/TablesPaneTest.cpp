@@ -8,7 +8,6 @@
 #include <QLineEdit>
 #include <QMimeData>
 #include <QScrollBar>
-#include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -375,12 +374,10 @@ TEST(TablesPaneTest, LoadedBoxesGoSideBySideAndPlacedOnesWhereTheUserSeesThem) {
 }
 
 TEST(TablesPaneTest, TheBoxWidthCountsTheAliasInCharacters) {
-    QTemporaryDir dir;
-    const std::string path = dir.filePath("accents.sqlite").toStdString();
     // "Straße" and "Größen" are six characters each, seven and eight bytes in UTF-8.
-    WriteSqliteFile(path, "CREATE TABLE \"Straße\" (Name TEXT, PLZ TEXT);"
-                          "CREATE TABLE \"Größen\" (Wert REAL);");
-    ControlHarness h(nullptr, SqliteConnection(path));
+    ScratchDatabase db("CREATE TABLE \"Straße\" (Name TEXT, PLZ TEXT);"
+                       "CREATE TABLE \"Größen\" (Wert REAL);");
+    ControlHarness h(nullptr, db.connection());
     h.placeTable("dbo.Straße");
     h.placeTable("dbo.Größen");
     ASSERT_EQ(h.diagram()->tableAliases(), (QStringList{"Straße", "Größen"}));
@@ -391,12 +388,10 @@ TEST(TablesPaneTest, TheBoxWidthCountsTheAliasInCharacters) {
 }
 
 TEST(TablesPaneTest, ANameWithTwoDotsGetsItsLastPartAsAlias) {
-    QTemporaryDir dir;
-    const std::string path = dir.filePath("dotted.sqlite").toStdString();
     // Listed as dbo.sales.Orders: the alias is the part after the last dot; the statement names
     // the table in brackets, since its name holds a dot.
-    WriteSqliteFile(path, "CREATE TABLE \"sales.Orders\" (Amount REAL);");
-    ControlHarness h(nullptr, SqliteConnection(path));
+    ScratchDatabase db("CREATE TABLE \"sales.Orders\" (Amount REAL);");
+    ControlHarness h(nullptr, db.connection());
     h.placeTable("dbo.sales.Orders");
     h.placeTable("dbo.sales.Orders");
     EXPECT_EQ(h.diagram()->tableAliases(), (QStringList{"Orders", "Orders1"}));

@@ -1,6 +1,5 @@
 #include "ControlHarness.h"
 
-#include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -25,12 +24,8 @@ TEST(uscMarovinTest, PropertiesStoreTheHostsObjects) {
     ControlHarness h;
     EXPECT_EQ(h.control().DatabaseObject(), h.db);
     EXPECT_EQ(h.control().SQLQueryObject(), h.query);
-    QTemporaryDir dir;
-    const std::string path = (dir.path() + "/other.sqlite").toStdString();
-    WriteSqliteFile(path, "CREATE TABLE Only (x INTEGER);");
-    auto other = std::make_shared<cDbConnection>();
-    other->setStrProvider(cDbConnection::kProviderSqlite);
-    other->setStrDatabase(path);
+    ScratchDatabase db("CREATE TABLE Only (x INTEGER);");
+    const auto other = db.connection();
     const QStringList sampleEntries = h.tableEntries();
     ASSERT_GT(sampleEntries.size(), 10);
     h.control().setDatabaseObject(other);
