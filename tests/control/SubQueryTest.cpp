@@ -70,19 +70,16 @@ const std::string kRecentSql = "SELECT\r\n"
 TEST(SubQueryTest, ANewSubQueryIsNamedVirtualTableInANestedEditorOnTheSameConnection) {
     ControlHarness h;
     h.placeTable("dbo.Orders");
-    QString name;
-    bool okEnabled = false;
-    bool nestedButtonShown = true;
-    QStringList nestedEntries;
-    QString nestedSql;
+    const QStringList outerEntries = h.tableEntries();
     ModalDriver driver([&](QDialog& dialog) {
-        name = nameField(dialog)->text();
-        okEnabled = dialogButton(dialog, "cmdOk")->isEnabled();
+        EXPECT_EQ(nameField(dialog)->text(), "VirtualTable");
+        EXPECT_TRUE(dialogButton(dialog, "cmdOk")->isEnabled());
         uscMarovin* editor = nestedEditor(dialog);
         ASSERT_NE(editor, nullptr);
-        nestedButtonShown = editor->findChild<QPushButton*>("cmdSubQueries")->isVisible();
-        nestedEntries = TableEntries(*editor);
-        nestedSql = QString::fromStdString(editor->strSQL());
+        EXPECT_FALSE(editor->findChild<QPushButton*>("cmdSubQueries")->isVisible());
+        EXPECT_EQ(TableEntries(*editor), outerEntries);
+        EXPECT_TRUE(outerEntries.contains("dbo.Orders"));
+        EXPECT_EQ(editor->strSQL(), "");
         EXPECT_EQ(editor->DatabaseObject(), h.db);
         EXPECT_NE(editor->SQLQueryObject(), nullptr);
         EXPECT_NE(editor->SQLQueryObject(), h.query->SubQuery());
@@ -90,13 +87,6 @@ TEST(SubQueryTest, ANewSubQueryIsNamedVirtualTableInANestedEditorOnTheSameConnec
     h.clickButton("cmdSubQueries");
     ASSERT_TRUE(driver.ran());
     EXPECT_EQ(driver.dialogClass(), "marovin::frmSubQuery");
-    EXPECT_EQ(name, "VirtualTable");
-    EXPECT_TRUE(okEnabled);
-    EXPECT_FALSE(nestedButtonShown);
-    const QStringList outerEntries = h.tableEntries();
-    EXPECT_EQ(nestedEntries, outerEntries);
-    EXPECT_TRUE(nestedEntries.contains("dbo.Orders"));
-    EXPECT_EQ(nestedSql, "");
     // Closed without edits: no question.
     EXPECT_TRUE(h.box->shown().empty());
 }
@@ -179,9 +169,6 @@ TEST(SubQueryTest, CancelAfterEditsAsksAndNoKeepsTheDialogWhileYesLeavesTheSubQu
     h.box->clear();
     h.changed = 0;
 
-    bool openAfterNo = false;
-    bool openAfterYes = true;
-    int boxesAfterNo = 0;
     ModalDriver driver([&](QDialog& dialog) {
         uscMarovin* editor = nestedEditor(dialog);
         ASSERT_NE(editor, nullptr);
@@ -192,17 +179,14 @@ TEST(SubQueryTest, CancelAfterEditsAsksAndNoKeepsTheDialogWhileYesLeavesTheSubQu
         typeName(dialog, "Other");
         h.box->QueueAnswer(MessageAnswer::No);
         click(dialogButton(dialog, "cmdCancel"));
-        openAfterNo = dialog.isVisible();
-        boxesAfterNo = static_cast<int>(h.box->shown().size());
+        EXPECT_TRUE(dialog.isVisible());
+        EXPECT_EQ(h.box->shown().size(), 1u);
         h.box->QueueAnswer(MessageAnswer::Yes);
         QTest::keyClick(nameField(dialog), Qt::Key_Escape);
-        openAfterYes = dialog.isVisible();
+        EXPECT_FALSE(dialog.isVisible());
     });
     h.clickButton("cmdSubQueries");
     ASSERT_TRUE(driver.ran());
-    EXPECT_TRUE(openAfterNo);
-    EXPECT_EQ(boxesAfterNo, 1);
-    EXPECT_FALSE(openAfterYes);
     ASSERT_EQ(h.box->shown().size(), 2u);
     for (const auto& shown : h.box->shown())
         EXPECT_EQ(BoxOf(shown), (Box{"Edit Sub-Query", kQuitText, MessageIcon::Exclamation,
@@ -279,18 +263,15 @@ TEST(SubQueryTest, TheSubQueryIsPlacedJoinedAndWrittenIndentedIntoFrom) {
     EXPECT_EQ(h.box->shown()[0].strText, "Syntax SQL Query correct");
     int previewRows = -1;
     QString firstCompany;
-    {
-        ModalDriver driver([&](QDialog& dialog) {
-            auto* grid = dialog.findChild<QTableView*>("jgQueryResults");
-            ASSERT_NE(grid, nullptr);
-            previewRows = grid->model()->rowCount();
-            firstCompany = grid->model()->index(0, 1).data().toString();
-            dialog.reject();
-        });
-        h.clickButton("cmdFireQuery");
-        ASSERT_TRUE(driver.ran());
-        EXPECT_EQ(driver.dialogClass(), "marovin::frmViewQueryResults");
-    }
+    EXPECT_EQ(RunDialog(
+                  [&](QDialog& dialog) {
+                      auto* grid = dialog.findChild<QTableView*>("jgQueryResults");
+                      ASSERT_NE(grid, nullptr);
+                      previewRows = grid->model()->rowCount();
+                      firstCompany = grid->model()->index(0, 1).data().toString();
+                  },
+                  [&] { h.clickButton("cmdFireQuery"); }),
+              QStringList{"marovin::frmViewQueryResults"});
     // As many rows as the same join written directly gives, up to the preview's limit.
     std::string error;
     const auto direct = h.db->FireQuery(
@@ -331,10 +312,9 @@ TEST(SubQueryTest, WithoutAQueryTheButtonOpensNothingButStillRepublishes) {
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&control));
     int changed = 0;
     QObject::connect(&control, &uscMarovin::Changed, [&] { ++changed; });
-    ModalDriver driver([](QDialog&) {});
     auto* button = control.findChild<QPushButton*>("cmdSubQueries");
-    QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
-    EXPECT_FALSE(driver.ran());
+    EXPECT_TRUE(
+        RunDialog([](QDialog&) {}, [&] { QTest::mouseClick(button, Qt::LeftButton); }).isEmpty());
     EXPECT_EQ(changed, 1);
     EXPECT_TRUE(box->shown().empty());
 }

@@ -22,8 +22,6 @@ TEST(uscMarovinTest, BuildSubQueryHidesTheSubQueryButtonForGood) {
 
 TEST(uscMarovinTest, PropertiesStoreTheHostsObjects) {
     ControlHarness h;
-    EXPECT_EQ(h.control().DatabaseObject(), h.db);
-    EXPECT_EQ(h.control().SQLQueryObject(), h.query);
     ScratchDatabase db("CREATE TABLE Only (x INTEGER);");
     const auto other = db.connection();
     const QStringList sampleEntries = h.tableEntries();
