@@ -69,8 +69,7 @@ TEST_F(ConditionBuilderTest, ControlsHaveNamesAccessibleNamesKeysAndReadingOrder
         {"cmdBuildExpression", "Build Expression"},
         {"cmdClearCondition", "Clear"},
         {"OKButton", "OK"},
-        {"CancelButton", "Cancel"},
-    };
+        {"CancelButton", "Cancel"}};
     for (const auto& [name, accessible] : controls)
         EXPECT_EQ(child<QWidget>(*dialog, name)->accessibleName(), accessible) << name;
     EXPECT_EQ(child<QLabel>(*dialog, "lblField")->buddy(), child<QWidget>(*dialog, "cboFields"));

@@ -136,12 +136,16 @@ QString DialogTest::focusedName() {
     return focus != nullptr ? focus->objectName() : QString();
 }
 
-QAbstractItemView* DialogTest::completionList() {
+QWidget* DialogTest::visibleWidget(const QString& name) {
     for (QWidget* widget : QApplication::allWidgets()) {
-        if (widget->objectName() == QStringLiteral("lstCompletions") && widget->isVisible())
-            return qobject_cast<QAbstractItemView*>(widget);
+        if (widget->objectName() == name && widget->isVisible())
+            return widget;
     }
     return nullptr;
+}
+
+QAbstractItemView* DialogTest::completionList() {
+    return qobject_cast<QAbstractItemView*>(visibleWidget(QStringLiteral("lstCompletions")));
 }
 
 QStringList DialogTest::rows(const QAbstractItemView* view) {

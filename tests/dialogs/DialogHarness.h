@@ -85,6 +85,8 @@ protected:
     // The object name of the focused control (of the combo box when its line edit has the
     // focus).
     static QString focusedName();
+    // The shown widget with that object name in any window, else nullptr.
+    static QWidget* visibleWidget(const QString& name);
     // The completion list of an editor while it is shown, else nullptr.
     static QAbstractItemView* completionList();
     static QStringList rows(const QAbstractItemView* view);

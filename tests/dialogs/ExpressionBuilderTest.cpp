@@ -69,8 +69,7 @@ TEST_F(ExpressionBuilderTest, ControlsHaveNamesAccessibleNamesKeysAndReadingOrde
         {"cmdNewLine", "New Line"},
         {"cmdClear", "Clear"},
         {"OKButton", "OK"},
-        {"CancelButton", "Cancel"},
-    };
+        {"CancelButton", "Cancel"}};
     for (const auto& [name, accessible] : controls)
         EXPECT_EQ(child<QWidget>(*dialog, name)->accessibleName(), accessible) << name;
     const auto digits = dialog->findChildren<QPushButton*>(QStringLiteral("cmdDigit"));

@@ -488,11 +488,7 @@ TEST_F(ViewQueryResults, CancelledRefreshLeavesThePreviousRows) {
         QPushButton* cancel = nullptr;
         const bool appeared = QTest::qWaitFor(
             [&cancel] {
-                for (QWidget* widget : QApplication::allWidgets()) {
-                    if (widget->objectName() == QStringLiteral("cmdCancelWork") &&
-                        widget->isVisible())
-                        cancel = qobject_cast<QPushButton*>(widget);
-                }
+                cancel = qobject_cast<QPushButton*>(visibleWidget(QStringLiteral("cmdCancelWork")));
                 return cancel != nullptr;
             },
             20000);
