@@ -93,6 +93,13 @@ void DiagramFixture::doubleClick(const QPoint& at) {
     QTest::mouseDClick(viewport(), Qt::LeftButton, Qt::NoModifier, at);
 }
 
+QString DiagramFixture::columnChosenBy(const QPoint& at) {
+    QSignalSpy chosen(diagram, &dvTablesAndJoins::columnChosen);
+    doubleClick(at);
+    EXPECT_EQ(chosen.size(), 1) << "one column chosen";
+    return chosen.size() == 1 ? chosen[0][1].toString() : QString();
+}
+
 void DiagramFixture::chooseFromContextMenu(const QPoint& at, const QString& actionName,
                                            QContextMenuEvent::Reason reason) {
     chooseFromMenu(

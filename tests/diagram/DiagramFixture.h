@@ -42,6 +42,8 @@ protected:
     // The pointer resting at a point with no button pressed.
     void hover(const QPoint& at);
     void doubleClick(const QPoint& at);
+    // Double-clicks at a point and gives the column the one columnChosen signal named.
+    QString columnChosenBy(const QPoint& at);
     // Opens the context menu at a point and triggers the action with that object name.
     // With the keyboard reason the point is ignored and the menu is that of the selection.
     void chooseFromContextMenu(const QPoint& at, const QString& actionName,

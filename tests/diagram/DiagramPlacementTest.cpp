@@ -102,10 +102,7 @@ TEST_F(DiagramPlacement, ABoxNeverStartsTallerThanTheView) {
         EXPECT_GT(box.height(), 150) << alias.toStdString();
     }
     // The list scrolls: the last column can still be chosen.
-    QSignalSpy chosen(diagram, &dvTablesAndJoins::columnChosen);
-    doubleClick(diagram->columnPoint("Wide", "Column40"));
-    ASSERT_EQ(chosen.size(), 1);
-    EXPECT_EQ(chosen[0][1].toString(), "Column40");
+    EXPECT_EQ(columnChosenBy(diagram->columnPoint("Wide", "Column40")), "Column40");
 
     // In a tall view the box gets the height asked for.
     window->resize(1200, 900);
