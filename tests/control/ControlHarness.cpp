@@ -200,6 +200,13 @@ QStringList RunDialogs(std::vector<std::function<void(QDialog&)>> actions,
     return driver.dialogClasses();
 }
 
+QStringList ShownTexts(const ScriptedMessageBox& box) {
+    QStringList texts;
+    for (const auto& shown : box.shown())
+        texts << shown.strText;
+    return texts;
+}
+
 std::function<void(QDialog&)> PressButton(const char* name) {
     return [name](QDialog& dialog) {
         QTest::mouseClick(dialog.findChild<QPushButton*>(name), Qt::LeftButton);

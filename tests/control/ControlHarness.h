@@ -114,6 +114,9 @@ inline void PrintTo(const Box& box, std::ostream* out) {
          << static_cast<int>(box.icon) << " | buttons " << static_cast<int>(box.buttons) << '}';
 }
 
+// The texts of the message boxes shown so far, in order.
+QStringList ShownTexts(const ScriptedMessageBox& box);
+
 // Calls `open` with a ModalDriver serving the dialogs it opens (the first action on the first
 // dialog, and so on) and returns the class names of every dialog that came up.
 QStringList RunDialogs(std::vector<std::function<void(QDialog&)>> actions,

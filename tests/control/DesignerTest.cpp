@@ -485,14 +485,6 @@ std::function<void(QDialog&)> onParameters(std::function<void(ParametersDialog&)
     };
 }
 
-// The texts of the message boxes shown so far.
-QStringList shownTexts(const ScriptedMessageBox& box) {
-    QStringList texts;
-    for (const auto& shown : box.shown())
-        texts << shown.strText;
-    return texts;
-}
-
 } // namespace
 
 TEST(DesignerTest, TheParameterListIsEditedWithTheKeyboardAlone) {
@@ -590,7 +582,7 @@ TEST(DesignerTest, TheParameterListIsEditedWithTheKeyboardAlone) {
     QTest::keyClick(menu, Qt::Key_P);
     ASSERT_TRUE(driver.ran());
     EXPECT_EQ(driver.dialogClass(), "marovin::ParametersDialog");
-    EXPECT_EQ(shownTexts(*d.box),
+    EXPECT_EQ(ShownTexts(*d.box),
               QStringList({"There is a parameter named Country already.",
                            "The parameter name a<[b contains \"<[\" or \"]>\": these mark where "
                            "a parameter's name begins and ends in a condition or calculated item.",
@@ -629,7 +621,7 @@ TEST(DesignerTest, TheParameterListIsEditedWithTheMouse) {
             QTest::keyClicks(p->nameEdit(), name);
             QTest::mouseClick(p->addButton(), Qt::LeftButton);
         }
-        EXPECT_EQ(shownTexts(*d.box), QStringList({"A parameter name cannot be blank.",
+        EXPECT_EQ(ShownTexts(*d.box), QStringList({"A parameter name cannot be blank.",
                                                    "There is a parameter named Year already."}));
 
         // Click the first name, move it down twice.

@@ -116,8 +116,7 @@ TEST(SqlLoading, AStatementTheEditorWouldChangeIsRefusedAndNothingMoves) {
     }
     h.box->clear();
     EXPECT_FALSE(h.control().LoadSQLText("  \n"));
-    ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown().front().strText, "There is no statement to load.");
+    EXPECT_EQ(ShownTexts(*h.box), QStringList{"There is no statement to load."});
 }
 
 TEST(SqlLoading, ColumnsWithoutTableAndViewsInDoubleQuotesFindTheirTables) {

@@ -259,8 +259,7 @@ TEST(SubQueryTest, TheSubQueryIsPlacedJoinedAndWrittenIndentedIntoFrom) {
     // the company of each order.
     h.box->clear();
     h.clickButton("cmdCheckSQLSyntax");
-    ASSERT_EQ(h.box->shown().size(), 1u);
-    EXPECT_EQ(h.box->shown()[0].strText, "Syntax SQL Query correct");
+    EXPECT_EQ(ShownTexts(*h.box), QStringList{"Syntax SQL Query correct"});
     int previewRows = -1;
     QString firstCompany;
     EXPECT_EQ(RunDialog(
