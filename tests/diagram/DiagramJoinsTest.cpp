@@ -44,8 +44,9 @@ TEST_F(DiagramJoins, ARefusedJoinLeavesNoTrace) {
     EXPECT_EQ(diagram->view()->scene()->items().size(), itemsBefore);
 }
 
-TEST_F(DiagramJoins, DropsThatCannotMakeAJoinAskForNothing) {
+TEST_F(DiagramJoins, DropsThatCannotMakeAJoinAndACancelledDragAskForNothing) {
     QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
+    const qsizetype itemsBefore = diagram->view()->scene()->items().size();
     // Onto a column of the same box.
     dragColumn("Orders", "OrderID", "Orders", "ShipCity");
     // Onto the "*" row of another box.
@@ -55,8 +56,16 @@ TEST_F(DiagramJoins, DropsThatCannotMakeAJoinAskForNothing) {
     // Onto the empty canvas below the boxes.
     const QPoint from = diagram->columnPoint("Orders", "OrderID");
     drag(from, QPoint(from.x(), diagram->view()->viewport()->height() - 10));
+    // Escape during a drag cancels it.
+    const QPoint to = diagram->columnPoint("Customers", "CustomerID");
+    pressAndMove(diagram->columnPoint("Orders", "CustomerID"), to);
+    EXPECT_EQ(diagram->view()->scene()->items().size(), itemsBefore + 1); // the rubber line
+    EXPECT_EQ(viewport()->cursor().shape(), Qt::DragLinkCursor); // over a column that can join
+    key(Qt::Key_Escape);
+    QTest::mouseRelease(viewport(), Qt::LeftButton, Qt::NoModifier, to);
     EXPECT_EQ(requests.size(), 0);
     EXPECT_EQ(diagram->JoinsList(), "0");
+    EXPECT_EQ(diagram->view()->scene()->items().size(), itemsBefore);
 }
 
 TEST_F(DiagramJoins, JoiningColumnsThatAreAlreadyJoinedSelectsTheExistingJoin) {
@@ -168,7 +177,7 @@ TEST_F(DiagramJoins, SetJoinTypeAndRemoveJoinCheckTheirArguments) {
                      {joinText("Orders", "CustomerID", "Customers", "CustomerID", "Right Join")});
 }
 
-TEST_F(DiagramJoins, AJoinLineFollowsItsBoxes) {
+TEST_F(DiagramJoins, AJoinLineFollowsItsBoxesAndItsBadgeStaysInSightUnderABox) {
     ASSERT_TRUE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
     const QPoint before = diagram->joinPoint(1);
     const QRectF boxBefore = diagram->tableSceneRect("Customers");
@@ -183,20 +192,19 @@ TEST_F(DiagramJoins, AJoinLineFollowsItsBoxes) {
     EXPECT_EQ(diagram->joinCount(), 1);
     click(after);
     EXPECT_EQ(diagram->selectedJoin(), 1);
-}
 
-TEST_F(DiagramJoins, EscapeDuringADragCancelsIt) {
-    QSignalSpy requests(diagram, &dvTablesAndJoins::joinRequest);
-    const qsizetype itemsBefore = diagram->view()->scene()->items().size();
-    const QPoint to = diagram->columnPoint("Customers", "CustomerID");
-    pressAndMove(diagram->columnPoint("Orders", "CustomerID"), to);
-    EXPECT_EQ(diagram->view()->scene()->items().size(), itemsBefore + 1); // the rubber line
-    EXPECT_EQ(viewport()->cursor().shape(), Qt::DragLinkCursor); // over a column that can join
-    key(Qt::Key_Escape);
-    QTest::mouseRelease(viewport(), Qt::LeftButton, Qt::NoModifier, to);
-    EXPECT_EQ(requests.size(), 0);
-    EXPECT_EQ(diagram->JoinsList(), "0");
-    EXPECT_EQ(diagram->view()->scene()->items().size(), itemsBefore);
+    // A box moved over the badge: the badge stays in sight and clickable.
+    const QPoint titleOfEmployees = diagram->titlePoint("Employees");
+    const QPoint middle =
+        diagram->view()->mapFromScene(diagram->tableSceneRect("Employees").center());
+    drag(titleOfEmployees, titleOfEmployees + (after - middle));
+    const QPoint covered = diagram->joinPoint(1);
+    ASSERT_TRUE(
+        diagram->tableSceneRect("Employees").contains(diagram->view()->mapToScene(covered)));
+    diagram->clearSelection();
+    click(covered);
+    EXPECT_EQ(diagram->selectedJoin(), 1);
+    EXPECT_TRUE(diagram->selectedTable().isEmpty());
 }
 
 TEST_F(DiagramJoins, JoinsCanBeDrawnWhenZoomed) {
@@ -234,22 +242,6 @@ TEST_F(DiagramJoins, TheJoinsListRestoresThroughAddJoin) {
                                      lines[at + 4]));
     }
     EXPECT_EQ(diagram->JoinsList(), stored);
-}
-
-TEST_F(DiagramJoins, ABadgeStaysInSightAndClickableUnderABoxMovedOverIt) {
-    ASSERT_TRUE(diagram->AddJoin("Orders", "CustomerID", "Customers", "CustomerID", "Inner Join"));
-    const QPoint badge = diagram->joinPoint(1);
-    const QPoint title = diagram->titlePoint("Employees");
-    const QPoint middle =
-        diagram->view()->mapFromScene(diagram->tableSceneRect("Employees").center());
-    drag(title, title + (badge - middle));
-    const QPoint covered = diagram->joinPoint(1);
-    ASSERT_TRUE(
-        diagram->tableSceneRect("Employees").contains(diagram->view()->mapToScene(covered)));
-    diagram->clearSelection();
-    click(covered);
-    EXPECT_EQ(diagram->selectedJoin(), 1);
-    EXPECT_TRUE(diagram->selectedTable().isEmpty());
 }
 
 TEST_F(DiagramJoins, AHandlerThatClearsTheDiagramDuringARequestIsSafe) {
