@@ -340,11 +340,6 @@ QueryDocument& QueryDocument::orderBy(const std::string& alias, const std::strin
     return *this;
 }
 
-QueryDocument& QueryDocument::uniqueRecordsOnly() {
-    m_unique = true;
-    return *this;
-}
-
 QueryDocument& QueryDocument::subQuery(const std::string& name, const QueryDocument& sub) {
     QueryDocument named = sub;
     named.m_name = name;

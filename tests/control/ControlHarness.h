@@ -144,7 +144,10 @@ public:
                         const std::string& condition, bool allLeft = false, bool allRight = false);
     QueryDocument& filter(const std::string& condition, bool active = true);
     QueryDocument& orderBy(const std::string& alias, const std::string& order);
-    QueryDocument& uniqueRecordsOnly();
+    QueryDocument& uniqueRecordsOnly() {
+        m_unique = true;
+        return *this;
+    }
     // The query's sub-query, stored under a name.
     QueryDocument& subQuery(const std::string& name, const QueryDocument& sub);
     std::string xml(bool isSubQuery = false) const;

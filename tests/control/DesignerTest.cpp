@@ -267,11 +267,10 @@ TEST(DesignerTest, TheConnectionDialogRefusesAMissingFileAndBuildsTheConnection)
     again.setConnection(&server);
     EXPECT_TRUE(again.serverChoice()->isChecked());
     const auto copy = again.connection();
-    EXPECT_EQ(copy->strProvider(), cDbConnection::kProviderSqlServer);
-    EXPECT_EQ(copy->strServer(), "sql01,1433");
-    EXPECT_EQ(copy->strDatabase(), "Sales");
-    EXPECT_EQ(copy->strUserName(), "reader");
-    EXPECT_EQ(copy->strPassword(), "secret");
+    EXPECT_EQ((std::vector<std::string>{copy->strProvider(), copy->strServer(), copy->strDatabase(),
+                                        copy->strUserName(), copy->strPassword()}),
+              (std::vector<std::string>{cDbConnection::kProviderSqlServer, "sql01,1433", "Sales",
+                                        "reader", "secret"}));
 }
 
 TEST(DesignerTest, AnotherDatabaseReloadsTheQueryAndReportsWhatItLacks) {
@@ -693,30 +692,27 @@ TEST(DesignerTest, TheParameterListIsSavedAndCancelOrASessionListLeaveTheSavedOn
     // A second designer with the same settings starts with the list, and shows it for editing.
     Designer second(store);
     EXPECT_EQ(second.window->parameters(), QStringList({"Country", "Year"}));
-    QStringList shown;
     // Escape cancels: an added name is dropped, nothing is saved.
-    EXPECT_EQ(RunDialog(onParameters([&shown](ParametersDialog& p) {
-                            shown = listedNames(p);
+    EXPECT_EQ(RunDialog(onParameters([](ParametersDialog& p) {
+                            EXPECT_EQ(listedNames(p), QStringList({"Country", "Year"}));
                             QTest::keyClicks(p.nameEdit(), "Region");
                             QTest::keyClick(p.nameEdit(), Qt::Key_Return);
                             QTest::keyClick(p.nameEdit(), Qt::Key_Escape);
                         }),
                         [&] { EXPECT_FALSE(second.window->EditParameters()); }),
               kParametersDialog);
-    EXPECT_EQ(shown, QStringList({"Country", "Year"}));
     EXPECT_EQ(second.window->parameters(), QStringList({"Country", "Year"}));
     EXPECT_EQ(store->GetSetting("Designer", "Parameters", "(none)"), "Country,Year");
 
     // A list for this session only (as --parameters gives it) is not saved, nor when the user
     // confirms it unchanged; once the user changes it, the changed list is saved.
     second.window->setParameters({"Session"});
-    EXPECT_EQ(RunDialog(onParameters([&shown](ParametersDialog& p) {
-                            shown = listedNames(p);
+    EXPECT_EQ(RunDialog(onParameters([](ParametersDialog& p) {
+                            EXPECT_EQ(listedNames(p), QStringList({"Session"}));
                             QTest::mouseClick(p.okButton(), Qt::LeftButton);
                         }),
                         [&] { EXPECT_FALSE(second.window->EditParameters()); }),
               kParametersDialog);
-    EXPECT_EQ(shown, QStringList({"Session"}));
     EXPECT_EQ(second.window->parameters(), QStringList({"Session"}));
     EXPECT_EQ(store->GetSetting("Designer", "Parameters", "(none)"), "Country,Year");
     // Removing every name saves an empty list: no parameters from now on.

@@ -55,10 +55,7 @@ protected:
     void SetUp() override { ASSERT_TRUE(m_cacheDir.isValid()); }
 
     std::shared_ptr<cDbConnection> connection(const std::string& path = s_path) const {
-        auto db = std::make_shared<cDbConnection>();
-        db->setStrProvider(cDbConnection::kProviderSqlite);
-        db->setStrDatabase(path);
-        return db;
+        return SqliteConnection(path);
     }
     std::shared_ptr<CatalogueCache> cache() const {
         return std::make_shared<CatalogueCache>(m_cacheDir.path().toStdString());
