@@ -34,7 +34,7 @@ protected:
     }
 };
 
-TEST_F(DiagramRouting, ALineGoesAroundABoxInItsWayAndBackWhenItMoves) {
+TEST_F(DiagramRouting, ALineGoesAroundBoxesInItsWayAndBackWhenTheyMove) {
     const QRectF left = diagram->tableSceneRect("Left");
     const QRectF right = diagram->tableSceneRect("Right");
     // Nothing in the way: the plain curve from the right edge of one box to the left of the
@@ -69,9 +69,7 @@ TEST_F(DiagramRouting, ALineGoesAroundABoxInItsWayAndBackWhenItMoves) {
     diagram->restoreTableLayout("Middle\t320\t500\t180\t260");
     EXPECT_LT(diagram->joinPath(1).boundingRect().height(), 60);
     EXPECT_TRUE(diagram->joinPath(7).isEmpty());
-}
 
-TEST_F(DiagramRouting, LinesFindTheirWayThroughARowOfBoxes) {
     // A wall of boxes with gaps between Left and Right: the line passes without touching any.
     QStringList layout;
     for (int i = 0; i < 4; ++i) {
@@ -80,7 +78,7 @@ TEST_F(DiagramRouting, LinesFindTheirWayThroughARowOfBoxes) {
         layout << QStringLiteral("%1\t330\t%2\t160\t90").arg(alias).arg(i * 130);
     }
     diagram->restoreTableLayout(layout.join(u'\n'));
-    const QPainterPath path = diagram->joinPath(1);
+    path = diagram->joinPath(1);
     for (int i = 0; i < 4; ++i) {
         const QString alias = QStringLiteral("Wall%1").arg(i);
         EXPECT_FALSE(crosses(path, diagram->tableSceneRect(alias))) << alias.toStdString();

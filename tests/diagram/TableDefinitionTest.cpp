@@ -116,7 +116,7 @@ TEST_F(AddTableDefinition, AGoodDefinitionGivesABoxWithItsColumns) {
     EXPECT_DOUBLE_EQ(r.height(), std::round(110 * dvTablesAndJoins::kSizeScale));
 }
 
-TEST_F(AddTableDefinition, AMalformedDefinitionAddsNothing) {
+TEST_F(AddTableDefinition, AMalformedDefinitionOrADuplicateAliasAddsNothing) {
     QString error;
     EXPECT_FALSE(diagram->AddTable("Orders\n\n \n1\nOrderID", 50, 20, 150, 110, &error));
     EXPECT_TRUE(error.contains("announces 1 column(s)")) << error.toStdString();
@@ -125,11 +125,9 @@ TEST_F(AddTableDefinition, AMalformedDefinitionAddsNothing) {
     EXPECT_FALSE(diagram->AddTable("", 50, 20, 150, 110));
     EXPECT_TRUE(diagram->tableAliases().isEmpty());
     EXPECT_EQ(diagram->view()->scene()->items().size(), 0);
-}
 
-TEST_F(AddTableDefinition, ADuplicateAliasIsRefused) {
+    // A duplicate alias is refused; the box there is stays as it was.
     ASSERT_TRUE(place("Orders", {"OrderID"}));
-    QString error;
     EXPECT_FALSE(
         diagram->AddTable(TableDefinition::build("Orders", {"X"}), 210, 20, 150, 100, &error));
     EXPECT_TRUE(error.contains("\"Orders\" is already in the diagram")) << error.toStdString();
