@@ -26,7 +26,7 @@ private:
     QLocale m_previous;
 };
 
-TEST(QueryParameters, MarkersAreFoundCaseSensitivelyInParameterOrder) {
+TEST(QueryParameters, MarkersAreFoundCaseSensitivelyAndTheFirstUnknownIsReported) {
     const std::vector<std::string> parameters = {"Year", "Country", "Region"};
     EXPECT_EQ(parameterMarker("Year"), "<[Year]>");
     EXPECT_EQ(
@@ -35,10 +35,8 @@ TEST(QueryParameters, MarkersAreFoundCaseSensitivelyInParameterOrder) {
     EXPECT_TRUE(usedParameters("Orders.Year = <[year]>", parameters).empty());
     EXPECT_EQ(markersAsStringLiterals("a = <[Year]> AND b = <[Country]>"),
               "a = 'Year' AND b = 'Country'");
-}
 
-TEST(QueryParameters, FirstUnknownMarkerIsReported) {
-    const std::vector<std::string> parameters = {"Year", "Country"};
+    // The first marker naming no parameter is reported, compared exactly.
     EXPECT_FALSE(firstUnknownParameter("a = <[Year]> AND b = <[Country]>", parameters));
     EXPECT_EQ(firstUnknownParameter("a = <[Year]> AND b = <[Land]> AND c = <[Zone]>", parameters),
               "Land");
@@ -50,7 +48,7 @@ TEST(QueryParameters, FirstUnknownMarkerIsReported) {
     EXPECT_FALSE(firstUnknownParameter("a = <[Anything]>", {}));
 }
 
-TEST(QueryParameters, NumericTextFollowsTheDecimalSeparator) {
+TEST(QueryParameters, NumericTextFollowsTheDecimalSeparatorAndOnlyOtherTextIsQuoted) {
     for (const char* number : {"42", " 42 ", "-4.2", "+.5", "4.", "1e5", "2.5E-3", "007"})
         EXPECT_TRUE(isNumericText(number, ".")) << number;
     for (const char* text :
@@ -58,9 +56,8 @@ TEST(QueryParameters, NumericTextFollowsTheDecimalSeparator) {
         EXPECT_FALSE(isNumericText(text, ".")) << text;
     EXPECT_TRUE(isNumericText("4,2", ","));
     EXPECT_FALSE(isNumericText("4.2", ","));
-}
 
-TEST(QueryParameters, ValuesAreQuotedUnlessNumeric) {
+    // Values are quoted unless they are numeric in the locale's decimal separator.
     {
         const LocaleScope english(QLocale(QLocale::English, QLocale::UnitedStates));
         EXPECT_EQ(quoteParameterValue("42"), "42");
