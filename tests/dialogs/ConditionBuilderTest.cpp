@@ -41,9 +41,7 @@ protected:
                      const QString& value) {
         choose(child<QComboBox>(dialog, "cboFields"), field);
         choose(child<QComboBox>(dialog, "cboOperators"), op);
-        auto* txtValue = child<QLineEdit>(dialog, "txtValue");
-        txtValue->selectAll();
-        type(txtValue, value);
+        retype(child<QLineEdit>(dialog, "txtValue"), value);
     }
     // The enabled state of Add, Append, Clear and OK.
     static std::vector<bool> enabled(const QDialog& dialog) {
@@ -109,8 +107,7 @@ TEST_F(ConditionBuilderTest, FieldListOffersItemsAndColumnsFilteredByTheConditio
     // An aggregated condition offers only aggregated candidates, a plain one only plain ones.
     type(editor(*dialog), "SUM(Orders.Freight) > 100");
     EXPECT_EQ(openedEntries(fields), QStringList{"SUM(Orders.Freight)"});
-    editor(*dialog)->selectAll();
-    type(editor(*dialog), "Customers.Country = 'Germany'");
+    retype(editor(*dialog), "Customers.Country = 'Germany'");
     const QStringList plain = openedEntries(fields);
     EXPECT_EQ(plain.size(), all.size() - 1);
     EXPECT_FALSE(plain.contains("SUM(Orders.Freight)"));
@@ -137,8 +134,7 @@ TEST_F(ConditionBuilderTest, EnablingFollowsFieldValueAndCondition) {
     EXPECT_EQ(enabled(*dialog), (std::vector<bool>{true, true, true, true}));
     // A field typed by hand counts as well; a blank one does not.
     auto* fieldEdit = child<QComboBox>(*dialog, "cboFields")->lineEdit();
-    fieldEdit->selectAll();
-    type(fieldEdit, " ");
+    retype(fieldEdit, " ");
     EXPECT_EQ(enabled(*dialog), (std::vector<bool>{false, false, true, true}));
     type(fieldEdit, "Orders.ShipCountry");
     EXPECT_EQ(enabled(*dialog), (std::vector<bool>{true, true, true, true}));
@@ -213,13 +209,11 @@ TEST_F(ConditionBuilderTest, ParametersAreOfferedAsMarkersAndOkRefusesUnknownOne
     EXPECT_EQ(dialog->strCondition(), "");
 
     // Markers are compared exactly: <[year]> is unknown too.
-    condition->selectAll();
-    type(condition, "Customers.Country = <[Country]> OR YEAR(Orders.OrderDate) = <[year]>");
+    retype(condition, "Customers.Country = <[Country]> OR YEAR(Orders.OrderDate) = <[year]>");
     click(button(*dialog, "OKButton"));
     expectMessages(2, "Parameters", "Parameter 'year' does not exist. Please modify condition");
 
-    condition->selectAll();
-    type(condition, "Customers.Country = <[Country]> AND YEAR(Orders.OrderDate) = <[Year]>");
+    retype(condition, "Customers.Country = <[Country]> AND YEAR(Orders.OrderDate) = <[Year]>");
     click(button(*dialog, "OKButton"));
     EXPECT_EQ(dialog->result(), QDialog::Accepted);
     EXPECT_EQ(dialog->strCondition(),

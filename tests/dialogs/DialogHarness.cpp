@@ -69,6 +69,14 @@ void DialogTest::type(QWidget* widget, const QString& text) {
     }
 }
 
+void DialogTest::retype(QWidget* field, const QString& text) {
+    ASSERT_NE(field, nullptr);
+    field->setFocus();
+    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(field, Qt::Key_Backspace);
+    type(field, text);
+}
+
 void DialogTest::press(QWidget* widget, int key, Qt::KeyboardModifiers modifiers) {
     ASSERT_NE(widget, nullptr);
     QTest::keyClick(widget, static_cast<Qt::Key>(key), modifiers);

@@ -65,6 +65,8 @@ protected:
     static void show(QWidget& dialog);
     static void click(QAbstractButton* button);
     static void type(QWidget* widget, const QString& text);
+    // Replaces the text of a field the way a user does: focus, Ctrl+A, Backspace, then type.
+    static void retype(QWidget* field, const QString& text);
     static void press(QWidget* widget, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     // Presses Alt and the key where the focus is and checks that the button takes it: a
     // mnemonic presses the button at once and releases (clicks) it a moment later, which is

@@ -108,13 +108,6 @@ protected:
         QTest::mouseClick(view->viewport(), Qt::LeftButton, modifiers,
                           view->visualRect(index).center());
     }
-    // Replaces the text of a field the way a user does: select all, then type.
-    static void retype(QLineEdit* field, const QString& text) {
-        field->setFocus();
-        QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
-        QTest::keyClick(field, Qt::Key_Backspace);
-        type(field, text);
-    }
     QString savedLimit() const {
         return settings->GetSetting("QueryPreview", "NrRecords", "(none)");
     }
