@@ -361,6 +361,13 @@ std::string QueryDocument::xml(bool isSubQuery) const {
            part("SUB_QUERY", m_subQuery) + "</SQLQuery>";
 }
 
+QStringList ControlHarness::joinTexts() const {
+    QStringList texts;
+    for (const DiagramJoin& join : diagram()->joins())
+        texts << join.joinText();
+    return texts;
+}
+
 int ControlHarness::rows() const {
     return grid()->model()->rowCount();
 }

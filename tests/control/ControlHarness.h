@@ -213,6 +213,8 @@ public:
     // A grid column's cells from the first row to the last (column from 1).
     QStringList column(int column) const;
     int rows() const;
+    // The diagram's joins, each as its text (aliases, columns and type on lines of their own).
+    QStringList joinTexts() const;
     void clickButton(const char* name);
 
     std::shared_ptr<CountingBusyPointer> busy = std::make_shared<CountingBusyPointer>();

@@ -27,11 +27,10 @@ TEST(QueryLoadingTest, ALoadedQueryFillsEveryPaneAndRaisesNoChanged) {
     EXPECT_EQ(h.diagram()->tableAliases(), (QStringList{"Orders", "Order Details", "Products"}));
 
     // One diagram join per column pair, with the type from the two flags.
-    const QList<DiagramJoin> joins = h.diagram()->joins();
-    ASSERT_EQ(joins.size(), 3);
-    EXPECT_EQ(joins[0].joinText(), "Orders\nOrderID\nOrder Details\nOrderID\nLeft Join");
-    EXPECT_EQ(joins[1].joinText(), "Order Details\nProductID\nProducts\nProductID\nInner Join");
-    EXPECT_EQ(joins[2].joinText(), "Order Details\nUnitPrice\nProducts\nUnitPrice\nInner Join");
+    EXPECT_EQ(h.joinTexts(),
+              (QStringList{"Orders\nOrderID\nOrder Details\nOrderID\nLeft Join",
+                           "Order Details\nProductID\nProducts\nProductID\nInner Join",
+                           "Order Details\nUnitPrice\nProducts\nUnitPrice\nInner Join"}));
 
     ASSERT_EQ(h.rows(), 3);
     EXPECT_EQ(h.row(3),

@@ -9,17 +9,6 @@
 using namespace marovin;
 using namespace marovin::test;
 
-namespace {
-
-QStringList joinTexts(const ControlHarness& h) {
-    QStringList texts;
-    for (const DiagramJoin& join : h.diagram()->joins())
-        texts << join.joinText();
-    return texts;
-}
-
-} // namespace
-
 TEST(SqlLoading, AStatementWithItsOwnAliasesFillsThePanes) {
     ControlHarness h;
     const auto before = h.control().SQLQueryObject();
@@ -37,8 +26,8 @@ TEST(SqlLoading, AStatementWithItsOwnAliasesFillsThePanes) {
 
     EXPECT_EQ(h.diagram()->tableAliases(), (QStringList{"Orders", "Customers", "Order Details"}));
     // The diagram's join keeps the rows of Orders however the condition was written.
-    EXPECT_EQ(joinTexts(h), (QStringList{"Orders\nCustomerID\nCustomers\nCustomerID\nLeft Join",
-                                         "Orders\nOrderID\nOrder Details\nOrderID\nInner Join"}));
+    EXPECT_EQ(h.joinTexts(), (QStringList{"Orders\nCustomerID\nCustomers\nCustomerID\nLeft Join",
+                                          "Orders\nOrderID\nOrder Details\nOrderID\nInner Join"}));
     ASSERT_EQ(h.rows(), 2);
     EXPECT_EQ(h.row(1), (QStringList{"OrderID", "OrderID", "<none>", "dbo.Orders", "Orders"}));
     EXPECT_EQ(h.row(2),
@@ -135,7 +124,7 @@ TEST(SqlLoading, ColumnsWithoutTableAndViewsInDoubleQuotesFindTheirTables) {
         "FROM Products INNER JOIN \"Order Details\" ON Products.ProductID = "
         "\"Order Details\".ProductID;"));
     EXPECT_TRUE(h.box->shown().empty());
-    EXPECT_EQ(joinTexts(h),
+    EXPECT_EQ(h.joinTexts(),
               QStringList{"Products\nProductID\nOrder Details\nProductID\nInner Join"});
     EXPECT_EQ(h.column(1), (QStringList{"OrderID", "ProductID", "ProductName"}));
     EXPECT_EQ(h.column(4), (QStringList{"dbo.Order Details", "dbo.Order Details", "dbo.Products"}));
@@ -160,10 +149,10 @@ TEST(SqlLoading, JoinsNestedOnTheRightAreTurnedToContinueOnTheLeft) {
         "SELECT e.LastName, t.TerritoryDescription FROM Employees e RIGHT OUTER JOIN\n"
         "  (EmployeeTerritories et INNER JOIN Territories t ON et.TerritoryID = t.TerritoryID)\n"
         "  ON e.EmployeeID = et.EmployeeID"));
-    EXPECT_EQ(joinTexts(h), (QStringList{"EmployeeTerritories\nTerritoryID\nTerritories\n"
-                                         "TerritoryID\nInner Join",
-                                         "EmployeeTerritories\nEmployeeID\nEmployees\n"
-                                         "EmployeeID\nLeft Join"}));
+    EXPECT_EQ(h.joinTexts(), (QStringList{"EmployeeTerritories\nTerritoryID\nTerritories\n"
+                                          "TerritoryID\nInner Join",
+                                          "EmployeeTerritories\nEmployeeID\nEmployees\n"
+                                          "EmployeeID\nLeft Join"}));
     EXPECT_NE(h.control().strSQL().find("\r\n     LEFT OUTER JOIN dbo.Employees AS Employees\r\n"
                                         "     ON (EmployeeTerritories.EmployeeID = "
                                         "Employees.EmployeeID)"),
