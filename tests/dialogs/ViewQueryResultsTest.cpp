@@ -508,19 +508,14 @@ TEST_F(ViewQueryResults, CancelledRefreshLeavesThePreviousRows) {
 std::shared_ptr<cRecordset> awkwardRows() {
     std::vector<cRecordset::Column> columns = {
         {"Id", "integer"}, {"Name, full", "nvarchar"}, {"Note", "ntext"}, {"Price", "money"}};
+    using V = DbValue;
     std::vector<DbValue> cells;
-    cells.emplace_back(std::int64_t{1});
-    cells.emplace_back("Smith, John");
-    cells.emplace_back("He said \"hi\"");
-    cells.emplace_back(2.5);
-    cells.emplace_back(std::int64_t{-2});
-    cells.emplace_back("Line one\r\nLine two");
-    cells.emplace_back("tab\there  ");
-    cells.emplace_back(DbValue());
-    cells.emplace_back(DbValue());
-    cells.emplace_back("");
-    cells.emplace_back("M\xc3\xbcnchen\nend");
-    cells.emplace_back(std::int64_t{0});
+    const auto row = [&cells](std::initializer_list<DbValue> values) {
+        cells.insert(cells.end(), values);
+    };
+    row({V(std::int64_t{1}), V("Smith, John"), V("He said \"hi\""), V(2.5)});
+    row({V(std::int64_t{-2}), V("Line one\r\nLine two"), V("tab\there  "), V()});
+    row({V(), V(""), V("M\xc3\xbcnchen\nend"), V(std::int64_t{0})});
     return std::make_shared<cRecordset>(std::move(columns), std::move(cells));
 }
 
