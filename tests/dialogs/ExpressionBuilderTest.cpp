@@ -238,7 +238,7 @@ TEST_F(ExpressionBuilderTest, VariableNameTakesOnlyLettersDigitsAfterTheFirstAnd
     EXPECT_EQ(name->text(), "Freight");
 }
 
-TEST_F(ExpressionBuilderTest, OkNeedsANameAndAnExpression) {
+TEST_F(ExpressionBuilderTest, OkNeedsANameAndAnExpressionAndGivesLineBreaksAsTokens) {
     auto dialog = open();
     click(button(*dialog, "OKButton"));
     expectMessages(1, "Build Expression", "Enter (valid) variable name", MessageIcon::Exclamation,
@@ -274,15 +274,14 @@ TEST_F(ExpressionBuilderTest, OkNeedsANameAndAnExpression) {
     EXPECT_EQ(value.strExpression(), "42");
     EXPECT_EQ(value.strVariableName(), "");
     EXPECT_EQ(box->shown().size(), 2u);
-}
 
-TEST_F(ExpressionBuilderTest, StoredLineBreaksShowAsLinesAndComeBack) {
-    auto dialog = open("Net", "Orders.Freight{newline}- 10");
-    EXPECT_EQ(editor(*dialog)->document()->blockCount(), 2);
-    EXPECT_EQ(text(editor(*dialog)), "Orders.Freight\n- 10");
-    click(button(*dialog, "OKButton"));
-    EXPECT_EQ(dialog->strExpression(), "Orders.Freight{newline}- 10");
-    EXPECT_EQ(dialog->strVariableName(), "Net");
+    // Stored line breaks show as lines and come back as tokens.
+    auto stored = open("Net", "Orders.Freight{newline}- 10");
+    EXPECT_EQ(editor(*stored)->document()->blockCount(), 2);
+    EXPECT_EQ(text(editor(*stored)), "Orders.Freight\n- 10");
+    click(button(*stored, "OKButton"));
+    EXPECT_EQ(stored->strExpression(), "Orders.Freight{newline}- 10");
+    EXPECT_EQ(stored->strVariableName(), "Net");
 }
 
 TEST_F(ExpressionBuilderTest, ClosingWithChangesAsksUnderItsOwnCaption) {
