@@ -3,6 +3,7 @@
 #include "SampleDatabaseGenerator.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QGraphicsView>
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -126,6 +127,15 @@ QWidget* ControlHarness::startEdit(int row, int column) {
     return view->indexWidget(view->currentIndex()) != nullptr
                ? view->indexWidget(view->currentIndex())
                : QApplication::focusWidget();
+}
+
+void ControlHarness::chooseInCell(int row, int column, const QString& keys) {
+    auto* combo = qobject_cast<QComboBox*>(startEdit(row, column));
+    if (combo == nullptr)
+        throw std::runtime_error("the cell's drop-down did not open");
+    QTest::keyClicks(combo, keys);
+    QTest::keyClick(combo, Qt::Key_Return);
+    QApplication::processEvents();
 }
 
 void ControlHarness::typeAlias(int row, const QString& keys) {

@@ -202,6 +202,9 @@ public:
     // Opens the editor of a grid cell (row and column from 1) with F2, as a user would, and
     // returns it.
     QWidget* startEdit(int row, int column);
+    // Opens the drop-down of a grid cell with F2, types the keys (which find the entry they
+    // begin) and commits with Enter.
+    void chooseInCell(int row, int column, const QString& keys);
     // Replaces the alias of a row by typing: the old text is erased with backspace, then the keys
     // are typed one by one and Enter commits.
     void typeAlias(int row, const QString& keys);

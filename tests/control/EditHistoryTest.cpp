@@ -5,7 +5,6 @@
 #include "ControlHarness.h"
 
 #include <QAction>
-#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QGraphicsView>
@@ -42,16 +41,8 @@ std::vector<std::string> editEverything(ControlHarness& h) {
     step([&] { h.chooseColumn("Customers", "CompanyName"); });
     step([&] { h.chooseColumn("Orders", "Freight"); });
     step([&] { h.typeAlias(2, "TotalFreight"); });
-    step([&] {
-        auto* combo = qobject_cast<QComboBox*>(h.startEdit(2, 3));
-        QTest::keyClicks(combo, "SU");
-        QTest::keyClick(combo, Qt::Key_Return);
-    });
-    step([&] {
-        auto* combo = qobject_cast<QComboBox*>(h.startEdit(2, 6));
-        QTest::keyClicks(combo, "D"); // Descending
-        QTest::keyClick(combo, Qt::Key_Return);
-    });
+    step([&] { h.chooseInCell(2, 3, "SU"); });
+    step([&] { h.chooseInCell(2, 6, "D"); }); // Descending
     step([&] {
         RunDialog(
             [](QDialog& dialog) {

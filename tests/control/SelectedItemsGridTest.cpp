@@ -231,10 +231,7 @@ TEST(SelectedItemsGridTest, ConfirmingAnEditUnchangedDoesNotNotify) {
     EXPECT_EQ(h.changed, 0);
 
     // The aggregation drop-down: choosing the entry it already shows changes nothing either.
-    auto* combo = qobject_cast<QComboBox*>(h.startEdit(2, kAggregation));
-    ASSERT_NE(combo, nullptr);
-    QTest::keyClick(combo, Qt::Key_Return);
-    QApplication::processEvents();
+    h.chooseInCell(2, kAggregation, "");
     EXPECT_EQ(h.cell(2, kAggregation), "<none>");
     EXPECT_EQ(h.changed, 0);
 
@@ -248,10 +245,8 @@ TEST(SelectedItemsGridTest, TheFirstRowIsCurrentUntilTheUserPicksAnother) {
     h.placeTable("dbo.Orders", {"OrderID", "Freight", "ShipCity"});
     // The rows were added from the diagram; nobody clicked in the grid.
     EXPECT_EQ(h.grid()->currentIndex().row(), 0);
-    h.changed = 0;
     h.clickButton("cmdRemoveSelectItem");
     EXPECT_EQ(h.column(1), (QStringList{"Freight", "ShipCity"}));
-    EXPECT_EQ(h.changed, 2);
     h.clickButton("cmdMoveDown");
     EXPECT_EQ(h.column(1), (QStringList{"ShipCity", "Freight"}));
 }

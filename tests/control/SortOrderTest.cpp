@@ -3,7 +3,6 @@
 
 #include "ControlHarness.h"
 
-#include <QComboBox>
 #include <QContextMenuEvent>
 #include <QMenu>
 #include <QSpinBox>
@@ -32,11 +31,7 @@ std::string orderBy(ControlHarness& h) {
 
 // Chooses a sort type in the grid's drop-down by typing its first letter and Enter.
 void chooseSortType(ControlHarness& h, int row, const QString& type) {
-    auto* combo = qobject_cast<QComboBox*>(h.startEdit(row, kSortType));
-    ASSERT_NE(combo, nullptr);
-    QTest::keyClicks(combo, type.left(1));
-    QTest::keyClick(combo, Qt::Key_Return);
-    QApplication::processEvents();
+    h.chooseInCell(row, kSortType, type.left(1));
 }
 
 void typeSortOrder(ControlHarness& h, int row, int position) {
