@@ -167,11 +167,11 @@ void uscMarovin::LoadQuery() {
     m_missingTables.clear();
     {
         BusyPointerScope busy(m_services.busyPointer.get());
-        if (m_query) {
-            m_currentSubQuery = m_query->SubQuery();
-            if (!m_currentSubQuery)
-                m_currentSubQuery = std::make_shared<cSQLQuery>();
-        }
+        // Without a query there is no sub-query either: the last query's would otherwise stay
+        // offered in the table list and open in the sub-query editor.
+        m_currentSubQuery = m_query ? m_query->SubQuery() : nullptr;
+        if (m_query && !m_currentSubQuery)
+            m_currentSubQuery = std::make_shared<cSQLQuery>();
         FillTableList();
         // While the list is still being read (an undo during the reading, or after the user
         // stopped it) a table not listed yet may well exist: nothing is left out then.

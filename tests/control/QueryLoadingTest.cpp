@@ -1,5 +1,6 @@
 #include "ControlHarness.h"
 
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -140,6 +141,21 @@ TEST(QueryLoadingTest, ASubQueryWithItemsIsOfferedAndPlacedAsATable) {
                    MessageIcon::Exclamation, MessageButtons::YesNo}));
     EXPECT_EQ(h.rows(), 1);
     EXPECT_EQ(h.query->Tables()->Count(), 0);
+}
+
+TEST(QueryLoadingTest, WithoutAQueryTheLastQuerysSubQueryIsNeitherOfferedNorEdited) {
+    ControlHarness h;
+    h.load(
+        QueryDocument()
+            .table("dbo.Orders")
+            .subQuery("Big", QueryDocument().table("dbo.Orders").item("Orders.Freight", "Total")));
+    ASSERT_EQ(h.tableEntries().value(0), "Sub query: Big");
+    h.control().setSQLQueryObject(nullptr);
+    ASSERT_GT(h.tableEntries().size(), 0) << "the connection still lists its tables";
+    EXPECT_TRUE(h.tableEntries().filter(QRegularExpression("^Sub query: ")).isEmpty());
+    auto* button = h.control().findChild<QPushButton*>("cmdSubQueries");
+    EXPECT_TRUE(
+        RunDialog([](QDialog&) {}, [&] { QTest::mouseClick(button, Qt::LeftButton); }).isEmpty());
 }
 
 TEST(QueryLoadingTest, ASubQueryWithoutItemsIsNotOffered) {
